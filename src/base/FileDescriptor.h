@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstddef>
+
+namespace velbase2::system {
+
+/// Owns a file descriptor; -1 means none.
+class FileDescriptor
+{
+public:
+    explicit FileDescriptor(int fd = -1) noexcept : fd_(fd) {}
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
+    ~FileDescriptor() { reset(); }
+
+    int get() const noexcept { return fd_; }
+    bool isOpen() const noexcept { return fd_ >= 0; }
+
+    void reset(int fd = -1) noexcept
+    {
+        if (isOpen()) {
+            ::close(fd_);
+        }
+        fd_ = fd;
+    }
+
+private:
+    int fd_;
+};
+
+/// read(2) that does not end for a signal.
+inline ssize_t readUninterrupted(int fd, char* buffer, std::size_t size) noexcept
+{
+    ssize_t count = 0;
+    do {
+        count = ::read(fd, buffer, size);
+    } while (count < 0 && errno == EINTR);
+    return count;
+}
+
+} // namespace velbase2::system

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+
+/// IPv4 texts. An address is valid when it is four decimal octets of one to three digits and nothing else. An octet may
+/// have a leading zero only where octal reading gives the same number (007, but neither 010 nor 08), because the tools
+/// that the text reaches read it so. Thread-safe.
+namespace velbase2::system::iphelper {
+
+/// The canonical dotted text of a valid address, "0.0.0.0" for any other text.
+std::string cleanupIP(const std::string& address);
+
+bool isValidIp(const std::string& address);
+
+/// True for a valid address whose one bits are contiguous from the left, 0.0.0.0 and 255.255.255.255 included.
+bool isValidMask(const std::string& mask);
+
+/// True for 0 to 32.
+bool isValidMask(int prefixLength);
+
+/// The dotted mask of a prefix length; empty outside 0 to 32.
+std::string subnetBitsToMask(int prefixLength);
+
+/// The prefix length of a dotted mask; -1 when it is not valid.
+int subnetMaskToBits(const std::string& mask);
+
+} // namespace velbase2::system::iphelper

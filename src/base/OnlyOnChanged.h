@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <string>
+
+namespace velbase2::businesslogichelpers {
+
+/// Compares with ==. N has no further meaning.
+template <class T, int N>
+struct DefaultCompare
+{
+    bool operator()(const T& left, const T& right) const { return left == right; }
+};
+
+/// A text cell that emits when the text changes, and on the first update whatever the text is.
+///
+/// Any thread may update and read. The one lock is held while the slots run: a slot must neither update nor get() its
+/// own cell (it has the value as its argument), and a reader waits for running slots.
+template <class Signal, class Compare>
+class OnlyOnChanged : public Signal
+{
+public:
+    /// Stores and emits `newValue`, unless it is the last emitted value. An exception of a slot passes to the caller.
+    void update(const std::string& newValue)
+    {
+        const std::lock_guard lock(lock_);
+        if (first_ == 0 && Compare()(last_, newValue)) {
+            return;
+        }
+        first_ = 0;
+        last_ = newValue;
+        (*this)(last_);
+    }
+
+    /// The last emitted value; empty before the first.
+    std::string get() const
+    {
+        const std::lock_guard lock(lock_);
+        return last_;
+    }
+
+private:
+    std::uint32_t first_ = 1; // 1 until the first emission
+    std::string last_;
+    mutable std::mutex lock_;
+};
+
+} // namespace velbase2::businesslogichelpers
