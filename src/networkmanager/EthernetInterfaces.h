@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "networkmanager/EthInterface.h"
+
+#include <map>
+#include <string>
+
+namespace networkmanager {
+
+/// Builds the registry of managed interfaces.
+class EthernetInterfaces
+{
+public:
+    /// Registers the built-in interfaces.
+    EthernetInterfaces();
+    virtual ~EthernetInterfaces() = default;
+
+    /// Registers an interface with empty cells; one that is registered already stays as it is.
+    /// A second interface that holds the gateway throws std::invalid_argument and is not registered.
+    void addInterface(const std::string& name, const std::string& networkFile, bool dhcpSupported, bool holdsGateway,
+                      bool intComIf);
+
+    bool gatewayAssigned = false; // a registered interface holds the gateway
+    std::map<std::string, EthInterface> interfaces;
+};
+
+} // namespace networkmanager

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "base/OnlyOnChanged.h"
+#include "base/Signal.h"
+
+#include <string>
+
+/// The observable values of the host. For threads see OnlyOnChanged.
+struct HostSignals
+{
+    using Signal = velbase2::system::signals::signal<std::string>;
+    using Cell =
+        velbase2::businesslogichelpers::OnlyOnChanged<Signal,
+                                                      velbase2::businesslogichelpers::DefaultCompare<std::string, 2>>;
+
+    Cell hostname;
+    Cell gateway;         // default gateway of the interface that holds it; empty when there is no default route
+    Signal requestStatus; // outcome of each set request: "OK" or why not; slots run on the caller's thread
+};

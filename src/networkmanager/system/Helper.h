@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "base/IpAddress.h"
+#include "base/IpSettings.h"
+
+#include <sys/socket.h>
+
+#include <string>
+#include <vector>
+
+/// Kernel data to text. Thread-safe.
+namespace networkmanager::helper {
+
+/// The dotted address of an AF_INET socket address.
+std::string ip2str(const sockaddr* address);
+
+/// The first six bytes as upper-case hexadecimal pairs joined by colons.
+std::string mac2str(const sockaddr& hardwareAddress);
+
+/// True for the empty text too.
+bool isHexString(const std::string& text);
+
+/// The dotted address of a field of /proc/net/route: eight hexadecimal digits, a number in the host's byte order.
+/// Empty for any other text.
+std::string hex2ip(const std::string& hexText);
+
+/// An IPv4 address whose text does not begin with "169.254".
+bool isIpv4AndNotApipa(const velbase2::nsa::common::structs::IpAddress& address);
+
+/// `ip` and `mask` of the first address that isIpv4AndNotApipa; the other fields, and all without one, as constructed.
+velbase2::nsa::common::IpSettings
+getIpSettingsWithFirstIpv4(const std::vector<velbase2::nsa::common::structs::IpAddress>& addresses);
+
+} // namespace networkmanager::helper

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "base/IpAddress.h"
+#include "networkmanager/EthInterface.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace networkmanager {
+
+/// Every access to files, commands and the kernel. A replacement may be given to the manager.
+///
+/// Failures are results, never exceptions: false, an empty text, an empty list.
+/// The order of the operations is part of the interface: replacements in other binaries rely on it.
+class ISystemIF
+{
+public:
+    virtual ~ISystemIF() = default;
+
+    virtual std::string getMacAddress(const std::string& interfaceName) const = 0;
+
+    /// Installs the default route at once. On failure the route tool's error text replaces `errorMessage`.
+    /// `gateway` becomes part of a shell command as it stands: the caller has validated it.
+    virtual bool checkSettingsGateway(const std::string& gateway, std::string& errorMessage) = 0;
+
+    /// Removes the default route from the kernel.
+    virtual bool deleteGateway() = 0;
+
+    /// The gateway of the default route of the built-in interface that holds the gateway; empty when there is none.
+    virtual std::string getGateway() const = 0;
+
+    virtual std::string getHostname() const = 0;
+
+    /// Whether the interface's main .network file asks for DHCP.
+    virtual bool getDhcpUsed(const EthParams& params) const = 0;
+
+    virtual std::vector<velbase2::nsa::common::structs::IpAddress>
+    getAddresses(const std::string& interfaceName) const = 0;
+
+    virtual bool getLink(const std::string& interfaceName) const = 0;
+    virtual std::string getSpeed(const std::string& interfaceName) const = 0;
+    virtual std::string getDuplex(const std::string& interfaceName) const = 0;
+
+    /// Makes systemd-networkd read its files again. True when it was restarted.
+    virtual bool reloadSettings() = 0;
+
+    /// Makes systemd-resolved read its files again. True when it was restarted.
+    virtual bool reloadResolveD() = 0;
+
+    /// Replaces the whole content. True when the file could be opened for writing; empty content is refused.
+    virtual bool writeToConfFile(const std::string& path, const std::string& content) = 0;
+
+    /// The lines of the file joined without line ends; empty when it cannot be read.
+    virtual std::string readFile(const std::string& path) const = 0;
+
+    /// Runs a shell command. True when it returned 0. The second form replaces both texts, whatever the result.
+    virtual bool executeCmd(const std::string& command) = 0;
+    virtual bool executeCmd(const std::string& command, std::string& output, std::string& errorOutput) = 0;
+};
+
+/// The system interface of the real device.
+std::unique_ptr<ISystemIF> SystemIF_Factory();
+
+} // namespace networkmanager

@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: MIT
+#include "networkmanager/system/SocketReader.h"
+
+#include "base/LogLine.h"
+#include "networkmanager/system/Helper.h"
+
+#include <arpa/inet.h>
+#include <ifaddrs.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+namespace networkmanager {
+
+using velbase2::nsa::common::enums::IpAddressFamily;
+using velbase2::nsa::common::structs::IpAddress;
+using velbase2::system::log::detail::logLine;
+
+namespace {
+
+/// The kernel's netmask may be absent (no mask known).
+std::string maskText(const sockaddr* netmask)
+{
+    return netmask == nullptr ? std::string() : helper::ip2str(netmask);
+}
+
+std::string ipv6Text(const sockaddr* address)
+{
+    std::array<char, INET6_ADDRSTRLEN> text{};
+    ::inet_ntop(AF_INET6, toSockAddrIpv6In(address), text.data(), text.size());
+    return text.data();
+}
+
+} // namespace
+
+SocketReader::SocketReader()
+{
+    openSocket();
+}
+
+SocketReader::~SocketReader()
+{
+    ::close(fd_);
+}
+
+bool SocketReader::isValidSocket() const
+{
+    return fd_ >= 0;
+}
+
+bool SocketReader::openSocket() const
+{
+    if (isValidSocket()) {
+        return true;
+    }
+    logLine(1, "Socket is closed, attempting to open.");
+    fd_ = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (!isValidSocket()) {
+        logLine(1, "Could not get network interface settings:Unable to open socket - Errno: ", errno);
+    }
+    return isValidSocket();
+}
+
+int SocketReader::fd() const
+{
+    openSocket();
+    return fd_;
+}
+
+std::string SocketReader::getInterfaceMac(const std::string& interfaceName) const
+{
+    const auto request = getInterfaceGenericOption(fd(), SIOCGIFHWADDR, interfaceName, "MAC-Address");
+    return request ? helper::mac2str(request->ifr_hwaddr) : std::string();
+}
+
+std::vector<IpAddress> SocketReader::getInterfaceAddresses(const std::string& interfaceName) const
+{
+    std::vector<IpAddress> addresses;
+    ifaddrs* head = nullptr;
+    if (::getifaddrs(&head) != 0) {
+        return addresses;
+    }
+    const std::unique_ptr<ifaddrs, decltype(&::freeifaddrs)> list(head, &::freeifaddrs);
+    for (const ifaddrs* entry = list.get(); entry != nullptr; entry = entry->ifa_next) {
+        if (entry->ifa_addr == nullptr || interfaceName != entry->ifa_name) {
+            continue;
+        }
+        if (entry->ifa_addr->sa_family == AF_INET) {
+            addresses.push_back({IpAddressFamily::IPv4, helper::ip2str(entry->ifa_addr), maskText(entry->ifa_netmask)});
+        } else if (entry->ifa_addr->sa_family == AF_INET6) {
+            addresses.push_back({IpAddressFamily::IPv6, ipv6Text(entry->ifa_addr), {}});
+        }
+    }
+    return addresses;
+}
+
+std::unique_ptr<ISocketReader> SocketReaderFactory::create() const
+{
+    return std::make_unique<SocketReader>();
+}
+
+std::optional<ifreq> getInterfaceGenericOption(int socketFd, int request, const std::string& interfaceName,
+                                               const char* optionName)
+{
+    ifreq interfaceRequest{};
+    std::strncpy(interfaceRequest.ifr_name, interfaceName.c_str(), IFNAMSIZ - 1);
+    if (::ioctl(socketFd, static_cast<unsigned long>(request), &interfaceRequest) != 0) {
+        logLine(1, "could not query ", optionName, " from interface ", interfaceName);
+        return std::nullopt;
+    }
+    return interfaceRequest;
+}
+
+const in6_addr* toSockAddrIpv6In(const sockaddr* address)
+{
+    return &reinterpret_cast<const sockaddr_in6*>(address)->sin6_addr;
+}
+
+} // namespace networkmanager
