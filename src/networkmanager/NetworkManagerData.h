@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "networkmanager/NetworkManagerImpl.h"
+#include "systemd/configuration/SystemdBackend.h"
+
+namespace networkmanager {
+
+/// What a NetworkManager owns.
+struct NetworkManagerData
+{
+    using Backend = vel_systemd::configuration::SystemdBackendImpl<vel_systemd::configuration::file::File>;
+
+    Backend backend;
+    detail::NetworkManagerImpl<Backend> implementation{backend};
+};
+
+} // namespace networkmanager
