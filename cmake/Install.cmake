@@ -1,0 +1,24 @@
+# SPDX-License-Identifier: MIT
+include(CMakePackageConfigHelpers)
+
+install(TARGETS VelNetworkManager EXPORT VelNetworkManagerTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+if(VELNM_BUILD_VELNETCTL)
+    install(TARGETS velnetctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
+install(DIRECTORY src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/velnetworkmanager
+    FILES_MATCHING PATTERN "*.h")
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/VelNetworkManager)
+configure_package_config_file(cmake/VelNetworkManagerConfig.cmake.in
+    ${PROJECT_BINARY_DIR}/VelNetworkManagerConfig.cmake INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/VelNetworkManagerConfigVersion.cmake
+    COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/VelNetworkManagerConfig.cmake
+    ${PROJECT_BINARY_DIR}/VelNetworkManagerConfigVersion.cmake DESTINATION ${package_dir})
+install(EXPORT VelNetworkManagerTargets NAMESPACE VelNetworkManager:: DESTINATION ${package_dir})
+
+# Relative, so that the tree may be moved and installed under another prefix than the configured one.
+file(RELATIVE_PATH pc_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+configure_file(cmake/velnetworkmanager.pc.in ${PROJECT_BINARY_DIR}/velnetworkmanager.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/velnetworkmanager.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
