@@ -3,12 +3,6 @@
 
 #include "base/FileDescriptor.h"
 
-#include <fcntl.h>
-#include <poll.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -16,6 +10,12 @@
 #include <string_view>
 #include <system_error>
 #include <vector>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace velbase2::system {
 namespace {

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <sys/types.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstddef>
+
+#include <sys/types.h>
+#include <unistd.h>
 
 namespace velbase2::system {
 

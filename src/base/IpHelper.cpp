@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "base/IpHelper.h"
 
-#include <cstdint>
 #include <optional>
 #include <string_view>
 
@@ -46,8 +45,11 @@ std::optional<std::uint32_t> parseAddress(std::string_view text) noexcept
     return address;
 }
 
+} // namespace
+
 std::string dotted(std::uint32_t address)
 {
+    // By hand: inet_ntop prints through sprintf, ten times the work, at every refresh.
     std::string text;
     for (const int shift : {24, 16, 8, 0}) {
         text += std::to_string(address >> shift & 0xFFU);
@@ -56,8 +58,6 @@ std::string dotted(std::uint32_t address)
     text.pop_back();
     return text;
 }
-
-} // namespace
 
 std::string cleanupIP(const std::string& address)
 {

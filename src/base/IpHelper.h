@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 /// IPv4 texts. An address is valid when it is four decimal octets of one to three digits and nothing else. An octet may
 /// have a leading zero only where octal reading gives the same number (007, but neither 010 nor 08), because the tools
 /// that the text reaches read it so. Thread-safe.
 namespace velbase2::system::iphelper {
+
+/// The dotted text of an address in host byte order.
+std::string dotted(std::uint32_t address);
 
 /// The canonical dotted text of a valid address, "0.0.0.0" for any other text.
 std::string cleanupIP(const std::string& address);

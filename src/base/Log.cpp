@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "base/Log.h"
 
-#include <unistd.h>
-
 #include <atomic>
 #include <cerrno>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <utility>
+
+#include <unistd.h>
 
 namespace velbase2::system::log {
 namespace {

@@ -4,11 +4,11 @@
 #include "base/IpAddress.h"
 #include "base/IpSettings.h"
 
-#include <nlohmann/json.hpp>
-
 #include <optional>
 #include <string>
 #include <vector>
+
+#include <nlohmann/json.hpp>
 
 /// What velnetctl prints for programs. A cell that was never assigned is null.
 namespace velnetctl {

@@ -3,9 +3,9 @@
 
 #include "base/IpHelper.h"
 
-#include <unistd.h>
-
 #include <cstdlib>
+
+#include <unistd.h>
 
 namespace velnetctl {
 namespace {

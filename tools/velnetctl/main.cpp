@@ -4,12 +4,12 @@
 #include "base/Log.h"
 #include "networkmanager/EthernetInterfaces.h"
 
-#include <CLI/CLI.hpp>
-
 #include <exception>
 #include <iostream>
 #include <string>
 #include <vector>
+
+#include <CLI/CLI.hpp>
 
 namespace {
 

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "networkmanager/system/Helper.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
+#include "base/IpHelper.h"
 
 #include <algorithm>
 #include <array>
@@ -11,27 +10,19 @@
 #include <cstdio>
 #include <cstring>
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+
 namespace networkmanager::helper {
 
 using velbase2::nsa::common::IpSettings;
 using velbase2::nsa::common::enums::IpAddressFamily;
 using velbase2::nsa::common::structs::IpAddress;
-
-namespace {
-
-std::string dotted(const in_addr& address)
-{
-    // Not inet_ntoa, whose buffer all threads share.
-    std::array<char, INET_ADDRSTRLEN> text{};
-    ::inet_ntop(AF_INET, &address, text.data(), text.size());
-    return text.data();
-}
-
-} // namespace
+using velbase2::system::iphelper::dotted;
 
 std::string ip2str(const sockaddr* address)
 {
-    return dotted(reinterpret_cast<const sockaddr_in*>(address)->sin_addr);
+    return dotted(ntohl(reinterpret_cast<const sockaddr_in*>(address)->sin_addr.s_addr));
 }
 
 std::string mac2str(const sockaddr& hardwareAddress)
@@ -54,7 +45,7 @@ std::string hex2ip(const std::string& hexText)
     if (hexText.size() != 8 || !isHexString(hexText)) {
         return {};
     }
-    return dotted({static_cast<in_addr_t>(std::stoul(hexText, nullptr, 16))});
+    return dotted(ntohl(static_cast<in_addr_t>(std::stoul(hexText, nullptr, 16))));
 }
 
 bool isIpv4AndNotApipa(const IpAddress& address)

@@ -4,10 +4,10 @@
 #include "base/IpAddress.h"
 #include "base/IpSettings.h"
 
-#include <sys/socket.h>
-
 #include <string>
 #include <vector>
+
+#include <sys/socket.h>
 
 /// Kernel data to text. Thread-safe.
 namespace networkmanager::helper {

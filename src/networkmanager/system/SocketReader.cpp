@@ -4,14 +4,14 @@
 #include "base/LogLine.h"
 #include "networkmanager/system/Helper.h"
 
+#include <array>
+#include <cerrno>
+#include <cstring>
+
 #include <arpa/inet.h>
 #include <ifaddrs.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
-
-#include <array>
-#include <cerrno>
-#include <cstring>
 
 namespace networkmanager {
 

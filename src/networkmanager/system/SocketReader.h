@@ -3,14 +3,14 @@
 
 #include "networkmanager/system/ISocketReader.h"
 
-#include <net/if.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include <net/if.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 
 namespace networkmanager {
 

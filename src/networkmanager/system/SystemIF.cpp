@@ -6,14 +6,14 @@
 #include "base/LogLine.h"
 #include "networkmanager/BuiltInInterfaces.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <string_view>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace networkmanager {
 
