@@ -22,9 +22,10 @@ namespace {
 
 // The command runs in a shell of its own, below a shell that reports its return code through a pipe: the exit status of
 // a child is lost in a host that ignores SIGCHLD or reaps every child. What the outer shell itself has to say
-// ("Killed") goes to /dev/null, so that errorOutput is the command's alone.
+// ("Killed") goes to /dev/null, so that errorOutput is the command's alone; the redirections stand within parentheses,
+// because some shells apply those of a plain command to themselves.
 constexpr const char* kShell = "/bin/sh";
-constexpr const char* kSupervise = R"(/bin/sh -c -- "$1" 2>&4 3>&- 4>&-; echo "$?" >&3)";
+constexpr const char* kSupervise = R"((exec /bin/sh -c -- "$1" 2>&4 3>&- 4>&-); echo "$?" >&3)";
 constexpr int kStatusFd = 3;
 constexpr int kErrorFd = 4;
 constexpr int kFirstFreeFd = 5;
