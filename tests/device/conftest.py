@@ -1,0 +1,118 @@
+# SPDX-License-Identifier: MIT
+"""The device box, booted once for all tests, and ways to look into it without the library."""
+import ipaddress
+import json
+import os
+import pathlib
+import subprocess
+import threading
+import time
+
+import pytest
+
+DEVICEBOX = pathlib.Path(__file__).resolve().parents[2] / "tools/devicebox/devicebox"
+VELNETCTL = os.environ["VELNETCTL"]
+INTERFACES = ("local", "remote")
+
+
+def wait_until(condition, what, limit=20):
+    """Returns the first true value of the condition."""
+    end = time.monotonic() + limit
+    while not (value := condition()):
+        assert time.monotonic() < end, f"gave up waiting until {what}"
+        time.sleep(0.05)
+    return value
+
+
+class Box:
+    def __init__(self, name):
+        self.command = [DEVICEBOX, "--name", name]
+
+    def run(self, *arguments, check=True, **options):
+        return subprocess.run([*self.command, *arguments], check=check, capture_output=True, text=True, **options)
+
+    def exec(self, *command, **options):
+        return self.run("exec", *command, **options)
+
+    def velnetctl(self, *arguments, **options):
+        return self.exec(VELNETCTL, *arguments, **options)
+
+    def status(self):
+        return json.loads(self.velnetctl("status", "--json").stdout)
+
+    def ip(self, *arguments):
+        return json.loads(self.exec("ip", "-j", *arguments).stdout)
+
+    def addresses(self, interface):
+        """As velnetctl should print them: in the kernel's order, IPv4 with mask."""
+        found = []
+        for entry in self.ip("address", "show", "dev", interface)[0]["addr_info"]:
+            address = ipaddress.ip_interface(f"{entry['local']}/{entry['prefixlen']}")
+            found.append({"family": f"IPv{address.version}", "address": str(address.ip),
+                          "mask": str(address.netmask) if address.version == 4 else ""})
+        return found
+
+    def gateways(self):
+        """Of the default routes of remote, as the kernel has them."""
+        return [route["gateway"] for route in self.ip("-4", "route", "show", "default", "dev", "remote")]
+
+    def write(self, path, text):
+        self.exec("tee", path, input=text)
+
+    def restart_networkd(self):
+        self.exec("systemctl", "daemon-reload")  # as the library does; it also resets the daemon's start limit
+        self.exec("systemctl", "restart", "systemd-networkd")
+
+
+class Monitor:
+    """velnetctl monitor --json, running in the box; collects what it prints."""
+
+    def __init__(self, box):
+        self.process = subprocess.Popen([*box.command, "exec", VELNETCTL, "monitor", "--json"],
+                                        stdout=subprocess.PIPE, text=True)
+        self.changes = []
+        self.reader = threading.Thread(target=lambda: self.changes.extend(map(json.loads, self.process.stdout)))
+        self.reader.start()
+
+    def wait_for(self, source, name, value):
+        """Waits for that change; removes and returns everything up to it."""
+        def position():
+            for index, change in enumerate(self.changes):
+                matches = value(change["value"]) if callable(value) else change["value"] == value
+                if (change["source"], change["name"]) == (source, name) and matches:
+                    return index + 1
+            return 0
+        count = wait_until(position, f"{source} publishes {name} {value}")
+        taken, self.changes[:count] = self.changes[:count], []
+        return taken
+
+    def stop(self):
+        self.process.terminate()
+        self.reader.join()
+        return self.process.wait()
+
+
+@pytest.fixture(scope="session")
+def booted_box():
+    box = Box("check")
+    box.run("down")
+    subprocess.run([*box.command, "up"], check=True)
+    yield box
+    box.run("down")
+
+
+@pytest.fixture
+def box(booted_box):
+    """The box, with its settled network of the first boot before and after each test."""
+    yield booted_box
+    booted_box.run("link", "local", "up")
+    booted_box.run("link", "remote", "up")
+    wait_until(lambda: booted_box.gateways() == ["192.168.50.1"], "remote has its lease again")
+
+
+@pytest.fixture
+def monitor(box):
+    running = Monitor(box)
+    running.wait_for("host", "hostname", "velnet-device")  # the last value of the first pass
+    yield running
+    running.stop()

@@ -1,0 +1,83 @@
+# SPDX-License-Identifier: MIT
+"""velnetctl status against ip, networkctl and /sys."""
+import json
+
+import pytest
+
+from conftest import INTERFACES, VELNETCTL, wait_until
+
+
+@pytest.mark.parametrize("interface", INTERFACES)
+def test_an_interface_is_shown_as_the_kernel_has_it(box, interface):
+    def attribute(name):
+        return box.exec("cat", f"/sys/class/net/{interface}/{name}").stdout.strip()
+
+    shown = box.status()["interfaces"][interface]
+    first = box.addresses(interface)[0]
+    assert shown["addresses"] == box.addresses(interface)
+    assert (shown["live"]["ip"], shown["live"]["mask"]) == (first["address"], first["mask"])
+    assert shown["live"]["ip"] in box.exec("networkctl", "status", "--no-pager", interface).stdout
+    assert (shown["mac"], shown["speed"], shown["duplex"]) == tuple(map(attribute, ("address", "speed", "duplex")))
+    assert shown["link"] is True and shown["present"] is True
+
+
+def test_the_files_are_shown_as_configured(box):
+    shown = box.status()["interfaces"]
+    assert shown["local"]["configured"] == {"ip": "192.168.10.1", "mask": "255.255.255.0", "dhcp": False, "gateway": ""}
+    assert shown["remote"]["configured"] == {"ip": "", "mask": "", "dhcp": True, "gateway": ""}
+    assert [shown[name]["live"]["dhcp"] for name in INTERFACES] == [False, True]
+
+
+def test_the_host_is_shown_as_the_kernel_has_it(box):
+    assert box.status()["host"] == {"hostname": box.exec("hostname").stdout.strip(), "gateway": box.gateways()[0]}
+
+
+def test_the_table_holds_what_the_json_holds_for_the_interfaces_asked_for(box):
+    table = box.velnetctl("status", "remote").stdout
+    shown = box.status()["interfaces"]
+    for text in ("up, 10000 Mbit/s, full duplex", shown["remote"]["mac"], f"{shown['remote']['live']['ip']}/24 by DHCP"):
+        assert text in table
+    assert shown["local"]["mac"] not in table and "\033" not in table
+
+
+def test_a_link_without_carrier_is_down_with_speed_0(box):
+    box.run("link", "local", "down")
+    shown = box.status()["interfaces"]["local"]
+    assert (shown["link"], shown["speed"], shown["present"]) == (False, "0", True)
+
+
+def test_a_missing_interface_is_absent_and_no_error(box):
+    script = f"mount -t sysfs sysfs /sys && exec {VELNETCTL} status --json"
+    shown = json.loads(box.exec("unshare", "--net", "--mount", "sh", "-c", script).stdout)["interfaces"]
+    assert [(shown[name]["present"], shown[name]["live"]) for name in INTERFACES] == [(False, None)] * 2
+    assert shown["local"]["configured"]["ip"] == "192.168.10.1"
+
+
+def test_status_needs_no_privilege_and_never_sleeps(box):
+    trace = box.exec("strace", "-f", "-e", "trace=nanosleep,clock_nanosleep", "setpriv", "--reuid=65534", "--clear-groups",
+                     VELNETCTL, "status", "--json")
+    assert json.loads(trace.stdout)["host"]["gateway"] == "192.168.50.1"
+    assert "nanosleep(" not in trace.stderr
+
+
+@pytest.mark.parametrize("arguments, code, message", [
+    (("status", "eth9"), 2, "unknown interface 'eth9'; the managed interfaces are: local, remote"),
+    (("dance",), 2, "--help"),
+    ((), 2, "subcommand"),
+    (("--version",), 0, "velnetctl "),
+    (("status", "--help"), 0, "INTERFACE"),
+])
+def test_the_exit_code_tells_wrong_usage(box, arguments, code, message):
+    result = box.velnetctl(*arguments, check=False)
+    assert result.returncode == code
+    assert message in (result.stdout if code == 0 else result.stderr)
+
+
+def test_a_full_standard_output_is_a_failure(box):
+    result = box.exec("sh", "-c", f"{VELNETCTL} status >/dev/full", check=False)
+    assert (result.returncode, result.stderr) == (1, "velnetctl: cannot write to standard output\n")
+
+
+def test_the_log_is_shown_only_when_asked_for(box):
+    assert box.velnetctl("status").stderr == ""
+    assert "<7>libVelNetworkManager: refresh done!\n" in box.velnetctl("status", "-v").stderr
