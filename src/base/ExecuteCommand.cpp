@@ -106,8 +106,8 @@ public:
             return error_;
         }
         // posix_spawn takes char* for historical reasons and does not write through it.
-        auto* const argv = const_cast<char* const*>(arguments); // NOLINT(cppcoreguidelines-pro-type-const-cast)
-        return posix_spawn(&pid, kShell, &actions_, &attributes_, argv, environment);
+        // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast)
+        return posix_spawn(&pid, kShell, &actions_, &attributes_, const_cast<char* const*>(arguments), environment);
     }
 
 private:
