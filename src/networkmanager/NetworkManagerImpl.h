@@ -1,16 +1,23 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "base/IpHelper.h"
 #include "base/IpSettings.h"
 #include "base/LogLine.h"
 #include "base/ThisThread.h"
+#include "networkmanager/DebugLog.h"
+#include "networkmanager/DnsConfig.h"
 #include "networkmanager/EthInterface.h"
 #include "networkmanager/EthernetInterfaces.h"
 #include "networkmanager/HostSignals.h"
 #include "networkmanager/Refresher.h"
+#include "networkmanager/Routes.h"
+#include "networkmanager/confighandler/ConfigHandler.h"
+#include "networkmanager/system/Helper.h"
 #include "networkmanager/system/ISystemIF.h"
 #include "systemd/configuration/SystemdBackend.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <map>
@@ -24,70 +31,45 @@ namespace networkmanager::detail {
 
 /// The manager behind the facade: registry, host values, refresh thread, and set operations.
 ///
-/// The host's thread calls every operation; the refresh thread assigns the cells every 2 seconds and runs their slots.
-/// stop() and the destructor must not be called from a slot of the refresh thread.
+/// The host's threads call the operations; the refresh thread assigns the cells every 2 seconds and runs their slots.
+/// A set operation changes files and daemons; its effect reaches the cells with the next refresh. It returns true only
+/// on full success and emits the outcome on `requestStatus`, whose slots run on the caller's thread.
 template <class Backend>
 class NetworkManagerImpl
 {
 public:
+    using IpSettings = velbase2::nsa::common::IpSettings;
+
     /// Loads the configuration of every interface through `backend`, which outlives the manager. Exceptions of the
     /// backend pass to the caller.
-    explicit NetworkManagerImpl(const Backend& backend, std::unique_ptr<ISystemIF> system = SystemIF_Factory())
-        : backend_(backend), system_(std::move(system)), interfaces_(EthernetInterfaces().interfaces),
-          refresher_(std::make_unique<Refresher>(signals_, interfaces_, *system_))
-    {
-        for (auto& entry : interfaces_) {
-            backend_.load(entry.second);
-        }
-    }
-
+    explicit NetworkManagerImpl(const Backend& backend, std::unique_ptr<ISystemIF> system = SystemIF_Factory());
     NetworkManagerImpl(const NetworkManagerImpl&) = delete;
     NetworkManagerImpl& operator=(const NetworkManagerImpl&) = delete;
     ~NetworkManagerImpl() { stop(); }
 
     /// Starts the refresh thread; does nothing while it runs, and nothing after stop().
     /// Throws std::system_error when there is no thread to be had.
-    void start()
-    {
-        if (running_ || !refresher_) {
-            return;
-        }
-        running_ = true;
-        try {
-            thread_ = std::thread(&NetworkManagerImpl::mainLoop, std::cref(running_), std::ref(*refresher_));
-        } catch (...) {
-            running_ = false;
-            throw;
-        }
-    }
+    void start();
 
-    /// Ends the refresh thread, which takes up to 2 seconds, and the refreshing for good.
-    void stop()
-    {
-        velbase2::system::log::detail::logLine(1, "stop network manager");
-        if (!running_) {
-            return;
-        }
-        running_ = false;
-        if (thread_.joinable()) {
-            thread_.join();
-        }
-        refresher_.reset();
-    }
+    /// Ends the refresh thread, which takes up to 2 seconds, and the refreshing for good. Not from a slot of that thread.
+    void stop();
 
-    // Not there yet: these refuse every request.
-    bool setDnsServer(const std::string& /*address*/, unsigned int /*index*/) { return refuse("setDnsServer"); }
-    bool setDnsDomain(const std::string& /*domain*/) { return refuse("setDnsDomain"); }
-    bool setIp(const std::string& /*interfaceName*/, const velbase2::nsa::common::IpSettings& /*settings*/)
-    {
-        return refuse("setIp");
-    }
-    bool setGateway(const std::string& /*gateway*/) { return refuse("setGateway"); }
-    bool setRoutes(const std::string& interfaceName, const std::string& /*routes*/)
-    {
-        interfaces_.at(interfaceName);
-        return refuse("setRoutes");
-    }
+    /// Switches an interface to a static address or to DHCP; `settings.gateway` is not used. A static interface that
+    /// holds the gateway keeps the default gateway that is in force.
+    /// "nothing to change", and false, when the cell `ipSettings` equals the settings or both are DHCP.
+    /// One call at a time; a slot of `requestStatus` must not call it (deadlock).
+    bool setIp(const std::string& interfaceName, const IpSettings& settings);
+
+    /// Sets the default gateway, and makes the interface that holds it static with its present first address.
+    /// "0.0.0.0" removes it. Refused while DHCP is in use and a default route is not exactly "0.0.0.0".
+    bool setGateway(const std::string& gateway);
+
+    /// See DnsConfig. These two emit no status.
+    bool setDnsServer(const std::string& address, unsigned int index);
+    bool setDnsDomain(const std::string& domain);
+
+    /// See Routes::set. Throws std::out_of_range for an unknown interface.
+    bool setRoutes(const std::string& interfaceName, const std::string& routes);
 
     /// The registry itself; its entries never change, so it needs no lock. Connect to the cells through it.
     std::map<std::string, EthInterface>& getInterfaces() { return interfaces_; }
@@ -97,30 +79,33 @@ public:
 
     HostSignals& getSignals() { return signals_; }
 
-    /// Installs `replacement`, and tells where the registry is. Only before start(), and only where no refresh will
-    /// run: the refresher keeps the system interface it was built with.
-    void injectSystemIF(std::unique_ptr<ISystemIF> replacement, std::map<std::string, EthInterface>*& registry)
-    {
-        system_ = std::move(replacement);
-        registry = &interfaces_;
-    }
+    // The steps of the operations above. They emit the same statuses.
+
+    /// Checks the name, the address and mask of a static request, and that the interface has a MAC address.
+    bool setIpCheckIfValid(const std::string& interfaceName, const IpSettings& settings);
+
+    /// Replaces the interface's main file and restarts systemd-networkd.
+    bool writeSettings(const std::string& interfaceName, const IpSettings& settings, const std::string& gateway,
+                       bool intComIf);
+
+    /// Whether an interface that supports DHCP uses it now.
+    bool dhcpEnabled();
+
+    /// Installs the route at once, to see whether the system takes it, and goes on to the file.
+    bool doSetGateway(std::string gateway);
+
+    /// Rewrites the file of the interface that holds the gateway. False, without a status, when none does.
+    bool setGatewayToSystem(const std::string& gateway);
+
+    /// Installs `replacement`, and tells where the registry is. Only before start(), and only where no refresh will run:
+    /// the refresher keeps the system interface it was built with.
+    void injectSystemIF(std::unique_ptr<ISystemIF> replacement, std::map<std::string, EthInterface>*& registry);
 
 private:
-    static bool refuse(const char* operation)
-    {
-        velbase2::system::log::detail::logLine(3, operation, " is not supported yet");
-        return false;
-    }
+    static void mainLoop(const std::atomic<bool>& running, Refresher& refresher);
 
-    static void mainLoop(const std::atomic<bool>& running, Refresher& refresher)
-    {
-        velbase2::system::log::detail::logLine(1, "start main loop");
-        do {
-            refresher.refresh();
-            velbase2::system::this_thread::sleep_for(std::chrono::seconds(2));
-        } while (running);
-        velbase2::system::log::detail::logLine(1, "exit main loop");
-    }
+    /// Emits the status; the result of a refused request.
+    bool refuse(const std::string& status);
 
     const Backend& backend_;
     HostSignals signals_;
@@ -129,8 +114,207 @@ private:
     std::thread thread_;
     std::unique_ptr<Refresher> refresher_;
     std::atomic<bool> running_ = false;
-    std::mutex requestLock_;
+    std::mutex requestLock_; // one setIp at a time
 };
+
+template <class Backend>
+NetworkManagerImpl<Backend>::NetworkManagerImpl(const Backend& backend, std::unique_ptr<ISystemIF> system)
+    : backend_(backend), system_(std::move(system)), interfaces_(EthernetInterfaces().interfaces),
+      refresher_(std::make_unique<Refresher>(signals_, interfaces_, *system_))
+{
+    for (auto& entry : interfaces_) {
+        backend_.load(entry.second);
+    }
+}
+
+template <class Backend>
+void NetworkManagerImpl<Backend>::start()
+{
+    if (running_ || !refresher_) {
+        return;
+    }
+    running_ = true;
+    try {
+        thread_ = std::thread(&NetworkManagerImpl::mainLoop, std::cref(running_), std::ref(*refresher_));
+    } catch (...) {
+        running_ = false;
+        throw;
+    }
+}
+
+template <class Backend>
+void NetworkManagerImpl<Backend>::stop()
+{
+    velbase2::system::log::detail::logLine(1, "stop network manager");
+    if (!running_) {
+        return;
+    }
+    running_ = false;
+    if (thread_.joinable()) {
+        thread_.join();
+    }
+    refresher_.reset();
+}
+
+template <class Backend>
+void NetworkManagerImpl<Backend>::mainLoop(const std::atomic<bool>& running, Refresher& refresher)
+{
+    velbase2::system::log::detail::logLine(1, "start main loop");
+    do {
+        refresher.refresh();
+        velbase2::system::this_thread::sleep_for(std::chrono::seconds(2));
+    } while (running);
+    velbase2::system::log::detail::logLine(1, "exit main loop");
+}
+
+template <class Backend>
+bool NetworkManagerImpl<Backend>::setIp(const std::string& interfaceName, const IpSettings& settings)
+{
+    using velbase2::system::log::detail::logLine;
+    const std::lock_guard lock(requestLock_);
+    if (!setIpCheckIfValid(interfaceName, settings)) {
+        return false;
+    }
+    const auto& iface = interfaces_.at(interfaceName);
+    const auto old = iface.ipSettings.get().value_or(IpSettings());
+    debugLog("old ip settings for interface " + interfaceName, old);
+    debugLog("new ip settings for interface " + interfaceName, settings);
+    if (old == settings) {
+        logLine(1, "old == new ip address -> nothing to do");
+        return refuse("nothing to change");
+    }
+    if (settings.dhcp && !iface.dhcpSupported) {
+        logLine(3, "Interface ", interfaceName, " supports no DHCP!");
+        return refuse("internal error");
+    }
+    if (settings.dhcp && old.dhcp) {
+        logLine(2, "No changes needed by dhcp mode");
+        return refuse("nothing to change");
+    }
+    const bool keepsGateway = iface.holdsGateway && !settings.dhcp;
+    return writeSettings(interfaceName, settings, keepsGateway ? system_->getGateway() : std::string(), iface.intComIf);
+}
+
+template <class Backend>
+bool NetworkManagerImpl<Backend>::setIpCheckIfValid(const std::string& interfaceName, const IpSettings& settings)
+{
+    using velbase2::system::log::detail::logLine;
+    if (interfaceName.empty() || interfaces_.count(interfaceName) == 0) {
+        logLine(3, "Got no valid interface to set ip! '", interfaceName, "'");
+        return refuse("internal error");
+    }
+    if (!confighandler::ipSettingsValid(settings)) {
+        return refuse("invalid ip or mask");
+    }
+    const auto macAddress = system_->getMacAddress(interfaceName);
+    logLine(1, "Mac address: '", macAddress, "' of interface: ", interfaceName);
+    return !macAddress.empty() || refuse("internal error");
+}
+
+template <class Backend>
+bool NetworkManagerImpl<Backend>::writeSettings(const std::string& interfaceName, const IpSettings& settings,
+                                                const std::string& gateway, bool intComIf)
+{
+    using velbase2::system::log::detail::logLine;
+    const auto content = confighandler::createConfig(interfaceName, settings, gateway, intComIf);
+    const auto path = "/etc/systemd/network/" + interfaces_.at(interfaceName).networkFile;
+    bool isDone = false;
+    if (system_->writeToConfFile(path, content)) {
+        logLine(2, "change ip settings from networkd daemon");
+        isDone = system_->reloadSettings();
+    } else {
+        logLine(3, "Writing to config file failed!");
+    }
+    signals_.requestStatus(isDone ? "OK" : "internal error");
+    return isDone;
+}
+
+template <class Backend>
+bool NetworkManagerImpl<Backend>::dhcpEnabled()
+{
+    return std::any_of(interfaces_.begin(), interfaces_.end(), [this](const auto& entry) {
+        return entry.second.dhcpSupported && system_->getDhcpUsed(entry.second);
+    });
+}
+
+template <class Backend>
+bool NetworkManagerImpl<Backend>::setGateway(const std::string& gateway)
+{
+    using velbase2::system::log::detail::logLine;
+    if (!velbase2::system::iphelper::isValidIp(gateway)) {
+        return refuse("invalid ip or mask");
+    }
+    const auto current = system_->getGateway();
+    logLine(1, "set request for gateway '", gateway, "'");
+    if (current == velbase2::system::iphelper::cleanupIP(gateway)) {
+        logLine(1, "old gateway == new gateway -> nothing to do");
+        return refuse("nothing to change");
+    }
+    // Without a default route `current` is empty, which is not "0.0.0.0": refused on purpose, hosts are told so.
+    if (dhcpEnabled() && current != "0.0.0.0") {
+        logLine(1, "Gateway from DHCP not overwritten!");
+        return refuse("Gateway from DHCP not overwritten!");
+    }
+    return doSetGateway(gateway);
+}
+
+template <class Backend>
+bool NetworkManagerImpl<Backend>::doSetGateway(std::string gateway)
+{
+    if (gateway == "0.0.0.0") {
+        gateway.clear();
+    } else if (std::string errorMessage; !system_->checkSettingsGateway(gateway, errorMessage)) {
+        return refuse(errorMessage);
+    }
+    return setGatewayToSystem(gateway);
+}
+
+template <class Backend>
+bool NetworkManagerImpl<Backend>::setGatewayToSystem(const std::string& gateway)
+{
+    const auto holder = std::find_if(interfaces_.begin(), interfaces_.end(),
+                                     [](const auto& entry) { return entry.second.holdsGateway; });
+    if (holder == interfaces_.end()) {
+        return false;
+    }
+    const auto& iface = holder->second;
+    system_->deleteGateway(); // may fail: there need not be one
+    const auto settings = helper::getIpSettingsWithFirstIpv4(system_->getAddresses(iface.name));
+    return writeSettings(iface.name, settings, gateway, iface.intComIf);
+}
+
+template <class Backend>
+bool NetworkManagerImpl<Backend>::setDnsServer(const std::string& address, unsigned int index)
+{
+    return DnsConfig(*system_).setDnsServer(address, index);
+}
+
+template <class Backend>
+bool NetworkManagerImpl<Backend>::setDnsDomain(const std::string& domain)
+{
+    return DnsConfig(*system_).setDnsDomain(domain);
+}
+
+template <class Backend>
+bool NetworkManagerImpl<Backend>::setRoutes(const std::string& interfaceName, const std::string& routes)
+{
+    return Routes(signals_.requestStatus, *system_, interfaces_.at(interfaceName)).set(routes);
+}
+
+template <class Backend>
+void NetworkManagerImpl<Backend>::injectSystemIF(std::unique_ptr<ISystemIF> replacement,
+                                                 std::map<std::string, EthInterface>*& registry)
+{
+    system_ = std::move(replacement);
+    registry = &interfaces_;
+}
+
+template <class Backend>
+bool NetworkManagerImpl<Backend>::refuse(const std::string& status)
+{
+    signals_.requestStatus(status);
+    return false;
+}
 
 extern template class NetworkManagerImpl<
     vel_systemd::configuration::SystemdBackendImpl<vel_systemd::configuration::file::File>>;
