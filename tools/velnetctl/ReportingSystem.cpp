@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+#include "ReportingSystem.h"
+
+#include <cerrno>
+#include <system_error>
+
+namespace velnetctl {
+namespace {
+
+std::string withoutFinalLineEnds(std::string text)
+{
+    text.erase(text.find_last_not_of('\n') + 1);
+    return text;
+}
+
+} // namespace
+
+bool ReportingSystem::writeToConfFile(const std::string& path, const std::string& content)
+{
+    const bool isWritten = SystemIF::writeToConfFile(path, content);
+    if (!isWritten) {
+        failures_.push_back("cannot write " + path + ": " + std::generic_category().message(errno));
+    }
+    return isWritten;
+}
+
+bool ReportingSystem::executeCmd(const std::string& command, std::string& output, std::string& errorOutput)
+{
+    const bool isDone = SystemIF::executeCmd(command, output, errorOutput);
+    if (!isDone) {
+        failures_.push_back("'" + command + "' failed: " + withoutFinalLineEnds(errorOutput));
+    }
+    return isDone;
+}
+
+} // namespace velnetctl
