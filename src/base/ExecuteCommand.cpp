@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
+#include <cstring>
 #include <string_view>
 #include <system_error>
 #include <vector>
@@ -77,8 +78,9 @@ public:
 
     void useDefaultSignals()
     {
+        // Not sigfillset, which leaves out the signals that libc uses itself: the command would ignore them.
         sigset_t signals;
-        sigfillset(&signals);
+        std::memset(&signals, 0xFF, sizeof signals);
         note(posix_spawnattr_setsigdefault(&attributes_, &signals));
         sigemptyset(&signals);
         note(posix_spawnattr_setsigmask(&attributes_, &signals));

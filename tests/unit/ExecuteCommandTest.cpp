@@ -50,21 +50,21 @@ TEST(ExecuteCommand, ServesManyThreadsInAHostThatIgnoresOrReapsItsChildren)
 TEST(ExecuteCommand, StartsCommandsCleanOfTheHostsState)
 {
     const auto inAProcessOfItsOwn = [] {
-        ::setenv("PATH", "/sbin:/bin:/usr/sbinx", 1);
+        ::setenv("PATH", "/sbin:/bin:/usr/bin:/usr/sbinx", 1);
         ::setenv("LC_ALL", "de_DE.UTF-8", 1);
         ::setenv("OTHER", "kept", 1);
         sigset_t all;
         sigfillset(&all);
         pthread_sigmask(SIG_SETMASK, &all, nullptr);
         std::signal(SIGPIPE, SIG_IGN);
-        ::dup2(STDERR_FILENO, STDIN_FILENO);
-        const int inheritable = ::dup(STDIN_FILENO), unused = ::dup(STDIN_FILENO);
-        ::close(unused);
+        EXPECT_GT(::dup(::dup2(STDERR_FILENO, STDIN_FILENO)), STDERR_FILENO); // inheritable
+        const auto countDescriptors = "ls /proc/" + std::to_string(::getpid()) + "/fd | wc -l";
+        const auto before = run(countDescriptors);
         // Descriptor 3 is the directory that ls reads.
-        expectResults(run, {"echo $LC_ALL $OTHER $PATH -> 0|C kept /sbin:/bin:/usr/sbinx:/usr/sbin\n|",
+        expectResults(run, {"echo $LC_ALL $OTHER $PATH -> 0|C kept /sbin:/bin:/usr/bin:/usr/sbinx:/usr/sbin\n|",
                             "kill -PIPE $$ -> 141||", "grep SigBlk /proc/self/status -> 0|SigBlk:\t0000000000000000\n|",
                             "readlink /proc/self/fd/0; ls /proc/self/fd -> 0|/dev/null\n0\n1\n2\n3\n|"});
-        EXPECT_EQ(::dup(inheritable), unused); // the library has left nothing open
+        EXPECT_EQ(run(countDescriptors), before);
         std::_Exit(testing::Test::HasFailure() ? 1 : 0);
     };
     EXPECT_EXIT(inAProcessOfItsOwn(), testing::ExitedWithCode(0), "");

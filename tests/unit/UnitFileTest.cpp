@@ -13,12 +13,12 @@ TEST(AUnitFile, IsAppendedToTheLetter)
                              "section\n[Network]\ndhcp=no\nDHCP=yes");
     Content content{{"Network", {{"there", "before"}}}};
     input >> FileConverter(content);
-    const Content expected{
-        {"Network", {{"there", "before"}}},
-        {"Network", {{" Key ", " value "}, {"  # entry", "  # entry"}, {"DHCP", "ipv4\r"}, {"Word", "Word"}}},
-        {"Net", {{"A", "b=c"}, {"", "no key"}}},
-        {"Network", {{"dhcp", "no"}, {"DHCP", "yes"}}}};
-    EXPECT_EQ(content, expected);
+    EXPECT_EQ(
+        content,
+        (Content{{"Network", {{"there", "before"}}},
+                 {"Network", {{" Key ", " value "}, {"  # entry", "  # entry"}, {"DHCP", "ipv4\r"}, {"Word", "Word"}}},
+                 {"Net", {{"A", "b=c"}, {"", "no key"}}},
+                 {"Network", {{"dhcp", "no"}, {"DHCP", "yes"}}}}));
 }
 
 TEST(AUnitFile, IsWrittenByAConstConverterThatRefusesToRead)
