@@ -24,14 +24,14 @@ namespace {
 /// The present time as in 2026-05-04T09:08:07.006Z.
 std::string timeStamp()
 {
-    const auto now = std::chrono::system_clock::now().time_since_epoch();
-    const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
-    const std::time_t seconds = milliseconds / 1000;
+    const auto now = std::chrono::system_clock::now();
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+    const auto sinceEpoch = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch());
     std::tm utc{};
     ::gmtime_r(&seconds, &utc);
     std::array<char, sizeof "2026-05-04T09:08:07"> text{};
     static_cast<void>(std::strftime(text.data(), text.size(), "%FT%T", &utc));
-    return text.data() + ('.' + std::to_string(1000 + milliseconds % 1000).substr(1)) + 'Z';
+    return text.data() + ('.' + std::to_string(1000 + sinceEpoch.count() % 1000).substr(1)) + 'Z';
 }
 
 std::string toText(bool isUp)
