@@ -23,6 +23,7 @@ namespace {
 
 constexpr const char* kNone = "none";
 constexpr const char* kNoAddress = "0.0.0.0";
+constexpr const char* kRefused = "the request was refused";
 constexpr auto kTimeToSettle = std::chrono::seconds(3);
 
 void warn(const std::string& text)
@@ -34,8 +35,7 @@ void fail(const std::string& text)
     std::cerr << "velnetctl: " << text << '\n';
 }
 
-/// A manager that is not started, over a system that notes failures. Its cells
-/// hold what the files say.
+/// A manager that is not started, over a system that notes failures. Its cells hold what the files say.
 class Device
 {
 public:
@@ -54,32 +54,22 @@ public:
 
     const EthInterface& gatewayInterface()
     {
-        const auto& interfaces = manager_.getInterfaces();
-        return std::find_if(interfaces.begin(), interfaces.end(),
+        return std::find_if(interfaces_.begin(), interfaces_.end(),
                             [](const auto& entry) { return entry.second.holdsGateway; })
             ->second;
     }
 
-    /// A change while an address or the default route is away would lose it: both
-    /// are read from the live state.
-    void settle() const
+    /// A change while an address or the default route is away would lose it: both are read from the live state.
+    void settle(const EthInterface& iface) const
     {
-        const auto missing = [this] {
-            std::string first;
-            for (const auto& [name, iface] : interfaces_) {
-                if (first.empty()) {
-                    first = missingOfFiles(system_, iface);
-                }
-            }
-            return first;
-        };
-        if (const auto lacking = waitWhileMissing(missing, kTimeToSettle); !lacking.empty()) {
+        const auto lacking = waitWhileMissing([&] { return missingOfFiles(system_, iface); }, kTimeToSettle);
+        if (!lacking.empty()) {
             warn("the live state lacks " + lacking + ", which the change may lose");
         }
     }
 
-    /// Runs the request, tells why it was refused, and waits for its effect.
-    /// `reason` serves where the library is silent.
+    /// Runs the request, tells why it was refused, and waits for its effect. `reason` serves where the library is
+    /// silent.
     bool run(const std::function<bool()>& request, const std::string& reason, Wait wait,
              const std::function<std::string()>& missing)
     {
@@ -152,14 +142,12 @@ IpSettings requestedSettings(const std::string& address, const std::string& mask
 bool setIp(const std::string& interfaceName, const std::string& address, const std::string& mask, Wait wait)
 {
     Device device;
-    device.settle();
-    const auto settings = requestedSettings(address, mask);
     const auto& iface = device.manager().getInterface(interfaceName);
+    device.settle(iface);
+    const auto settings = requestedSettings(address, mask);
     const auto gateway = iface.holdsGateway && !settings.dhcp ? device.system().getGateway() : std::string();
     if (!gateway.empty() && networkOf(gateway, settings.mask) != networkOf(settings.ip, settings.mask)) {
-        warn("the gateway " + gateway +
-             " is carried over and does not lie in the new subnet: its route will "
-             "not come");
+        warn("the gateway " + gateway + " is carried over and does not lie in the new subnet: its route will not come");
     }
     return device.run([&] { return device.manager().setIp(interfaceName, settings); },
                       interfaceName + " is absent: it has no MAC address", wait,
@@ -169,37 +157,38 @@ bool setIp(const std::string& interfaceName, const std::string& address, const s
 bool setGateway(const std::string& gateway, Wait wait)
 {
     Device device;
-    device.settle();
+    device.settle(device.gatewayInterface());
     const auto address = gateway == kNone ? kNoAddress : gateway;
     const auto wanted = iphelper::cleanupIP(address);
-    return device.run([&] { return device.manager().setGateway(address); }, "the request was refused", wait,
+    return device.run([&] { return device.manager().setGateway(address); }, kRefused, wait,
                       [&] { return missingOfGateway(device.system(), wanted == kNoAddress ? "" : wanted); });
 }
 
 bool setDns(unsigned int index, const std::string& address, Wait wait)
 {
     Device device;
-    const bool isWanted = address != kNone;
-    return device.run([&] { return device.manager().setDnsServer(isWanted ? address : kNoAddress, index); },
+    // The absence of a cleared server shows nothing: a lease may bring the same one.
+    const auto wanted = address == kNone ? std::string() : iphelper::cleanupIP(address);
+    return device.run([&] { return device.manager().setDnsServer(wanted.empty() ? kNoAddress : address, index); },
                       "'" + address + "' is not a valid IPv4 address", wait,
-                      [&] { return missingOfResolver("nameserver", isWanted ? address : "", isWanted); });
+                      [&] { return missingOfResolver("nameserver", wanted); });
 }
 
 bool setDomain(const std::string& domain, Wait wait)
 {
     Device device;
-    return device.run([&] { return device.manager().setDnsDomain(domain); }, "the request was refused", wait,
-                      [&] { return missingOfResolver("search", domain, true); });
+    return device.run([&] { return device.manager().setDnsDomain(domain); }, kRefused, wait,
+                      [&] { return missingOfResolver("search", domain); });
 }
 
 bool setRoutes(const std::string& interfaceName, const std::string& routes, Wait wait)
 {
     Device device;
-    device.settle();
     const auto& iface = device.manager().getInterface(interfaceName);
+    device.settle(iface);
     const auto before = routesOfFile(iface);
-    return device.run([&] { return device.manager().setRoutes(interfaceName, routes); }, "the request was refused",
-                      wait, [&] { return missingOfRoutes(iface, before); });
+    return device.run([&] { return device.manager().setRoutes(interfaceName, routes); }, kRefused, wait,
+                      [&] { return missingOfRoutes(iface, before); });
 }
 
 } // namespace velnetctl

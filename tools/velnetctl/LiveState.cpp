@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <thread>
 
@@ -73,8 +74,7 @@ std::set<std::string> kernelRoutes(const std::string& interfaceName)
     return routes;
 }
 
-/// As the kernel shows it: without the bits of the host, and a lone address as
-/// /32.
+/// As the kernel shows it: without the bits of the host, and a lone address as /32.
 std::string canonicalDestination(const std::string& destination)
 {
     const auto slash = destination.find('/');
@@ -83,22 +83,20 @@ std::string canonicalDestination(const std::string& destination)
     return withPrefixLength(networkOf(destination.substr(0, slash), mask), mask);
 }
 
-bool hasLine(const std::string& path, const std::string& key, const std::string& word)
+/// The words behind the key in what resolved uses itself, not in the stub that it gives to others.
+std::set<std::string> resolverWords(const std::string& key)
 {
-    std::ifstream file(path);
+    std::ifstream file("/run/systemd/resolve/resolv.conf");
+    std::set<std::string> found;
     std::string line;
     while (std::getline(file, line)) {
         std::istringstream words(line);
-        std::string found;
-        if (words >> found && found == key) {
-            while (words >> found) {
-                if (found == word) {
-                    return true;
-                }
-            }
+        std::string word;
+        if (words >> word && word == key) {
+            found.insert(std::istream_iterator<std::string>(words), {});
         }
     }
-    return false;
+    return found;
 }
 
 } // namespace
@@ -123,11 +121,11 @@ std::string missingOfFiles(const ISystemIF& system, const EthParams& iface)
     const auto live = system.getAddresses(iface.name);
     const auto first = helper::getIpSettingsWithFirstIpv4(live);
     for (const auto& section : content) {
-        const auto address = valueOf(section, "Address");
-        const auto isThat = [&address](const auto& entry) {
-            return withPrefixLength(entry.address, entry.mask) == address;
-        };
-        if (section.name == "Network" && !address.empty() && std::none_of(live.begin(), live.end(), isThat)) {
+        const auto value = valueOf(section, "Address");
+        const auto address = value.substr(0, value.find('/'));
+        const auto isThat = [&address](const auto& entry) { return entry.address == iphelper::cleanupIP(address); };
+        if (section.name == "Network" && iphelper::isValidIp(address) &&
+            std::none_of(live.begin(), live.end(), isThat)) {
             return "the address " + address + " of " + iface.name;
         }
         const bool dhcp = section.name == "Network" && valueOf(section, "DHCP") == "ipv4";
@@ -169,7 +167,8 @@ std::set<std::string> routesOfFile(const EthParams& iface)
     readUnitFile(networkFilePath(iface) + ".d/50-routes.conf", content);
     std::set<std::string> routes;
     for (const auto& section : content) {
-        if (const auto destination = valueOf(section, "Destination"); !destination.empty()) {
+        const auto destination = valueOf(section, "Destination");
+        if (!destination.empty() && networkmanager::checkValidRoute(destination)) {
             routes.insert(canonicalDestination(destination) + " via " +
                           iphelper::cleanupIP(valueOf(section, "Gateway")));
         }
@@ -194,13 +193,18 @@ std::string missingOfRoutes(const EthParams& iface, const std::set<std::string>&
     return {};
 }
 
-std::string missingOfResolver(const std::string& key, const std::string& word, bool isWanted)
+std::string missingOfResolver(const std::string& key, const std::string& words)
 {
-    // What resolved uses itself, not the stub that it gives to others.
-    if (word.empty() || hasLine("/run/systemd/resolve/resolv.conf", key, word) == isWanted) {
-        return {};
+    const auto live = resolverWords(key);
+    std::istringstream wanted(words);
+    std::string word;
+    while (wanted >> word) {
+        const bool isShown = word.front() != '~'; // a domain that only routes queries is not searched
+        if (isShown && live.count(word) == 0) {
+            return "the " + key + ' ' + word;
+        }
     }
-    return (isWanted ? "" : "the removal of ") + key + ' ' + word;
+    return {};
 }
 
 std::string waitWhileMissing(const std::function<std::string()>& missing, std::chrono::milliseconds limit)

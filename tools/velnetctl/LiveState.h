@@ -30,9 +30,8 @@ std::set<std::string> routesOfFile(const networkmanager::EthParams& iface);
 /// The routes of the drop-in in the kernel's table, and the absence of those that only `before` has.
 std::string missingOfRoutes(const networkmanager::EthParams& iface, const std::set<std::string>& before);
 
-/// A word ("192.168.0.1", "example.org") behind its key ("nameserver", "search") in what systemd-resolved uses, or its
-/// absence. The empty word is never missing.
-std::string missingOfResolver(const std::string& key, const std::string& word, bool isWanted);
+/// The words behind their key ("nameserver", "search") in what systemd-resolved uses.
+std::string missingOfResolver(const std::string& key, const std::string& words);
 
 /// The address with the bits of the host cleared.
 std::string networkOf(const std::string& address, const std::string& mask);
