@@ -56,6 +56,18 @@ class Box:
         """Of the default routes of remote, as the kernel has them."""
         return [route["gateway"] for route in self.ip("-4", "route", "show", "default", "dev", "remote")]
 
+    def routes(self, interface):
+        """The routes that networkd added by a file, but for the default route."""
+        return {(route["dst"], route["gateway"]) for route in self.ip("-4", "route", "show", "dev", interface)
+                if route.get("protocol") == "static" and route["dst"] != "default"}
+
+    def ipv4(self, interface):
+        return [f"{entry['local']}/{entry['prefixlen']}"
+                for link in self.ip("-4", "address", "show", "dev", interface) for entry in link.get("addr_info", [])]
+
+    def read(self, path):
+        return self.exec("cat", path).stdout
+
     def write(self, path, text):
         self.exec("tee", path, input=text)
 
@@ -94,7 +106,7 @@ class Monitor:
 
 @pytest.fixture(scope="session")
 def booted_box():
-    box = Box("check")
+    box = Box(os.environ.get("DEVICEBOX_NAME", "check"))
     box.run("down")
     subprocess.run([*box.command, "up"], check=True)
     yield box
@@ -108,6 +120,17 @@ def box(booted_box):
     booted_box.run("link", "local", "up")
     booted_box.run("link", "remote", "up")
     wait_until(lambda: booted_box.gateways() == ["192.168.50.1"], "remote has its lease again")
+
+
+@pytest.fixture
+def settings(box):
+    """For tests that change settings: puts the files of the daemons back."""
+    directories = "/etc/systemd/network", "/etc/systemd/resolved.conf.d"
+    box.exec("tar", "-cf", "/run/settings.tar", *directories)
+    yield
+    box.exec("sh", "-c", f"rm -rf {' '.join(directories)}; tar -C / -xf /run/settings.tar")
+    box.restart_networkd()
+    box.exec("systemctl", "restart", "systemd-resolved")
 
 
 @pytest.fixture

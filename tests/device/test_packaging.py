@@ -1,0 +1,107 @@
+# SPDX-License-Identifier: MIT
+"""packaging/: what it gives the host's user, what it keeps from it, and why the daemons have no start limit."""
+import contextlib
+import shlex
+
+import pytest
+
+from conftest import VELNETCTL, wait_until
+
+AS_VELNET = ("setpriv", "--reuid=velnet", "--regid=velnet", "--init-groups", "--")
+DAEMONS = "systemd-networkd", "systemd-resolved"
+REFUSED = ("id", "-u systemd-network id", "-u systemd-network /bin/systemctl daemon-reload", "/bin/systemctl",
+           "/bin/systemctl stop systemd-networkd", "/bin/systemctl restart systemd-networkd foo",
+           "/bin/systemctl restart systemd-journald")
+
+
+@contextlib.contextmanager
+def drop_in(box, unit, text):
+    """In place of the one of packaging/, if the unit has one there."""
+    path = f"/run/systemd/system/{unit}.service.d/50-velnet.conf"
+    box.exec("sh", "-ec", f"install -Dm644 /dev/stdin {path}; systemctl daemon-reload", input=text)
+    try:
+        yield
+    finally:
+        box.exec("sh", "-ec", f"rm {path}; systemctl daemon-reload")
+
+
+@pytest.fixture
+def host(box, settings):
+    """Runs a command in place of the host, with everything else that velnet-host.service says."""
+    library = next(line.split()[2] for line in box.exec("ldd", VELNETCTL).stdout.splitlines() if "VelNetwork" in line)
+    box.exec("cp", VELNETCTL, "/usr/bin/")  # the project may lie in /home, which the unit hides
+    box.exec("cp", library, "/usr/lib/")
+
+    def run(*command):
+        start = f"[Service]\nType=oneshot\nRestart=no\nExecStart=\nExecStart={shlex.join(command)}"
+        with drop_in(box, "velnet-host", start):
+            return box.exec("systemctl", "start", "velnet-host", check=False).returncode == 0
+    return run
+
+
+def test_sudo_runs_the_three_commands_of_the_library_and_no_other(box):
+    def sudo(command):
+        return box.exec(*AS_VELNET, "sudo", "-n", *command.split(), check=False)
+
+    def starts():
+        return [box.exec("systemctl", "show", "-P", "InvocationID", daemon).stdout for daemon in DAEMONS]
+
+    assert "/etc/sudoers.d/velnet-host: parsed OK" in box.exec("visudo", "-c").stdout  # checks owner and mode, too
+    before = starts()
+    assert [sudo(f"/bin/systemctl restart {daemon}").returncode for daemon in DAEMONS] == [0, 0]
+    after = starts()
+    assert before[0] != after[0] and before[1] != after[1]
+    assert sudo("/bin/systemctl daemon-reload").returncode == 0
+    for command in REFUSED:
+        refused = sudo(command)
+        assert refused.returncode == 1 and "password is required" in refused.stderr, command
+    assert starts() == after
+
+
+def test_sudo_does_not_look_up_the_name_of_the_device(box):
+    unknown = "; ".join(f"mount --bind /dev/null /etc/{name}" for name in ("hosts", "nsswitch.conf", "resolv.conf"))
+    script = f"{unknown}; sudo -n true; echo next >&2; {shlex.join(AS_VELNET)} sudo -n /bin/systemctl daemon-reload"
+    of_root, of_velnet = box.exec("unshare", "--mount", "sh", "-ec", script).stderr.split("next\n")
+    assert "unable to resolve host" in of_root and of_velnet == ""
+
+
+def test_a_host_in_the_unit_changes_every_setting(box, host):
+    box.write("/etc/systemd/resolved.conf.d/dns_server_0.conf", "[Resolve]\nDNS=192.168.50.3\n")  # left there by root
+    box.exec("systemd-tmpfiles", "--create", "velnet-host.conf")
+    assert host("velnetctl", "set-ip", "remote", "192.168.50.9/24")
+    wait_until(lambda: box.ipv4("remote") == ["192.168.50.9/24"], "remote has the static address and no other")
+    assert host("velnetctl", "set-gateway", "192.168.50.2")
+    wait_until(lambda: box.gateways() == ["192.168.50.2"], "remote has the gateway")
+    assert host("velnetctl", "set-routes", "remote", "10.1.0.0/16", "via", "192.168.50.2")
+    wait_until(lambda: box.routes("remote") == {("10.1.0.0/16", "192.168.50.2")}, "remote has the route")
+    for arguments in "set-dns 0 192.168.50.1", "set-dns 1 192.168.50.2", "set-domain velnet.example":
+        assert host("velnetctl", *arguments.split())
+    assert box.exec("resolvectl", "dns").stdout.startswith("Global: 192.168.50.1 192.168.50.2\n")
+    assert box.exec("resolvectl", "domain").stdout.startswith("Global: velnet.example\n")
+    assert host("velnetctl", "set-ip", "remote", "dhcp")
+    wait_until(lambda: box.gateways() == ["192.168.50.1"], "remote has its lease")
+
+
+def test_a_host_in_the_unit_writes_nowhere_else(box, host):
+    box.exec(*AS_VELNET, "touch", "/run/lock/velnet")  # so below it is the unit that refuses
+    assert host("touch", "/etc/systemd/network/velnet.network", "/etc/systemd/resolved.conf.d/velnet.conf")
+    for path in "/etc/hostname", "/etc/systemd/system/velnet.service", "/usr/bin/velnet", "/run/lock/velnet":
+        assert not host("touch", path), path
+
+
+def test_resolved_survives_many_dns_changes_only_without_a_start_limit(box, settings):
+    def set_dns(number):
+        return box.velnetctl("set-dns", "0", f"192.168.50.{number}", check=False)
+
+    def state():
+        return box.exec("systemctl", "is-active", "systemd-resolved", check=False).stdout.strip()
+
+    assert box.exec("systemctl", "show", "-P", "StartLimitIntervalUSec", *DAEMONS).stdout.split() == ["0", "0"]
+    assert [set_dns(number).returncode for number in range(1, 9)] == [0] * 8 and state() == "active"
+    # The default but for its 10 seconds, in which a slow machine makes fewer changes.
+    with drop_in(box, "systemd-resolved", "[Unit]\nStartLimitIntervalSec=1h"):
+        results = [set_dns(number) for number in range(1, 7)]
+        assert [result.returncode for result in results] == [0, 0, 0, 0, 0, 1]
+        assert "start of the service was attempted too often" in results[-1].stderr and state() == "failed"
+        box.exec("sh", "-ec", "systemctl reset-failed systemd-resolved; systemctl restart systemd-resolved")
+        assert state() == "active" and box.exec("resolvectl", "dns").stdout.startswith("Global: 192.168.50.6\n")
