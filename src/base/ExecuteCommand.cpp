@@ -47,14 +47,10 @@ struct Pipe
             return errno;
         }
         readEnd.reset(fds[0]);
-        writeEnd.reset(fds[1]);
-        if (fds[1] < kFirstFreeFd) {
-            // The host runs without standard streams: keep clear of the numbers that the child's descriptors get.
-            const int moved = ::fcntl(fds[1], F_DUPFD_CLOEXEC, kFirstFreeFd);
-            if (moved < 0) {
-                return errno;
-            }
-            writeEnd.reset(moved);
+        // In a host without standard streams: keep clear of the numbers that the child's descriptors get.
+        writeEnd.reset(atLeast(kFirstFreeFd, fds[1]));
+        if (!writeEnd.isOpen()) {
+            return errno;
         }
         return 0;
     }

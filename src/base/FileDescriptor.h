@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstddef>
 
+#include <fcntl.h>
 #include <sys/types.h>
 #include <unistd.h>
 
@@ -32,6 +33,19 @@ public:
 private:
     int fd_;
 };
+
+/// The descriptor itself, or in its place another one that is not below `lowest`; -1, with errno, when there is none.
+inline int atLeast(int lowest, int fd) noexcept
+{
+    if (fd < 0 || fd >= lowest) {
+        return fd;
+    }
+    const int moved = ::fcntl(fd, F_DUPFD_CLOEXEC, lowest);
+    const int error = errno;
+    ::close(fd);
+    errno = error;
+    return moved;
+}
 
 /// read(2) that does not end for a signal.
 inline ssize_t readUninterrupted(int fd, char* buffer, std::size_t size) noexcept

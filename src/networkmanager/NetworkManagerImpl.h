@@ -51,11 +51,11 @@ public:
     /// Throws std::system_error when there is no thread to be had.
     void start();
 
-    /// Ends the refresh thread, which takes up to 2 seconds, and the refreshing for good. Not from a slot of that thread.
+    /// Ends the refresh thread, which takes up to 2 seconds, and all refreshing. Not from a slot of that thread.
     void stop();
 
-    /// Switches an interface to a static address or to DHCP; `settings.gateway` is not used. A static interface that
-    /// holds the gateway keeps the default gateway that is in force.
+    /// Switches an interface to a static address or to DHCP. `settings.gateway` takes part only in the comparison with
+    /// the cell, where it is empty; a static interface that holds the gateway keeps the one in force.
     /// "nothing to change", and false, when the cell `ipSettings` equals the settings or both are DHCP.
     /// One call at a time; a slot of `requestStatus` must not call it (deadlock).
     bool setIp(const std::string& interfaceName, const IpSettings& settings);
@@ -97,8 +97,8 @@ public:
     /// Rewrites the file of the interface that holds the gateway. False, without a status, when none does.
     bool setGatewayToSystem(const std::string& gateway);
 
-    /// Installs `replacement`, and tells where the registry is. Only before start(), and only where no refresh will run:
-    /// the refresher keeps the system interface it was built with.
+    /// Installs `replacement`, and tells where the registry is. Only before start(), and only where no refresh will
+    /// run: the refresher keeps the system interface it was built with.
     void injectSystemIF(std::unique_ptr<ISystemIF> replacement, std::map<std::string, EthInterface>*& registry);
 
 private:

@@ -106,7 +106,7 @@ std::string fillNewSettingToVector(std::vector<RouteSetting>& routes, std::strin
     logLine(1, "route end ", shown(routeEnd), " - gw length ", shown(routeEnd - gatewayStart));
 
     // The lengths are right for text that begins with "dst=" and has its own "gw="; other text is cut wrongly on
-    // purpose and so fails the validation.
+    // purpose, and as a rule fails the validation then.
     RouteSetting route{rest.substr(destinationStart, gatewayStart - kIdentifierLengths),
                        rest.substr(gatewayStart, routeEnd - gatewayStart)};
     rest.erase(0, routeEnd);

@@ -120,6 +120,7 @@ def box(booted_box):
     booted_box.run("link", "local", "up")
     booted_box.run("link", "remote", "up")
     wait_until(lambda: booted_box.gateways() == ["192.168.50.1"], "remote has its lease again")
+    wait_until(lambda: booted_box.ipv4("local") == ["192.168.10.1/24"], "local has its address again")
 
 
 @pytest.fixture
@@ -129,6 +130,8 @@ def settings(box):
     box.exec("tar", "-cf", "/run/settings.tar", *directories)
     yield
     box.exec("sh", "-c", f"rm -rf {' '.join(directories)}; tar -C / -xf /run/settings.tar")
+    for interface in INTERFACES:
+        box.exec("ip", "-4", "address", "flush", "dev", interface)  # so that what is seen next comes from the restart
     box.restart_networkd()
     box.exec("systemctl", "restart", "systemd-resolved")
 

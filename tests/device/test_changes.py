@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """Every set operation, with its outcome read from the kernel, the daemons and the files."""
 import os
+import subprocess
 
 import pytest
 
@@ -77,6 +78,9 @@ def test_the_gateway_is_refused_while_dhcp_is_in_use(box, static_remote):
     accept(box, "set-ip", "local", "dhcp")  # no lease there; and no default route on remote
     assert "Gateway from DHCP not overwritten!" in refuse(box, "set-gateway", "192.168.50.2")
     assert box.gateways() == []
+    box.exec("ip", "address", "flush", "dev", "remote")
+    box.write(LOCAL, "")
+    assert "there is no IPv4 address to keep" in refuse(box, "set-gateway", "none")
 
 
 def test_dns_servers_and_search_domain_are_set_and_cleared(box):
@@ -175,13 +179,29 @@ def test_a_change_while_the_default_route_is_away_loses_the_gateway_after_a_warn
     wait_until(lambda: box.ipv4("remote") == ["192.168.50.30/24"], "the new address comes with the carrier")
 
 
+def test_a_cable_that_is_pulled_in_the_middle_of_a_change_delays_it(box, static_remote):
+    change = subprocess.Popen([*box.command, "exec", VELNETCTL, "set-ip", "remote", "192.168.50.30/24", "--wait", "20"])
+    wait_until(lambda: "192.168.50.30" in box.read(REMOTE), "the file is written")
+    box.run("link", "remote", "down")
+    box.run("link", "remote", "up")
+    assert change.wait(timeout=30) == 0
+    assert (box.ipv4("remote"), box.gateways()) == (["192.168.50.30/24"], ["192.168.50.1"])
+
+
+def test_a_switch_to_dhcp_is_not_done_before_the_lease_is_there(box):
+    assert "still lacks an address of local by DHCP" in refuse(box, "set-ip", "local", "dhcp", "--wait", "1")
+
+
 def test_an_interface_that_disappears_is_refused_and_served_when_it_is_back(box, monitor):
     box.exec("ip", "link", "set", "local", "down", "name", "lost")
-    assert "local is absent: it has no MAC address" in refuse(box, "set-ip", "local", "10.0.0.1/8")
-    assert box.status()["interfaces"]["local"]["present"] is False
-    box.exec("ip", "address", "add", "10.9.8.7/24", "dev", "remote")
-    assert {c["source"] for c in monitor.wait_for("remote", "addresses", lambda a: len(a) == 3)} == {"remote"}
-    box.exec("ip", "link", "set", "lost", "name", "local", "up")
+    try:
+        assert "local is absent: it has no MAC address" in refuse(box, "set-ip", "local", "10.0.0.1/8")
+        assert box.status()["interfaces"]["local"]["present"] is False
+        box.exec("ip", "address", "add", "10.9.8.7/24", "dev", "remote")
+        changes = monitor.wait_for("remote", "addresses", lambda found: "10.9.8.7" in [a["address"] for a in found])
+        assert {change["source"] for change in changes} == {"remote"}
+    finally:
+        box.exec("ip", "link", "set", "lost", "name", "local", "up")
     accept(box, "set-ip", "local", "10.0.0.1/8", "--wait", "20")
     monitor.wait_for("local", "live", {"ip": "10.0.0.1", "mask": "255.0.0.0", "dhcp": False, "gateway": ""})
 

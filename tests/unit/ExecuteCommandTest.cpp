@@ -2,6 +2,7 @@
 #include "base/ExecuteCommand.h"
 
 #include "TestSupport.h"
+#include "base/FileDescriptor.h"
 
 #include <csignal>
 
@@ -65,6 +66,10 @@ TEST(ExecuteCommand, StartsCommandsCleanOfTheHostsState)
                             "kill -PIPE $$ -> 141||", "grep SigBlk /proc/self/status -> 0|SigBlk:\t0000000000000000\n|",
                             "readlink /proc/self/fd/0; ls /proc/self/fd -> 0|/dev/null\n0\n1\n2\n3\n|"});
         EXPECT_EQ(run(countDescriptors), before);
+        // What the library writes stays clear of the standard streams where the host has closed them.
+        ::close(STDIN_FILENO);
+        EXPECT_GT(velbase2::system::atLeast(STDERR_FILENO + 1, ::dup(STDERR_FILENO)), STDERR_FILENO);
+        EXPECT_EQ(::dup(STDERR_FILENO), STDIN_FILENO);
         std::_Exit(testing::Test::HasFailure() ? 1 : 0);
     };
     EXPECT_EXIT(inAProcessOfItsOwn(), testing::ExitedWithCode(0), "");

@@ -11,9 +11,11 @@
 #include <fstream>
 #include <iterator>
 #include <sstream>
+#include <stdexcept>
 #include <thread>
 
 #include <arpa/inet.h>
+#include <net/if.h>
 
 namespace velnetctl {
 
@@ -52,6 +54,20 @@ std::string withPrefixLength(const std::string& address, const std::string& mask
     return address + '/' + std::to_string(iphelper::subnetMaskToBits(mask));
 }
 
+/// The address of networkd's present lease of the interface; empty without one.
+std::string leasedAddress(const std::string& interfaceName)
+{
+    std::ifstream lease("/run/systemd/netif/leases/" + std::to_string(::if_nametoindex(interfaceName.c_str())));
+    const std::string key = "ADDRESS=";
+    std::string line;
+    while (std::getline(lease, line)) {
+        if (line.rfind(key, 0) == 0) {
+            return line.substr(key.size());
+        }
+    }
+    return {};
+}
+
 /// "address/length via gateway" of the rows of the kernel's table.
 std::set<std::string> kernelRoutes(const std::string& interfaceName)
 {
@@ -72,6 +88,16 @@ std::set<std::string> kernelRoutes(const std::string& interfaceName)
         }
     }
     return routes;
+}
+
+/// False for what somebody else wrote and the library would refuse.
+bool isRoute(const std::string& destination)
+{
+    try {
+        return networkmanager::checkValidRoute(destination);
+    } catch (const std::out_of_range&) {
+        return false;
+    }
 }
 
 /// As the kernel shows it: without the bits of the host, and a lone address as /32.
@@ -119,17 +145,18 @@ std::string missingOfFiles(const ISystemIF& system, const EthParams& iface)
     readUnitFile(networkFilePath(iface), content);
     readUnitFile(networkFilePath(iface) + ".d/51-ip_address.conf", content);
     const auto live = system.getAddresses(iface.name);
-    const auto first = helper::getIpSettingsWithFirstIpv4(live);
+    const auto isLive = [&live](const std::string& address) {
+        return std::any_of(live.begin(), live.end(), [&](const auto& entry) { return entry.address == address; });
+    };
     for (const auto& section : content) {
         const auto value = valueOf(section, "Address");
         const auto address = value.substr(0, value.find('/'));
-        const auto isThat = [&address](const auto& entry) { return entry.address == iphelper::cleanupIP(address); };
-        if (section.name == "Network" && iphelper::isValidIp(address) &&
-            std::none_of(live.begin(), live.end(), isThat)) {
+        if (section.name == "Network" && iphelper::isValidIp(address) && !isLive(iphelper::cleanupIP(address))) {
             return "the address " + address + " of " + iface.name;
         }
+        // Not any address: right after the change from a static one, that one is still there.
         const bool dhcp = section.name == "Network" && valueOf(section, "DHCP") == "ipv4";
-        if (dhcp && first.ip.empty()) {
+        if (dhcp && !isLive(leasedAddress(iface.name))) {
             return "an address of " + iface.name + " by DHCP";
         }
         if (dhcp && iface.holdsGateway && system.getGateway().empty()) {
@@ -146,11 +173,14 @@ std::string missingOfFiles(const ISystemIF& system, const EthParams& iface)
 
 std::string missingOfSettings(const ISystemIF& system, const EthParams& iface, const IpSettings& settings)
 {
-    const auto first = helper::getIpSettingsWithFirstIpv4(system.getAddresses(iface.name));
-    if (!settings.dhcp && (first.ip != iphelper::cleanupIP(settings.ip) || first.mask != settings.mask)) {
-        return "the address " + settings.ip + " of " + iface.name;
+    if (settings.dhcp) {
+        return missingOfFiles(system, iface);
     }
-    return missingOfFiles(system, iface);
+    const auto live = helper::getIpSettingsWithFirstIpv4(system.getAddresses(iface.name));
+    const auto wanted = iphelper::cleanupIP(settings.ip);
+    const bool isNone = wanted == "0.0.0.0" && live.ip.empty();
+    const bool isThat = live.ip == wanted && live.mask == iphelper::cleanupIP(settings.mask);
+    return isNone || isThat ? missingOfFiles(system, iface) : "the address " + settings.ip + " of " + iface.name;
 }
 
 std::string missingOfGateway(const ISystemIF& system, const std::string& gateway)
@@ -168,7 +198,7 @@ std::set<std::string> routesOfFile(const EthParams& iface)
     std::set<std::string> routes;
     for (const auto& section : content) {
         const auto destination = valueOf(section, "Destination");
-        if (!destination.empty() && networkmanager::checkValidRoute(destination)) {
+        if (isRoute(destination)) {
             routes.insert(canonicalDestination(destination) + " via " +
                           iphelper::cleanupIP(valueOf(section, "Gateway")));
         }
@@ -199,6 +229,9 @@ std::string missingOfResolver(const std::string& key, const std::string& words)
     std::istringstream wanted(words);
     std::string word;
     while (wanted >> word) {
+        if (word.size() > 1 && word.back() == '.') {
+            word.pop_back(); // resolved shows names without it
+        }
         const bool isShown = word.front() != '~'; // a domain that only routes queries is not searched
         if (isShown && live.count(word) == 0) {
             return "the " + key + ' ' + word;

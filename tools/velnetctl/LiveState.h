@@ -14,7 +14,7 @@
 /// state lacks, and return the empty text when it lacks nothing.
 namespace velnetctl {
 
-/// The addresses and the default route that the interface's files ask for.
+/// The addresses, the lease and the default route that the interface's files ask for.
 std::string missingOfFiles(const networkmanager::ISystemIF& system, const networkmanager::EthParams& iface);
 
 /// Those, and the static settings as the interface's first address.

@@ -17,9 +17,13 @@ std::string withoutFinalLineEnds(std::string text)
 
 bool ReportingSystem::writeToConfFile(const std::string& path, const std::string& content)
 {
+    errno = 0;
     const bool isWritten = SystemIF::writeToConfFile(path, content);
     if (!isWritten) {
-        failures_.push_back("cannot write " + path + ": " + std::generic_category().message(errno));
+        // The library makes no text of settings without an address.
+        failures_.push_back(
+            "cannot write " + path + ": " +
+            (content.empty() ? "there is no IPv4 address to keep" : std::generic_category().message(errno)));
     }
     return isWritten;
 }
@@ -28,7 +32,8 @@ bool ReportingSystem::executeCmd(const std::string& command, std::string& output
 {
     const bool isDone = SystemIF::executeCmd(command, output, errorOutput);
     if (!isDone) {
-        failures_.push_back("'" + command + "' failed: " + withoutFinalLineEnds(errorOutput));
+        const auto reason = withoutFinalLineEnds(errorOutput);
+        failures_.push_back("'" + command + "' failed" + (reason.empty() ? " without a word" : ": " + reason));
     }
     return isDone;
 }

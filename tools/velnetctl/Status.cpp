@@ -33,8 +33,14 @@ std::string linkText(const EthInterface& iface)
     if (!iface.link.get().value_or(false)) {
         return colored(Color::Red, "down");
     }
-    return colored(Color::Green, "up") + ", " + orNone(iface.speed.get().value_or("")) + " Mbit/s, " +
-           orNone(iface.duplex.get().value_or("")) + " duplex";
+    auto text = colored(Color::Green, "up");
+    if (const auto speed = iface.speed.get().value_or(""); !speed.empty()) {
+        text += ", " + speed + " Mbit/s";
+    }
+    if (const auto duplex = iface.duplex.get().value_or(""); !duplex.empty()) {
+        text += ", " + duplex + " duplex";
+    }
+    return text;
 }
 
 void printInterface(std::ostream& output, const EthInterface& iface, const std::optional<IpSettings>& configured)

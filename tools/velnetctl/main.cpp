@@ -57,6 +57,12 @@ std::string checkPrintable(const std::string& text)
     return std::any_of(text.begin(), text.end(), isControl) ? "control characters are not allowed" : "";
 }
 
+/// CLI11 would read a leading zero as octal.
+std::string checkDecimal(const std::string& text)
+{
+    return text.size() > 1 && text.front() == '0' ? "leading zeros are not allowed" : "";
+}
+
 /// "dst=D gw=G ..." of the words "D via G ..."; a single word is the library's own form already.
 std::string routesText(const std::vector<std::string>& words)
 {
@@ -140,7 +146,9 @@ void addSetting(CLI::App& app, Arguments& arguments, Actions& actions)
 
     auto* setDns = add("set-dns", "Set or clear one of the DNS servers",
                        [&arguments] { return velnetctl::setDns(arguments.index, arguments.address, arguments.wait); });
-    setDns->add_option("INDEX", arguments.index, "Which one: 0, 1, ...")->required();
+    setDns->add_option("INDEX", arguments.index, "Which one: 0, 1, ...")
+        ->required()
+        ->check(CLI::Validator(checkDecimal, "", "index"));
     setDns->add_option("ADDRESS", arguments.address, "The server, or none")->required();
 
     auto* setDomain = add("set-domain", "Set the DNS search domain, or remove it without DOMAIN",

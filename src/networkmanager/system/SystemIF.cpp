@@ -49,7 +49,7 @@ void appendWithoutLineEnds(std::string& text, std::string_view chunk)
 }
 
 /// Opens the file empty, creating it if need be. -1 on failure.
-int openForReplacement(const std::string& path)
+int openEmpty(const std::string& path)
 {
     const int existing = ::open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
     if (existing >= 0 || errno != ENOENT) {
@@ -61,6 +61,12 @@ int openForReplacement(const std::string& path)
         ::fchmod(created, kMode); // whatever the host's umask
     }
     return created;
+}
+
+/// In a host without standard streams: what others print must not land in the file.
+int openForReplacement(const std::string& path)
+{
+    return velbase2::system::atLeast(STDERR_FILENO + 1, openEmpty(path));
 }
 
 void writeAll(int fd, std::string_view content)
