@@ -108,7 +108,7 @@ def test_routes_are_set_replaced_and_cleared(box):
     assert box.routes("remote") == {("10.1.0.0/16", "192.168.50.1"), ("10.2.0.7", "192.168.50.2")}
     assert box.read(drop_in) == ("[Route]\nDestination=10.1.0.0/16\nGateway=192.168.50.1\n"
                                  "[Route]\nDestination=10.2.0.7\nGateway=192.168.50.2\n")
-    accept(box, "set-routes", "remote", "dst=10.3.0.0/24 | gw=192.168.50.2", "--wait", "20", status="Routes updated")
+    accept(box, "set-routes", "remote", "dst=10.3.0.0/24", "gw=192.168.50.2", "--wait", "20", status="Routes updated")
     assert box.routes("remote") == {("10.3.0.0/24", "192.168.50.2")}
     for routes, reason in (("dst=10.0.0.0/33 gw=192.168.50.1", "Invalid route format: 10.0.0.0/33"),
                            ("dst=10.0.0.0/8 gw=here", "Invalid gateway format: here"),

@@ -34,7 +34,7 @@ constexpr const char* kExamples = R"(Examples:
 Exit codes: 0 good, 1 failed, 2 wrong usage.)";
 
 constexpr const char* kAddressForms = "dhcp, ADDRESS/LENGTH, or ADDRESS and MASK";
-constexpr const char* kRouteForms = R"(DESTINATION via GATEWAY..., or one text "dst=... gw=...")";
+constexpr const char* kRouteForms = R"(DESTINATION via GATEWAY ..., or dst=DESTINATION gw=GATEWAY ...)";
 
 /// An empty text for a managed interface, else why it is refused (CLI11's convention).
 std::string checkInterfaceName(const std::string& name)
@@ -63,13 +63,16 @@ std::string checkDecimal(const std::string& text)
     return text.size() > 1 && text.front() == '0' ? "leading zeros are not allowed" : "";
 }
 
-/// "dst=D gw=G ..." of the words "D via G ..."; a single word is the library's own form already.
+/// "dst=D gw=G ..." of the words "D via G ...", or of words in the library's own form already.
 std::string routesText(const std::vector<std::string>& words)
 {
-    if (words.size() == 1) {
-        return words.front();
-    }
     std::string text;
+    if (words.size() == 1 || (!words.empty() && words.front().rfind("dst=", 0) == 0)) {
+        for (const auto& word : words) {
+            text += (text.empty() ? "" : " ") + word;
+        }
+        return text;
+    }
     for (std::size_t i = 0; i < words.size(); i += 3) {
         if (i + 2 >= words.size() || words[i + 1] != "via") {
             throw CLI::ValidationError("ROUTE", std::string("expected ") + kRouteForms);
