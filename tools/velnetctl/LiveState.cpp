@@ -234,7 +234,7 @@ std::string missingOfResolver(const std::string& key, const std::string& words)
         }
         const bool isShown = word.front() != '~'; // a domain that only routes queries is not searched
         if (isShown && live.count(word) == 0) {
-            return "the " + key + ' ' + word;
+            return std::string("the ").append(key).append(" ").append(word);
         }
     }
     return {};
