@@ -4,6 +4,8 @@
 #include "base/LogLine.h"
 #include "networkmanager/system/Helper.h"
 
+#include <utility>
+
 namespace networkmanager {
 
 using velbase2::system::log::detail::logLine;

@@ -4,11 +4,10 @@
 #include <chrono>
 #include <optional>
 #include <string>
-#include <vector>
 
-/// The verbs that change the device. Each waits until the live state shows what the files ask for, changes, prints the
-/// status to standard output, and the reason of a refusal to standard error. True on success and when there was nothing
-/// to change. With `wait`, true only when the live state shows the new setting within that time.
+/// The verbs that change the device. Those of the interfaces first wait until the live state shows what the files ask
+/// for. Each prints the status to standard output, and the reason of a refusal to standard error. True on success and
+/// when there was nothing to change. With `wait`, true only when the live state shows the new setting within that time.
 namespace velnetctl {
 
 using Wait = std::optional<std::chrono::seconds>;

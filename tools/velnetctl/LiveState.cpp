@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "LiveState.h"
 
+#include "Text.h"
 #include "base/IpHelper.h"
 #include "networkmanager/Routes.h"
 #include "networkmanager/system/Helper.h"
@@ -46,12 +47,6 @@ std::string valueOf(const Section& section, const std::string& key)
 std::string networkFilePath(const EthParams& iface)
 {
     return "/etc/systemd/network/" + iface.networkFile;
-}
-
-/// The address with its mask as the files write it.
-std::string withPrefixLength(const std::string& address, const std::string& mask)
-{
-    return address + '/' + std::to_string(iphelper::subnetMaskToBits(mask));
 }
 
 /// The address of networkd's present lease of the interface; empty without one.

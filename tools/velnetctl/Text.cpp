@@ -16,19 +16,19 @@ bool wantsColor()
     return (noColor == nullptr || *noColor == '\0') && ::isatty(STDOUT_FILENO) == 1;
 }
 
-std::string withPrefixLength(const std::string& address, const std::string& mask)
-{
-    const int prefixLength = velbase2::system::iphelper::subnetMaskToBits(mask);
-    return prefixLength < 0 ? address : address + '/' + std::to_string(prefixLength);
-}
-
 } // namespace
 
 std::string colored(Color color, const std::string& text)
 {
     static const bool isWanted = wantsColor();
     const char* code = color == Color::Bold ? "1" : color == Color::Green ? "32" : "31";
-    return color == Color::Plain || !isWanted ? text : "\033[" + std::string(code) + 'm' + text + "\033[0m";
+    return isWanted ? "\033[" + std::string(code) + 'm' + text + "\033[0m" : text;
+}
+
+std::string withPrefixLength(const std::string& address, const std::string& mask)
+{
+    const int prefixLength = velbase2::system::iphelper::subnetMaskToBits(mask);
+    return prefixLength < 0 ? address : address + '/' + std::to_string(prefixLength);
 }
 
 std::string addressText(const velbase2::nsa::common::structs::IpAddress& address)

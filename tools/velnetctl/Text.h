@@ -9,12 +9,13 @@
 /// What velnetctl prints for people.
 namespace velnetctl {
 
-enum class Color { Plain, Bold, Green, Red };
+enum class Color { Bold, Green, Red };
 
 /// The text in the colour, where standard output is a terminal and NO_COLOR is not set; else the text.
 std::string colored(Color color, const std::string& text);
 
 /// "10.0.0.2/8"; without the prefix length when there is no valid mask.
+std::string withPrefixLength(const std::string& address, const std::string& mask);
 std::string addressText(const velbase2::nsa::common::structs::IpAddress& address);
 
 /// "10.0.0.2/8", "DHCP", "10.0.0.2/8 by DHCP" or "none".

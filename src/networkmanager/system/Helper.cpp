@@ -6,9 +6,9 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>

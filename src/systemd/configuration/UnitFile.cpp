@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "systemd/configuration/UnitFile.h"
 
-#include <algorithm>
 #include <istream>
 #include <ostream>
 #include <utility>
