@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "base/Log.h"
+#include "Log.h"
 
 #include <locale>
 #include <sstream>

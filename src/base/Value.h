@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "base/Signal.h"
+#include "Signal.h"
 
 #include <mutex>
 #include <optional>

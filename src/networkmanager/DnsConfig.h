@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "networkmanager/system/ISystemIF.h"
+#include "system/ISystemIF.h"
 
 #include <string>
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "base/IpAddress.h"
-#include "base/IpSettings.h"
-#include "base/Value.h"
+#include "../base/IpAddress.h"
+#include "../base/IpSettings.h"
+#include "../base/Value.h"
 
 #include <optional>
 #include <string>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "networkmanager/EthInterface.h"
+#include "EthInterface.h"
 
 #include <map>
 #include <string>

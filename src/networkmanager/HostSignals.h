@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "base/OnlyOnChanged.h"
-#include "base/Signal.h"
+#include "../base/OnlyOnChanged.h"
+#include "../base/Signal.h"
 
 #include <string>
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "base/IpSettings.h"
-#include "networkmanager/EthInterface.h"
-#include "networkmanager/HostSignals.h"
-#include "networkmanager/NetworkManagerData.h"
+#include "../base/IpSettings.h"
+#include "EthInterface.h"
+#include "HostSignals.h"
+#include "NetworkManagerData.h"
 
 #include <map>
 #include <memory>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "networkmanager/NetworkManagerImpl.h"
-#include "systemd/configuration/SystemdBackend.h"
+#include "../systemd/configuration/SystemdBackend.h"
+#include "NetworkManagerImpl.h"
 
 namespace networkmanager {
 

@@ -1,21 +1,21 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "base/IpHelper.h"
-#include "base/IpSettings.h"
-#include "base/LogLine.h"
-#include "base/ThisThread.h"
-#include "networkmanager/DebugLog.h"
-#include "networkmanager/DnsConfig.h"
-#include "networkmanager/EthInterface.h"
-#include "networkmanager/EthernetInterfaces.h"
-#include "networkmanager/HostSignals.h"
-#include "networkmanager/Refresher.h"
-#include "networkmanager/Routes.h"
-#include "networkmanager/confighandler/ConfigHandler.h"
-#include "networkmanager/system/Helper.h"
-#include "networkmanager/system/ISystemIF.h"
-#include "systemd/configuration/SystemdBackend.h"
+#include "../base/IpHelper.h"
+#include "../base/IpSettings.h"
+#include "../base/LogLine.h"
+#include "../base/ThisThread.h"
+#include "../systemd/configuration/SystemdBackend.h"
+#include "DebugLog.h"
+#include "DnsConfig.h"
+#include "EthInterface.h"
+#include "EthernetInterfaces.h"
+#include "HostSignals.h"
+#include "Refresher.h"
+#include "Routes.h"
+#include "confighandler/ConfigHandler.h"
+#include "system/Helper.h"
+#include "system/ISystemIF.h"
 
 #include <algorithm>
 #include <atomic>

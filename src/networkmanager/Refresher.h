@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "networkmanager/EthInterface.h"
-#include "networkmanager/HostSignals.h"
-#include "networkmanager/system/ISystemIF.h"
+#include "EthInterface.h"
+#include "HostSignals.h"
+#include "system/ISystemIF.h"
 
 #include <map>
 #include <string>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "base/Signal.h"
-#include "networkmanager/EthInterface.h"
-#include "networkmanager/system/ISystemIF.h"
+#include "../base/Signal.h"
+#include "EthInterface.h"
+#include "system/ISystemIF.h"
 
 #include <cstddef>
 #include <string>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "base/IpSettings.h"
+#include "../../base/IpSettings.h"
 
 #include <string>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "base/IpAddress.h"
-#include "base/IpSettings.h"
+#include "../../base/IpAddress.h"
+#include "../../base/IpSettings.h"
 
 #include <string>
 #include <vector>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "base/IpAddress.h"
-#include "networkmanager/system/ISocketReader.h"
-#include "networkmanager/system/SocketReader.h"
+#include "../../base/IpAddress.h"
+#include "ISocketReader.h"
+#include "SocketReader.h"
 
 #include <memory>
 #include <string>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "base/IpAddress.h"
+#include "../../base/IpAddress.h"
 
 #include <string>
 #include <vector>

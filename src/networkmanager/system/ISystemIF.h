@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "base/IpAddress.h"
-#include "networkmanager/EthInterface.h"
+#include "../../base/IpAddress.h"
+#include "../EthInterface.h"
 
 #include <memory>
 #include <string>

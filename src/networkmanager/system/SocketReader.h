@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "networkmanager/system/ISocketReader.h"
+#include "ISocketReader.h"
 
 #include <memory>
 #include <optional>

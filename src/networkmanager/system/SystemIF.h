@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "networkmanager/system/IPSettingsExtractor.h"
-#include "networkmanager/system/ISystemIF.h"
+#include "IPSettingsExtractor.h"
+#include "ISystemIF.h"
 
 #include <string>
 #include <vector>

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "base/IpHelper.h"
-#include "base/IpSettings.h"
-#include "base/LogLine.h"
-#include "networkmanager/EthInterface.h"
-#include "systemd/configuration/File.h"
-#include "systemd/configuration/UnitFile.h"
+#include "../../base/IpHelper.h"
+#include "../../base/IpSettings.h"
+#include "../../base/LogLine.h"
+#include "../../networkmanager/EthInterface.h"
+#include "File.h"
+#include "UnitFile.h"
 
 #include <filesystem>
 #include <optional>
