@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <array>
+#include <string>
+
+/// Where the configuration of the daemons lies, and what stands before what in it.
+namespace velbase2::system::paths {
+
+inline constexpr const char* kNetworkDirectory = "/etc/systemd/network/";
+inline constexpr const char* kResolverDirectory = "/etc/systemd/resolved.conf.d/";
+inline constexpr const char* kHostname = "/etc/hostname";
+
+inline constexpr const char* kRouteTable = "/proc/net/route";
+inline constexpr const char* kInterfaceStates = "/sys/class/net/";
+
+inline constexpr const char* kLeases = "/run/systemd/netif/leases/"; // networkd's, named by interface index
+inline constexpr const char* kResolverState = "/run/systemd/resolve/resolv.conf"; // what resolved itself uses
+
+/// What follows the path of an interface's main file, in the order in which the loader reads them: of two Network
+/// sections the first one counts. systemd-networkd itself reads the main file first and the drop-ins in order of name.
+inline constexpr const char* kAddressDropIn = ".d/51-ip_address.conf"; // never written by this library
+inline constexpr const char* kRoutesDropIn = ".d/50-routes.conf";
+inline constexpr std::array<const char*, 3> kInLoadingOrder = {kAddressDropIn, kRoutesDropIn, ""};
+inline constexpr std::array<const char*, 3> kInNetworkdsOrder = {"", kRoutesDropIn, kAddressDropIn};
+
+/// `networkFile` is the name of the interface's main file.
+inline std::string ofInterface(const std::string& networkFile, const char* suffix = "")
+{
+    return kNetworkDirectory + networkFile + suffix;
+}
+
+inline std::string dnsServerFile(unsigned int index)
+{
+    return std::string(kResolverDirectory) + "dns_server_" + std::to_string(index) + ".conf";
+}
+
+inline std::string dnsDomainFile()
+{
+    return std::string(kResolverDirectory) + "dns_domain.conf";
+}
+
+} // namespace velbase2::system::paths
