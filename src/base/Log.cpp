@@ -16,11 +16,11 @@ namespace {
 int syslogPriority(int level) noexcept
 {
     switch (level) {
-    case 2:
+    case kNotable:
         return 6;
-    case 3:
+    case kError:
         return 3;
-    case 4:
+    case kFileProblem:
         return 4;
     default:
         return 7;
@@ -56,7 +56,7 @@ void writeToStandardError(int level, std::string_view tag, std::string_view line
 
 struct Logger
 {
-    std::atomic<int> minimumLevel{2};
+    std::atomic<int> minimumLevel{kNotable};
     std::mutex sinkLock;
     std::shared_ptr<const Sink> sink = std::make_shared<const Sink>(writeToStandardError);
 };

@@ -4,14 +4,20 @@
 #include <functional>
 #include <string_view>
 
-/// The logger. Levels: 1 detail, 2 notable, 3 error, 4 file problem. Thread-safe.
+/// The logger. Thread-safe.
 namespace velbase2::system::log {
+
+// Levels.
+inline constexpr int kDetail = 1;
+inline constexpr int kNotable = 2; // the default minimum
+inline constexpr int kError = 3;
+inline constexpr int kFileProblem = 4;
 
 /// Receives one record a call, the line without a final newline (it may hold newlines inside). Called by several
 /// threads at once; may itself log or replace the sink.
 using Sink = std::function<void(int level, std::string_view tag, std::string_view line)>;
 
-/// Records below `level` are not made. The default is 2.
+/// Records below `level` are not made.
 void setMinimumLevel(int level);
 
 /// An empty Sink restores the default one, which writes "<P>tag: line" with one write(2) to standard error, P being the

@@ -2,16 +2,15 @@
 #include "networkmanager/DnsConfig.h"
 
 #include "base/IpHelper.h"
+#include "base/Paths.h"
 
 namespace networkmanager {
+
+namespace paths = velbase2::system::paths;
+
 namespace {
 
 constexpr const char* kSection = "[Resolve]\n";
-
-std::string dropInPath(const std::string& name)
-{
-    return "/etc/systemd/resolved.conf.d/" + name + ".conf";
-}
 
 } // namespace
 
@@ -22,12 +21,12 @@ bool DnsConfig::setDnsServer(const std::string& address, unsigned int index)
     if (!velbase2::system::iphelper::isValidIp(address)) {
         return false;
     }
-    return writeToConfigAndReload(dropInPath("dns_server_" + std::to_string(index)), createDnsConfig(address));
+    return writeToConfigAndReload(paths::dnsServerFile(index), createDnsConfig(address));
 }
 
 bool DnsConfig::setDnsDomain(const std::string& domain)
 {
-    return writeToConfigAndReload(dropInPath("dns_domain"), createDomainConfig(domain));
+    return writeToConfigAndReload(paths::dnsDomainFile(), createDomainConfig(domain));
 }
 
 bool DnsConfig::writeToConfigAndReload(const std::string& file, const std::string& content)

@@ -4,6 +4,7 @@
 #include "../base/IpHelper.h"
 #include "../base/IpSettings.h"
 #include "../base/LogLine.h"
+#include "../base/Paths.h"
 #include "../base/ThisThread.h"
 #include "../systemd/configuration/SystemdBackend.h"
 #include "DebugLog.h"
@@ -12,6 +13,7 @@
 #include "EthernetInterfaces.h"
 #include "HostSignals.h"
 #include "Refresher.h"
+#include "RequestStatus.h"
 #include "Routes.h"
 #include "confighandler/ConfigHandler.h"
 #include "system/Helper.h"
@@ -28,6 +30,8 @@
 #include <utility>
 
 namespace networkmanager::detail {
+
+namespace log = velbase2::system::log;
 
 /// The manager behind the facade: registry, host values, refresh thread, and set operations.
 ///
@@ -145,7 +149,7 @@ void NetworkManagerImpl<Backend>::start()
 template <class Backend>
 void NetworkManagerImpl<Backend>::stop()
 {
-    velbase2::system::log::detail::logLine(1, "stop network manager");
+    log::detail::logLine(log::kDetail, "stop network manager");
     if (!running_) {
         return;
     }
@@ -159,18 +163,17 @@ void NetworkManagerImpl<Backend>::stop()
 template <class Backend>
 void NetworkManagerImpl<Backend>::mainLoop(const std::atomic<bool>& running, Refresher& refresher)
 {
-    velbase2::system::log::detail::logLine(1, "start main loop");
+    log::detail::logLine(log::kDetail, "start main loop");
     do {
         refresher.refresh();
         velbase2::system::this_thread::sleep_for(std::chrono::seconds(2));
     } while (running);
-    velbase2::system::log::detail::logLine(1, "exit main loop");
+    log::detail::logLine(log::kDetail, "exit main loop");
 }
 
 template <class Backend>
 bool NetworkManagerImpl<Backend>::setIp(const std::string& interfaceName, const IpSettings& settings)
 {
-    using velbase2::system::log::detail::logLine;
     const std::lock_guard lock(requestLock_);
     if (!setIpCheckIfValid(interfaceName, settings)) {
         return false;
@@ -180,16 +183,16 @@ bool NetworkManagerImpl<Backend>::setIp(const std::string& interfaceName, const 
     debugLog("old ip settings for interface " + interfaceName, old);
     debugLog("new ip settings for interface " + interfaceName, settings);
     if (old == settings) {
-        logLine(1, "old == new ip address -> nothing to do");
-        return refuse("nothing to change");
+        log::detail::logLine(log::kDetail, "old == new ip address -> nothing to do");
+        return refuse(status::kNothingToChange);
     }
     if (settings.dhcp && !iface.dhcpSupported) {
-        logLine(3, "Interface ", interfaceName, " supports no DHCP!");
-        return refuse("internal error");
+        log::detail::logLine(log::kError, "Interface ", interfaceName, " supports no DHCP!");
+        return refuse(status::kInternalError);
     }
     if (settings.dhcp && old.dhcp) {
-        logLine(2, "No changes needed by dhcp mode");
-        return refuse("nothing to change");
+        log::detail::logLine(log::kNotable, "No changes needed by dhcp mode");
+        return refuse(status::kNothingToChange);
     }
     const bool keepsGateway = iface.holdsGateway && !settings.dhcp;
     return writeSettings(interfaceName, settings, keepsGateway ? system_->getGateway() : std::string(), iface.intComIf);
@@ -198,34 +201,32 @@ bool NetworkManagerImpl<Backend>::setIp(const std::string& interfaceName, const 
 template <class Backend>
 bool NetworkManagerImpl<Backend>::setIpCheckIfValid(const std::string& interfaceName, const IpSettings& settings)
 {
-    using velbase2::system::log::detail::logLine;
     if (interfaceName.empty() || interfaces_.count(interfaceName) == 0) {
-        logLine(3, "Got no valid interface to set ip! '", interfaceName, "'");
-        return refuse("internal error");
+        log::detail::logLine(log::kError, "Got no valid interface to set ip! '", interfaceName, "'");
+        return refuse(status::kInternalError);
     }
     if (!confighandler::ipSettingsValid(settings)) {
-        return refuse("invalid ip or mask");
+        return refuse(status::kInvalidIpOrMask);
     }
     const auto macAddress = system_->getMacAddress(interfaceName);
-    logLine(1, "Mac address: '", macAddress, "' of interface: ", interfaceName);
-    return !macAddress.empty() || refuse("internal error");
+    log::detail::logLine(log::kDetail, "Mac address: '", macAddress, "' of interface: ", interfaceName);
+    return !macAddress.empty() || refuse(status::kInternalError);
 }
 
 template <class Backend>
 bool NetworkManagerImpl<Backend>::writeSettings(const std::string& interfaceName, const IpSettings& settings,
                                                 const std::string& gateway, bool intComIf)
 {
-    using velbase2::system::log::detail::logLine;
     const auto content = confighandler::createConfig(interfaceName, settings, gateway, intComIf);
-    const auto path = "/etc/systemd/network/" + interfaces_.at(interfaceName).networkFile;
+    const auto path = velbase2::system::paths::ofInterface(interfaces_.at(interfaceName).networkFile);
     bool isDone = false;
     if (system_->writeToConfFile(path, content)) {
-        logLine(2, "change ip settings from networkd daemon");
+        log::detail::logLine(log::kNotable, "change ip settings from networkd daemon");
         isDone = system_->reloadSettings();
     } else {
-        logLine(3, "Writing to config file failed!");
+        log::detail::logLine(log::kError, "Writing to config file failed!");
     }
-    signals_.requestStatus(isDone ? "OK" : "internal error");
+    signals_.requestStatus(isDone ? status::kOk : status::kInternalError);
     return isDone;
 }
 
@@ -240,20 +241,19 @@ bool NetworkManagerImpl<Backend>::dhcpEnabled()
 template <class Backend>
 bool NetworkManagerImpl<Backend>::setGateway(const std::string& gateway)
 {
-    using velbase2::system::log::detail::logLine;
     if (!velbase2::system::iphelper::isValidIp(gateway)) {
-        return refuse("invalid ip or mask");
+        return refuse(status::kInvalidIpOrMask);
     }
     const auto current = system_->getGateway();
-    logLine(1, "set request for gateway '", gateway, "'");
+    log::detail::logLine(log::kDetail, "set request for gateway '", gateway, "'");
     if (current == velbase2::system::iphelper::cleanupIP(gateway)) {
-        logLine(1, "old gateway == new gateway -> nothing to do");
-        return refuse("nothing to change");
+        log::detail::logLine(log::kDetail, "old gateway == new gateway -> nothing to do");
+        return refuse(status::kNothingToChange);
     }
     // Without a default route `current` is empty, which is not "0.0.0.0": refused on purpose, hosts are told so.
     if (dhcpEnabled() && current != "0.0.0.0") {
-        logLine(1, "Gateway from DHCP not overwritten!");
-        return refuse("Gateway from DHCP not overwritten!");
+        log::detail::logLine(log::kDetail, status::kGatewayFromDhcp);
+        return refuse(status::kGatewayFromDhcp);
     }
     return doSetGateway(gateway);
 }

@@ -8,6 +8,7 @@
 
 namespace networkmanager {
 
+using velbase2::system::log::kDetail;
 using velbase2::system::log::detail::logLine;
 
 Refresher::Refresher(HostSignals& hostSignals, std::map<std::string, EthInterface>& interfaces, ISystemIF& system)
@@ -16,7 +17,7 @@ Refresher::Refresher(HostSignals& hostSignals, std::map<std::string, EthInterfac
 
 void Refresher::refresh()
 {
-    logLine(1, "refresh...");
+    logLine(kDetail, "refresh...");
     for (auto& entry : interfaces_) {
         EthInterface& iface = entry.second;
         const auto macAddress = system_.getMacAddress(iface.name);
@@ -28,7 +29,7 @@ void Refresher::refresh()
     }
     hostSignals_.gateway.update(system_.getGateway());
     hostSignals_.hostname.update(system_.getHostname());
-    logLine(1, "refresh done!");
+    logLine(kDetail, "refresh done!");
 }
 
 void Refresher::updateInterface(EthInterface& iface)

@@ -3,6 +3,8 @@
 
 #include "base/IpHelper.h"
 #include "base/LogLine.h"
+#include "base/Paths.h"
+#include "networkmanager/RequestStatus.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -11,8 +13,11 @@
 
 namespace networkmanager {
 
+using velbase2::system::log::kDetail;
+using velbase2::system::log::kError;
 using velbase2::system::log::detail::logLine;
 namespace iphelper = velbase2::system::iphelper;
+namespace paths = velbase2::system::paths;
 
 namespace {
 
@@ -51,14 +56,14 @@ bool Routes::set(const std::string& routes)
         if (content == kInvalid) {
             return false;
         }
-        logLine(1, "write: ", content);
-        isWritten = system_.writeToConfFile(createSysDDropInFilePath(iface_) + "/50-routes.conf", content);
+        logLine(kDetail, "write: ", content);
+        isWritten = system_.writeToConfFile(paths::ofInterface(iface_.networkFile, paths::kRoutesDropIn), content);
         if (!isWritten || !system_.reloadSettings()) {
-            messages_("internal error");
+            messages_(status::kInternalError);
             return false;
         }
         iface_.routes.assign_and_signal(routes);
-        messages_("Routes updated");
+        messages_(status::kRoutesUpdated);
         return true;
     } catch (const std::invalid_argument& error) {
         // From a slot it may come after the write: the file then stands, and the result is true on purpose.
@@ -98,19 +103,19 @@ void checkForIdentifier(const std::string& routes)
 
 std::string fillNewSettingToVector(std::vector<RouteSetting>& routes, std::string rest)
 {
-    logLine(1, rest);
+    logLine(kDetail, rest);
     const auto destinationStart = findStartOfContent(rest, kDestination);
     const auto gatewayStart = findStartOfContent(rest, kGateway);
-    logLine(1, "dst pos ", shown(destinationStart), " - gw pos ", shown(gatewayStart));
+    logLine(kDetail, "dst pos ", shown(destinationStart), " - gw pos ", shown(gatewayStart));
     const auto routeEnd = std::min(rest.find(kDestination, destinationStart), rest.size());
-    logLine(1, "route end ", shown(routeEnd), " - gw length ", shown(routeEnd - gatewayStart));
+    logLine(kDetail, "route end ", shown(routeEnd), " - gw length ", shown(routeEnd - gatewayStart));
 
     // The lengths are right for text that begins with "dst=" and has its own "gw="; other text is cut wrongly on
     // purpose, and as a rule fails the validation then.
     RouteSetting route{rest.substr(destinationStart, gatewayStart - kIdentifierLengths),
                        rest.substr(gatewayStart, routeEnd - gatewayStart)};
     rest.erase(0, routeEnd);
-    logLine(1, "dest: ", route.destination, " - gw ", route.gateway);
+    logLine(kDetail, "dest: ", route.destination, " - gw ", route.gateway);
     routes.push_back(std::move(route));
     return rest;
 }
@@ -151,14 +156,14 @@ bool checkMask(const std::string& prefix)
     try {
         return iphelper::isValidMask(std::stoi(prefix));
     } catch (const std::invalid_argument&) {
-        logLine(3, "invalid mask value: ", prefix);
+        logLine(kError, "invalid mask value: ", prefix);
         return false;
     }
 }
 
 std::string createSysDDropInFilePath(const EthInterface& iface)
 {
-    return "/etc/systemd/network/" + iface.networkFile + ".d";
+    return paths::ofInterface(iface.networkFile, ".d");
 }
 
 } // namespace networkmanager

@@ -17,6 +17,7 @@ namespace networkmanager {
 
 using velbase2::nsa::common::enums::IpAddressFamily;
 using velbase2::nsa::common::structs::IpAddress;
+using velbase2::system::log::kDetail;
 using velbase2::system::log::detail::logLine;
 
 namespace {
@@ -56,10 +57,10 @@ bool SocketReader::openSocket() const
     if (isValidSocket()) {
         return true;
     }
-    logLine(1, "Socket is closed, attempting to open.");
+    logLine(kDetail, "Socket is closed, attempting to open.");
     fd_ = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (!isValidSocket()) {
-        logLine(1, "Could not get network interface settings:Unable to open socket - Errno: ", errno);
+        logLine(kDetail, "Could not get network interface settings:Unable to open socket - Errno: ", errno);
     }
     return isValidSocket();
 }
@@ -108,7 +109,7 @@ std::optional<ifreq> getInterfaceGenericOption(int socketFd, int request, const 
     ifreq interfaceRequest{};
     std::strncpy(interfaceRequest.ifr_name, interfaceName.c_str(), IFNAMSIZ - 1);
     if (::ioctl(socketFd, static_cast<unsigned long>(request), &interfaceRequest) != 0) {
-        logLine(1, "could not query ", optionName, " from interface ", interfaceName);
+        logLine(kDetail, "could not query ", optionName, " from interface ", interfaceName);
         return std::nullopt;
     }
     return interfaceRequest;

@@ -4,6 +4,7 @@
 #include "base/ExecuteCommand.h"
 #include "base/FileDescriptor.h"
 #include "base/LogLine.h"
+#include "base/Paths.h"
 #include "networkmanager/BuiltInInterfaces.h"
 
 #include <algorithm>
@@ -17,16 +18,17 @@
 
 namespace networkmanager {
 
+namespace paths = velbase2::system::paths;
+
 using velbase2::nsa::common::structs::IpAddress;
 using velbase2::system::FileDescriptor;
+using velbase2::system::log::kError;
+using velbase2::system::log::kFileProblem;
+using velbase2::system::log::kNotable;
 using velbase2::system::log::detail::logLine;
 
 namespace {
 
-constexpr const char* kNetworkDirectory = "/etc/systemd/network/";
-constexpr const char* kRouteTable = "/proc/net/route";
-constexpr const char* kHostnameFile = "/etc/hostname";
-constexpr const char* kInterfaceStateDirectory = "/sys/class/net/";
 constexpr const char* kRestartNetworkd = "sudo /bin/systemctl restart systemd-networkd";
 constexpr const char* kRestartResolved = "sudo /bin/systemctl restart systemd-resolved";
 constexpr const char* kReadUnitFiles = "sudo /bin/systemctl daemon-reload";
@@ -36,7 +38,7 @@ constexpr const char* kFlushDefaultRoute = "ip route flush 0/0";
 /// The path of a file in the interface's directory of the kernel's state.
 std::string statePath(const std::string& interfaceName, const char* attribute)
 {
-    return kInterfaceStateDirectory + interfaceName + attribute;
+    return paths::kInterfaceStates + interfaceName + attribute;
 }
 
 void appendWithoutLineEnds(std::string& text, std::string_view chunk)
@@ -106,7 +108,7 @@ bool SystemIF::checkSettingsGateway(const std::string& gateway, std::string& err
 
 bool SystemIF::deleteGateway()
 {
-    logLine(2, "delete default gateway");
+    logLine(kNotable, "delete default gateway");
     return executeCmd(kFlushDefaultRoute);
 }
 
@@ -118,17 +120,17 @@ std::string SystemIF::getGateway() const
     if (holder == kBuiltInInterfaces.end()) {
         return {};
     }
-    return extractor_.getDefaultGateway(holder->name, readFile(kRouteTable));
+    return extractor_.getDefaultGateway(holder->name, readFile(paths::kRouteTable));
 }
 
 std::string SystemIF::getHostname() const
 {
-    return readFile(kHostnameFile);
+    return readFile(paths::kHostname);
 }
 
 bool SystemIF::getDhcpUsed(const EthParams& params) const
 {
-    return extractor_.getInterfaceDHCP(readFile(kNetworkDirectory + params.networkFile));
+    return extractor_.getInterfaceDHCP(readFile(paths::ofInterface(params.networkFile)));
 }
 
 std::vector<IpAddress> SystemIF::getAddresses(const std::string& interfaceName) const
@@ -164,13 +166,13 @@ bool SystemIF::reloadResolveD()
 bool SystemIF::writeToConfFile(const std::string& path, const std::string& content)
 {
     if (content.empty()) {
-        logLine(4, "Got empty config for file '", path, "'! Do not write empty config to filesystem");
+        logLine(kFileProblem, "Got empty config for file '", path, "'! Do not write empty config to filesystem");
         return false;
     }
-    logLine(2, "Write '", content, "' into file '", path, "'");
+    logLine(kNotable, "Write '", content, "' into file '", path, "'");
     const FileDescriptor file(openForReplacement(path));
     if (!file.isOpen()) {
-        logLine(4, "Can not write config file '", path, "'");
+        logLine(kFileProblem, "Can not write config file '", path, "'");
         return false;
     }
     // The result says only that the file could be opened, on purpose: callers go on to restart the daemon then.
@@ -204,7 +206,7 @@ bool SystemIF::executeCmd(const std::string& command, std::string& output, std::
 {
     const auto result = velbase2::system::executeCommand(command);
     if (result.returnCode != 0) {
-        logLine(3, "Error executing '", command, "' Returncode: ", result.returnCode);
+        logLine(kError, "Error executing '", command, "' Returncode: ", result.returnCode);
     }
     output = result.output;
     errorOutput = result.errorOutput;

@@ -4,6 +4,7 @@
 #include "../../base/IpHelper.h"
 #include "../../base/IpSettings.h"
 #include "../../base/LogLine.h"
+#include "../../base/Paths.h"
 #include "../../networkmanager/EthInterface.h"
 #include "File.h"
 #include "UnitFile.h"
@@ -16,8 +17,6 @@
 namespace vel_systemd::configuration {
 
 namespace detail {
-
-inline constexpr const char* kNetworkDirectory = "/etc/systemd/network";
 
 /// The settings of the first section named Network; empty ones without it. The gateway is never set.
 velbase2::nsa::common::IpSettings ipSettingsOf(const file::Content& content);
@@ -36,11 +35,13 @@ public:
     /// are missing or say nothing. Always true. Exceptions of slots pass to the caller.
     bool load(networkmanager::EthInterface& iface) const
     {
-        velbase2::system::log::detail::logLine(2, "load network configuration for: ", iface.name);
-        const std::filesystem::path directory = detail::kNetworkDirectory;
+        namespace log = velbase2::system::log;
+        namespace paths = velbase2::system::paths;
+        log::detail::logLine(log::kNotable, "load network configuration for: ", iface.name);
+        const std::filesystem::path directory = paths::kNetworkDirectory;
         file::Content content;
         // The order is the precedence: the first Network section is the one that counts.
-        for (const char* suffix : {".d/51-ip_address.conf", ".d/50-routes.conf", ""}) {
+        for (const char* suffix : paths::kInLoadingOrder) {
             std::stringstream text;
             if (!File().read(directory / (iface.networkFile + suffix), text)) {
                 text >> file::FileConverter(content);
