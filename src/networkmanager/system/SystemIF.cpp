@@ -5,10 +5,10 @@
 #include "base/FileDescriptor.h"
 #include "base/LogLine.h"
 #include "base/Paths.h"
+#include "base/ReadFile.h"
 #include "networkmanager/BuiltInInterfaces.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <string_view>
 
@@ -39,15 +39,6 @@ constexpr const char* kFlushDefaultRoute = "ip route flush 0/0";
 std::string statePath(const std::string& interfaceName, const char* attribute)
 {
     return paths::kInterfaceStates + interfaceName + attribute;
-}
-
-void appendWithoutLineEnds(std::string& text, std::string_view chunk)
-{
-    while (!chunk.empty()) {
-        const auto lineEnd = std::min(chunk.find('\n'), chunk.size());
-        text.append(chunk.substr(0, lineEnd));
-        chunk.remove_prefix(std::min(lineEnd + 1, chunk.size()));
-    }
 }
 
 /// Opens the file empty, creating it if need be. -1 on failure.
@@ -182,17 +173,9 @@ bool SystemIF::writeToConfFile(const std::string& path, const std::string& conte
 
 std::string SystemIF::readFile(const std::string& path) const
 {
-    // Not a file stream: those neither close on exec nor come cheap, and a refresh reads a dozen files.
     std::string text;
-    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file.isOpen()) {
-        return text;
-    }
-    std::array<char, 4096> buffer; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by read
-    ssize_t count = 0;
-    while ((count = velbase2::system::readUninterrupted(file.get(), buffer.data(), buffer.size())) > 0) {
-        appendWithoutLineEnds(text, {buffer.data(), static_cast<std::size_t>(count)});
-    }
+    velbase2::system::readFile(path, text);
+    text.erase(std::remove(text.begin(), text.end(), '\n'), text.end());
     return text;
 }
 

@@ -1,19 +1,28 @@
 // SPDX-License-Identifier: MIT
 #include "systemd/configuration/File.h"
 
+#include "base/ReadFile.h"
+
 #include <cerrno>
-#include <fstream>
 #include <iostream>
+#include <sstream>
 
 namespace vel_systemd::configuration::file {
 
 std::error_code File::read(const std::filesystem::path& path, std::iostream& out) const
 {
-    const std::ifstream input(path);
-    if (!input) {
+    const auto file = velbase2::system::openForReading(path);
+    if (!file.isOpen()) {
         return {errno, std::system_category()};
     }
-    out << input.rdbuf();
+    std::string text;
+    const auto failure = velbase2::system::readAll(file.get(), text);
+    // kept: copied as a stream buffer, so that `out` fails when there was nothing to copy.
+    std::stringbuf buffer(text);
+    out << &buffer;
+    if (failure) {
+        out.setstate(std::ios_base::failbit);
+    }
     return {0, std::system_category()};
 }
 
