@@ -1,8 +1,14 @@
 # SPDX-License-Identifier: MIT
 include(CMakePackageConfigHelpers)
 
-install(TARGETS VelNetworkManager EXPORT VelNetworkManagerTargets
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+set(libraries VelNetworkManager)
+set(pkgconfig_files velnetworkmanager)
+if(VELNM_BUILD_HOST)
+    list(APPEND libraries VelNetworkHost VelNetworkSimulation)
+    list(APPEND pkgconfig_files velnetworkhost)
+endif()
+install(TARGETS ${libraries} EXPORT VelNetworkManagerTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 if(VELNM_BUILD_VELNETCTL)
     install(TARGETS velnetctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
@@ -20,5 +26,7 @@ install(EXPORT VelNetworkManagerTargets NAMESPACE VelNetworkManager:: DESTINATIO
 
 # Relative, so that the tree may be moved and installed under another prefix than the configured one.
 file(RELATIVE_PATH pc_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
-configure_file(cmake/velnetworkmanager.pc.in ${PROJECT_BINARY_DIR}/velnetworkmanager.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/velnetworkmanager.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+foreach(name ${pkgconfig_files})
+    configure_file(cmake/${name}.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()

@@ -9,6 +9,7 @@ namespace velbase2::system::paths {
 
 inline constexpr const char* kNetworkDirectory = "/etc/systemd/network/";
 inline constexpr const char* kResolverDirectory = "/etc/systemd/resolved.conf.d/";
+inline constexpr const char* kResolverFile = "/etc/systemd/resolved.conf"; // read before the directory's, in byte order
 inline constexpr const char* kHostname = "/etc/hostname";
 
 inline constexpr const char* kRouteTable = "/proc/net/route";

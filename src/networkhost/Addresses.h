@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <optional>
+#include <string>
+
+/// IPv4 addresses with prefix lengths, as text. Thread-safe.
+namespace networkhost {
+
+/// The number of one or two digits from 0 to 32; empty for any other text.
+std::optional<int> parsePrefixLength(const std::string& text);
+
+/// "10.0.0.5/8" of "10.0.0.5/8"; a lone address is one of 32 bits. Empty for any other text.
+std::optional<std::string> canonicalAddress(const std::string& text);
+
+/// The same with the bits of the host cleared: "10.0.0.0/8".
+std::optional<std::string> canonicalNetwork(const std::string& text);
+
+/// The address with the bits of the host cleared. "0.0.0.0" for what is no address or no mask.
+std::string networkOf(const std::string& address, const std::string& mask);
+
+/// "10.0.0.2/8" of an address and a dotted mask; the address alone without a valid mask.
+std::string withPrefixLength(const std::string& address, const std::string& mask);
+
+} // namespace networkhost

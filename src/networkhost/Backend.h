@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "../networkmanager/EthInterface.h"
+#include "IFiles.h"
+
+namespace networkhost {
+
+/// The configuration backend of a manager, over the files of a device, which outlive it. Fills the cells as
+/// SystemdBackendImpl does.
+class Backend
+{
+public:
+    explicit Backend(const IFiles& files) : files_(files) {}
+
+    bool load(networkmanager::EthInterface& iface) const;
+
+private:
+    const IFiles& files_;
+};
+
+} // namespace networkhost

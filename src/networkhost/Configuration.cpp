@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: MIT
+#include "networkhost/Configuration.h"
+
+#include "base/IpHelper.h"
+#include "base/Paths.h"
+#include "networkhost/Addresses.h"
+#include "networkhost/DaemonFile.h"
+#include "networkmanager/BuiltInInterfaces.h"
+
+#include <tuple>
+
+namespace networkhost {
+
+namespace iphelper = velbase2::system::iphelper;
+namespace paths = velbase2::system::paths;
+
+namespace {
+
+std::vector<DaemonSection> readSections(const IFiles& files, const std::string& path)
+{
+    std::string text;
+    return files.read(path, text) ? std::vector<DaemonSection>() : parseDaemonFile(text);
+}
+
+/// networkd's values that ask for a lease of IPv4.
+bool asksForLease(const std::string& dhcp)
+{
+    return dhcp == "ipv4" || dhcp == "yes" || dhcp == "true" || dhcp == "on" || dhcp == "1" || dhcp == "both";
+}
+
+void addNetworkEntry(ConfiguredInterface& iface, const std::string& key, const std::string& value)
+{
+    if (key == "DHCP") {
+        iface.dhcp = asksForLease(value);
+    } else if (key == "Gateway" && iphelper::isValidIp(value)) {
+        iface.gateway = iphelper::cleanupIP(value);
+    } else if (key == "Address" && value.empty()) {
+        iface.addresses.clear();
+    } else if (const auto address = key == "Address" ? canonicalAddress(value) : std::nullopt) {
+        iface.addresses.push_back(*address);
+    }
+}
+
+void addRoute(ConfiguredInterface& iface, const DaemonSection& section)
+{
+    const auto gateway = section.valueOf("Gateway");
+    if (!iphelper::isValidIp(gateway)) {
+        return;
+    }
+    const auto destination = section.valueOf("Destination");
+    const auto network = canonicalNetwork(destination);
+    if (destination.empty() || network == "0.0.0.0/0") {
+        iface.gateway = iphelper::cleanupIP(gateway);
+    } else if (network) {
+        iface.routes.push_back({*network, iphelper::cleanupIP(gateway)});
+    }
+}
+
+ConfiguredInterface readInterface(const IFiles& files, const std::string& networkFile)
+{
+    ConfiguredInterface iface;
+    for (const char* suffix : paths::kInNetworkdsOrder) {
+        for (const auto& section : readSections(files, paths::ofInterface(networkFile, suffix))) {
+            if (section.name == "Route") {
+                addRoute(iface, section);
+            } else if (section.name == "Network" || section.name == "Address") {
+                for (const auto& [key, value] : section.entries) {
+                    addNetworkEntry(iface, key, value);
+                }
+            }
+        }
+    }
+    return iface;
+}
+
+void readResolver(const IFiles& files, Configuration& configuration)
+{
+    std::vector<std::string> names;
+    files.list(paths::kResolverDirectory, names);
+    std::vector<std::string> order = {paths::kResolverFile};
+    for (const auto& name : names) {
+        constexpr std::string_view kSuffix = ".conf";
+        if (name.size() > kSuffix.size() && name.compare(name.size() - kSuffix.size(), kSuffix.size(), kSuffix) == 0) {
+            order.push_back(paths::kResolverDirectory + name);
+        }
+    }
+    for (const auto& path : order) {
+        for (const auto& section : readSections(files, path)) {
+            for (const auto& [key, value] : section.entries) {
+                if (section.name == "Resolve" && key == "DNS") {
+                    assignList(configuration.dnsServers, value);
+                } else if (section.name == "Resolve" && key == "Domains") {
+                    assignList(configuration.searchDomains, value);
+                }
+            }
+        }
+    }
+}
+
+} // namespace
+
+bool operator==(const Route& left, const Route& right)
+{
+    return left.destination == right.destination && left.gateway == right.gateway;
+}
+
+bool operator==(const ConfiguredInterface& left, const ConfiguredInterface& right)
+{
+    return std::tie(left.addresses, left.dhcp, left.gateway, left.routes) ==
+           std::tie(right.addresses, right.dhcp, right.gateway, right.routes);
+}
+
+bool operator==(const Configuration& left, const Configuration& right)
+{
+    return left.interfaces == right.interfaces && left.dnsServers == right.dnsServers &&
+           left.searchDomains == right.searchDomains;
+}
+
+Configuration readConfiguration(const IFiles& files)
+{
+    Configuration configuration;
+    for (const auto& iface : networkmanager::kBuiltInInterfaces) {
+        configuration.interfaces[iface.name] = readInterface(files, iface.networkFile);
+    }
+    readResolver(files, configuration);
+    return configuration;
+}
+
+Configuration onlyInterface(const Configuration& configuration, const std::string& interfaceName)
+{
+    return {{{interfaceName, configuration.interfaces.at(interfaceName)}}, {}, {}};
+}
+
+Configuration onlyResolver(const Configuration& configuration)
+{
+    return {{}, configuration.dnsServers, configuration.searchDomains};
+}
+
+} // namespace networkhost

@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: MIT
+#include "networkhost/Requests.h"
+
+#include "base/IpHelper.h"
+#include "networkhost/Backend.h"
+#include "networkhost/Checks.h"
+#include "networkhost/Configuration.h"
+#include "networkhost/Missing.h"
+#include "networkhost/ReportingSystem.h"
+#include "networkmanager/NetworkManagerImpl.h"
+#include "networkmanager/RequestStatus.h"
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+
+namespace networkhost {
+
+using velbase2::nsa::common::IpSettings;
+namespace iphelper = velbase2::system::iphelper;
+
+namespace {
+
+using Manager = networkmanager::detail::NetworkManagerImpl<Backend>;
+
+Outcome refused(const std::string& reason, const std::string& status = {})
+{
+    Outcome outcome;
+    outcome.status = status;
+    outcome.reason = reason;
+    return outcome;
+}
+
+bool isManaged(Manager& manager, const std::string& interfaceName)
+{
+    return manager.getInterfaces().count(interfaceName) > 0;
+}
+
+/// Runs the operation of a manager that is not started. `reason` serves where the library gives none.
+Outcome run(IDevice& device, const std::function<bool(Manager&)>& operation, const std::string& reason)
+{
+    Outcome outcome;
+    const Backend backend(device.files());
+    Manager manager(backend, std::make_unique<ReportingSystem>(device.system(), outcome.failures));
+    manager.getSignals().requestStatus.connect([&outcome](const std::string& status) { outcome.status = status; });
+    outcome.isDone = operation(manager);
+    if (outcome.isDone) {
+        return outcome;
+    }
+    for (const auto& failure : outcome.failures) {
+        outcome.reason += (outcome.reason.empty() ? "" : "; ") + failure.text();
+    }
+    if (outcome.reason.empty()) {
+        const bool isSilent = outcome.status.empty() || outcome.status == networkmanager::status::kInternalError;
+        outcome.reason = isSilent ? reason : outcome.status;
+    }
+    return outcome;
+}
+
+/// The routes with their addresses in canonical text: the daemons ignore some that the library accepts.
+std::string canonicalRoutes(const std::string& routes)
+{
+    std::string canonical;
+    try {
+        for (const auto& route : networkmanager::extract(routes)) {
+            if (!faultOfDestination(route.destination).empty() || !faultOfAddress(route.gateway).empty()) {
+                return routes; // to be refused in the library's words
+            }
+            const auto slash = std::min(route.destination.find('/'), route.destination.size());
+            canonical += (canonical.empty() ? "dst=" : " dst=") +
+                         iphelper::cleanupIP(route.destination.substr(0, slash)) + route.destination.substr(slash) +
+                         " gw=" + iphelper::cleanupIP(route.gateway);
+        }
+    } catch (const std::logic_error&) {
+        return routes;
+    }
+    return canonical;
+}
+
+/// The texts of a refused route end in what was refused.
+std::string faultOfRoutes(const std::string& status)
+{
+    const auto rest = [&status](const std::string& prefix) {
+        return status.rfind(prefix, 0) == 0 ? std::optional(status.substr(prefix.size())) : std::nullopt;
+    };
+    if (const auto destination = rest("Invalid route format: ")) {
+        return faultOfDestination(*destination);
+    }
+    const auto gateway = rest("Invalid gateway format: ");
+    return gateway ? faultOfAddress(*gateway) : std::string();
+}
+
+/// Which interface takes its settings by DHCP, and so brings the gateway.
+std::string dhcpInterface(IDevice& device)
+{
+    for (const auto& [name, iface] : networkmanager::EthernetInterfaces().interfaces) {
+        if (device.system().getDhcpUsed(iface)) {
+            return name;
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+Outcome setIp(IDevice& device, const std::string& interfaceName, const IpSettings& settings)
+{
+    if (const auto fault = faultOfSettings(settings); !fault.empty()) {
+        return refused(fault, networkmanager::status::kInvalidIpOrMask);
+    }
+    auto canonical = settings;
+    if (!settings.dhcp) {
+        canonical.ip = iphelper::cleanupIP(settings.ip);
+        canonical.mask = iphelper::cleanupIP(settings.mask);
+    }
+    const auto operation = [&](Manager& manager) {
+        if (isManaged(manager, interfaceName)) {
+            // The cell holds what the file says. The library takes an equal request for done, and so it is only when
+            // the daemons have it.
+            const auto configuration = onlyInterface(readConfiguration(device.files()), interfaceName);
+            if (!missing(configuration, readLiveState(device)).empty()) {
+                manager.getInterfaces().at(interfaceName).ipSettings.assign_and_signal(IpSettings());
+            }
+        }
+        return manager.setIp(interfaceName, canonical);
+    };
+    const bool isKnown = networkmanager::EthernetInterfaces().interfaces.count(interfaceName) > 0;
+    return run(device, operation,
+               isKnown ? interfaceName + " is absent: it has no MAC address"
+                       : "there is no managed interface '" + printable(interfaceName) + "'");
+}
+
+Outcome setGateway(IDevice& device, const std::string& gateway)
+{
+    if (const auto fault = faultOfAddress(gateway); !fault.empty()) {
+        return refused(fault, networkmanager::status::kInvalidIpOrMask);
+    }
+    auto outcome = run(
+        device, [&](Manager& manager) { return manager.setGateway(iphelper::cleanupIP(gateway)); },
+        "the request was refused");
+    if (outcome.status == networkmanager::status::kGatewayFromDhcp) {
+        const auto name = dhcpInterface(device);
+        outcome.reason += " " + name + " uses DHCP: give " + name + " a static address first (set-ip)";
+    }
+    return outcome;
+}
+
+Outcome setDnsServer(IDevice& device, const std::string& address, unsigned int index)
+{
+    if (const auto fault = faultOfAddress(address); !fault.empty()) {
+        return refused(fault);
+    }
+    return run(device, [&](Manager& manager) { return manager.setDnsServer(iphelper::cleanupIP(address), index); }, {});
+}
+
+Outcome setDnsDomain(IDevice& device, const std::string& domain)
+{
+    if (const auto fault = faultOfText(domain); !fault.empty()) {
+        return refused(fault);
+    }
+    return run(device, [&](Manager& manager) { return manager.setDnsDomain(domain); }, {});
+}
+
+Outcome setRoutes(IDevice& device, const std::string& interfaceName, const std::string& routes)
+{
+    if (const auto fault = faultOfText(routes, true); !fault.empty()) {
+        return refused(fault);
+    }
+    try {
+        auto outcome = run(
+            device, [&](Manager& manager) { return manager.setRoutes(interfaceName, canonicalRoutes(routes)); }, {});
+        if (const auto fault = faultOfRoutes(outcome.status); !fault.empty()) {
+            outcome.reason += ": " + fault;
+        }
+        return outcome;
+    } catch (const std::out_of_range& error) {
+        const bool isUnknown = error.what() == std::string("map::at");
+        return refused(isUnknown ? "there is no managed interface '" + printable(interfaceName) + "'"
+                                 : "a route without \"gw=\", or a prefix length out of range");
+    }
+}
+
+} // namespace networkhost
