@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: MIT
+#include "networksimulation/Daemons.h"
+
+#include "base/IpHelper.h"
+#include "networkhost/Addresses.h"
+
+#include <algorithm>
+
+namespace networksimulation {
+
+using networkhost::ConfiguredInterface;
+using std::chrono::milliseconds;
+namespace iphelper = velbase2::system::iphelper;
+
+namespace {
+
+// In the order and about the time that the real ones take after a restart.
+constexpr milliseconds kAddresses(20);
+constexpr milliseconds kRoutes(25);
+constexpr milliseconds kLease(40);
+constexpr milliseconds kResolver(10);
+constexpr milliseconds kLossOfCarrier(5);
+
+constexpr int kDhcpMetric = 1024;
+constexpr const char* kDirect = "0.0.0.0";
+constexpr const char* kHostMask = "255.255.255.255";
+
+/// The address and the dotted mask of a canonical "10.0.0.2/8".
+KernelAddress split(const std::string& address)
+{
+    const auto slash = address.find('/');
+    return {address.substr(0, slash), iphelper::subnetBitsToMask(std::stoi(address.substr(slash + 1)))};
+}
+
+bool canReach(const KernelInterface& iface, const std::string& gateway)
+{
+    return std::any_of(iface.addresses.begin(), iface.addresses.end(), [&](const KernelAddress& own) {
+        return networkhost::networkOf(own.address, own.mask) == networkhost::networkOf(gateway, own.mask);
+    });
+}
+
+} // namespace
+
+Networkd::Networkd(Kernel& kernel, const networkhost::IFiles& files, Schedule& schedule)
+    : kernel_(kernel), files_(files), schedule_(schedule)
+{}
+
+void Networkd::restart()
+{
+    configuration_ = networkhost::readConfiguration(files_);
+    for (const auto& [name, iface] : kernel_.interfaces) {
+        schedule_.cancel(name);
+        leases_.erase(name);
+        kernel_.strip(name);
+        if (iface.isPresent && iface.hasCable) {
+            configure(name);
+        }
+    }
+}
+
+void Networkd::linkChanged(const std::string& interfaceName)
+{
+    const auto& iface = kernel_.interfaces.at(interfaceName);
+    schedule_.cancel(interfaceName);
+    if (iface.isPresent && iface.hasCable) {
+        configure(interfaceName);
+        return;
+    }
+    schedule_.after(kLossOfCarrier, interfaceName, [this, interfaceName] {
+        leases_.erase(interfaceName);
+        kernel_.strip(interfaceName);
+    });
+}
+
+void Networkd::configure(const std::string& interfaceName)
+{
+    const auto wanted = configuration_.interfaces.find(interfaceName);
+    if (wanted == configuration_.interfaces.end()) {
+        return;
+    }
+    schedule_.after(kAddresses, interfaceName, [=] { assignAddresses(interfaceName, wanted->second); });
+    schedule_.after(kRoutes, interfaceName, [=] { addRoutes(interfaceName, wanted->second); });
+    if (wanted->second.dhcp && dhcpServers.count(interfaceName) > 0) {
+        schedule_.after(kLease, interfaceName, [=] { acquireLease(interfaceName); });
+    }
+}
+
+void Networkd::assignAddresses(const std::string& interfaceName, const ConfiguredInterface& wanted)
+{
+    for (const auto& address : wanted.addresses) {
+        kernel_.interfaces.at(interfaceName).addresses.push_back(split(address));
+    }
+}
+
+void Networkd::addRoutes(const std::string& interfaceName, const ConfiguredInterface& wanted)
+{
+    auto routes = wanted.routes;
+    if (!wanted.gateway.empty()) {
+        routes.push_back({"0.0.0.0/0", wanted.gateway});
+    }
+    for (const auto& route : routes) {
+        // The kernel refuses the others, and networkd does not ask again.
+        if (canReach(kernel_.interfaces.at(interfaceName), route.gateway)) {
+            const auto [destination, mask, metric] = split(route.destination);
+            kernel_.routes.push_back({interfaceName, destination, mask, route.gateway, metric});
+        }
+    }
+}
+
+void Networkd::acquireLease(const std::string& interfaceName)
+{
+    const auto& server = dhcpServers.at(interfaceName);
+    leases_[interfaceName] = server;
+    kernel_.interfaces.at(interfaceName).addresses.push_back({server.address, server.mask, kDhcpMetric});
+    if (!server.router.empty()) {
+        kernel_.routes.push_back({interfaceName, kDirect, kDirect, server.router, kDhcpMetric});
+        kernel_.routes.push_back({interfaceName, server.router, kHostMask, kDirect, kDhcpMetric});
+    }
+}
+
+std::string Networkd::leaseFile(const std::string& index) const
+{
+    for (const auto& [name, lease] : leases_) {
+        if (std::to_string(kernel_.interfaces.at(name).index) == index) {
+            std::string servers;
+            for (const auto& server : lease.dnsServers) {
+                servers += (servers.empty() ? "" : " ") + server;
+            }
+            return "# This is private data. Do not parse.\nADDRESS=" + lease.address + "\nNETMASK=" + lease.mask +
+                   "\nROUTER=" + lease.router + "\nDNS=" + servers + '\n';
+        }
+    }
+    return {};
+}
+
+std::vector<std::string> Networkd::leasedDnsServers() const
+{
+    std::vector<std::string> servers;
+    for (const auto& entry : leases_) {
+        servers.insert(servers.end(), entry.second.dnsServers.begin(), entry.second.dnsServers.end());
+    }
+    return servers;
+}
+
+Resolved::Resolved(const networkhost::IFiles& files, Schedule& schedule) : files_(files), schedule_(schedule) {}
+
+void Resolved::restart()
+{
+    const std::string owner = "systemd-resolved";
+    schedule_.cancel(owner);
+    schedule_.after(kResolver, owner, [this, read = networkhost::readConfiguration(files_)] { configuration_ = read; });
+}
+
+std::string Resolved::resolvConf(const std::vector<std::string>& leasedDnsServers) const
+{
+    auto servers = configuration_.dnsServers;
+    for (const auto& server : leasedDnsServers) {
+        if (std::find(servers.begin(), servers.end(), server) == servers.end()) {
+            servers.push_back(server);
+        }
+    }
+    std::string text = "# This is the resolver's own list.\n";
+    for (const auto& server : servers) {
+        text += "nameserver " + server + '\n';
+    }
+    std::string domains;
+    for (const auto& domain : configuration_.searchDomains) {
+        if (domain.front() != '~') {
+            domains += ' ' + (domain.size() > 1 && domain.back() == '.' ? domain.substr(0, domain.size() - 1) : domain);
+        }
+    }
+    return text + "search" + (domains.empty() ? " ." : domains) + '\n';
+}
+
+} // namespace networksimulation

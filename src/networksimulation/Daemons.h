@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "../networkhost/Configuration.h"
+#include "../networkhost/IFiles.h"
+#include "../networkhost/LiveState.h"
+#include "Kernel.h"
+#include "Schedule.h"
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace networksimulation {
+
+/// What a DHCP server at the far end of an interface gives.
+struct DhcpServer
+{
+    std::string address;
+    std::string mask;
+    std::string router;
+    std::vector<std::string> dnsServers;
+};
+
+/// systemd-networkd: makes of the files what the kernel shows, step by step. Not thread-safe.
+class Networkd
+{
+public:
+    /// All of these outlive it.
+    Networkd(Kernel& kernel, const networkhost::IFiles& files, Schedule& schedule);
+
+    std::map<std::string, DhcpServer> dhcpServers; // by interface
+
+    /// Takes all addresses and routes away, and brings those of the files.
+    void restart();
+
+    /// The link of the interface came or went.
+    void linkChanged(const std::string& interfaceName);
+
+    /// The text of the lease file of the interface with that index; empty without a lease.
+    std::string leaseFile(const std::string& index) const;
+
+    /// The DNS servers of all leases.
+    std::vector<std::string> leasedDnsServers() const;
+
+private:
+    void configure(const std::string& interfaceName);
+    void assignAddresses(const std::string& interfaceName, const networkhost::ConfiguredInterface& wanted);
+    void addRoutes(const std::string& interfaceName, const networkhost::ConfiguredInterface& wanted);
+    void acquireLease(const std::string& interfaceName);
+
+    Kernel& kernel_;
+    const networkhost::IFiles& files_;
+    Schedule& schedule_;
+    networkhost::Configuration configuration_; // as of the last start
+    std::map<std::string, DhcpServer> leases_; // by interface
+};
+
+/// systemd-resolved. Not thread-safe.
+class Resolved
+{
+public:
+    /// All of these outlive it.
+    Resolved(const networkhost::IFiles& files, Schedule& schedule);
+
+    /// Reads the files again.
+    void restart();
+
+    /// The text of the file that names the servers it asks: its own, and those of leases.
+    std::string resolvConf(const std::vector<std::string>& leasedDnsServers) const;
+
+private:
+    const networkhost::IFiles& files_;
+    Schedule& schedule_;
+    networkhost::Configuration configuration_; // as of the last start
+};
+
+} // namespace networksimulation

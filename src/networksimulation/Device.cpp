@@ -1,0 +1,308 @@
+// SPDX-License-Identifier: MIT
+#include "networksimulation/Device.h"
+
+#include "base/IpHelper.h"
+#include "base/Paths.h"
+#include "networksimulation/Files.h"
+#include "networksimulation/System.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <set>
+#include <stdexcept>
+#include <string_view>
+
+namespace networksimulation {
+
+namespace paths = velbase2::system::paths;
+
+namespace {
+
+constexpr const char* kNetworkd = "systemd-networkd";
+constexpr const char* kResolved = "systemd-resolved";
+constexpr std::string_view kRestart = "sudo /bin/systemctl restart ";
+constexpr std::string_view kAddGateway = "route add default gw ";
+
+constexpr const char* kLocalFile =
+    "[Match]\nName=local\n\n[Network]\nLinkLocalAddressing=ipv6\nMulticastDNS=true\nAddress=192.168.10.1/24\n";
+constexpr const char* kRemoteFile = "[Match]\nName=remote\n\n[Network]\nDHCP=ipv4\n";
+
+Device* theDevice = nullptr;
+
+bool startsWith(const std::string& text, std::string_view beginning)
+{
+    return text.compare(0, beginning.size(), beginning) == 0;
+}
+
+} // namespace
+
+Device::Device()
+    : files_(std::make_unique<Files>(*this)), system_(std::make_unique<System>(*this)),
+      networkd_(kernel_, *files_, schedule_), resolved_(*files_, schedule_)
+{
+    if (theDevice != nullptr) {
+        throw std::logic_error("there is a simulated device already");
+    }
+    kernel_.interfaces["local"] = {2, "02:00:c0:a8:0a:01", {}};
+    kernel_.interfaces["remote"] = {3, "02:00:c0:a8:32:01", {}};
+    networkd_.dhcpServers["remote"] = {"192.168.50.100", "255.255.255.0", "192.168.50.1", {"192.168.50.1"}};
+    texts_ = {{paths::kHostname, "device\n"},
+              {paths::ofInterface("01_local.network"), kLocalFile},
+              {paths::ofInterface("02_remote.network"), kRemoteFile}};
+    theDevice = this;
+    reboot();
+}
+
+Device::~Device()
+{
+    theDevice = nullptr;
+}
+
+Device& Device::current()
+{
+    if (theDevice == nullptr) {
+        throw std::logic_error("there is no simulated device");
+    }
+    return *theDevice;
+}
+
+std::unique_ptr<networkmanager::ISystemIF> Device::makeSystem()
+{
+    return std::make_unique<System>(*this);
+}
+
+std::chrono::milliseconds Device::now() const
+{
+    const std::lock_guard guard(lock_);
+    return schedule_.now();
+}
+
+void Device::advance(std::chrono::milliseconds duration)
+{
+    const std::lock_guard guard(lock_);
+    schedule_.advance(duration);
+}
+
+void Device::settle()
+{
+    const std::lock_guard guard(lock_);
+    while (!schedule_.isEmpty()) {
+        schedule_.advance(std::chrono::milliseconds(1));
+    }
+}
+
+void Device::reboot()
+{
+    const std::lock_guard guard(lock_);
+    networkd_.restart();
+    resolved_.restart();
+    settle();
+}
+
+void Device::plug(const std::string& interfaceName)
+{
+    const std::lock_guard guard(lock_);
+    kernel_.interfaces.at(interfaceName).hasCable = true;
+    networkd_.linkChanged(interfaceName);
+}
+
+void Device::unplug(const std::string& interfaceName)
+{
+    const std::lock_guard guard(lock_);
+    kernel_.interfaces.at(interfaceName).hasCable = false;
+    networkd_.linkChanged(interfaceName);
+}
+
+void Device::removeInterface(const std::string& interfaceName)
+{
+    const std::lock_guard guard(lock_);
+    kernel_.interfaces.at(interfaceName).isPresent = false;
+    kernel_.strip(interfaceName);
+    networkd_.linkChanged(interfaceName);
+}
+
+void Device::restoreInterface(const std::string& interfaceName)
+{
+    const std::lock_guard guard(lock_);
+    kernel_.interfaces.at(interfaceName).isPresent = true;
+    networkd_.linkChanged(interfaceName);
+}
+
+void Device::setDhcpServer(const std::string& interfaceName, const DhcpServer& server)
+{
+    const std::lock_guard guard(lock_);
+    if (server.address.empty()) {
+        networkd_.dhcpServers.erase(interfaceName);
+    } else {
+        networkd_.dhcpServers[interfaceName] = server;
+    }
+}
+
+void Device::addAddress(const std::string& interfaceName, const std::string& address)
+{
+    const std::lock_guard guard(lock_);
+    const auto slash = address.find('/');
+    const auto mask = velbase2::system::iphelper::subnetBitsToMask(std::stoi(address.substr(slash + 1)));
+    kernel_.interfaces.at(interfaceName).addresses.push_back({address.substr(0, slash), mask});
+}
+
+std::string Device::textOf(const std::string& path) const
+{
+    return find(path).value_or("");
+}
+
+void Device::put(const std::string& path, const std::string& text)
+{
+    const std::lock_guard guard(lock_);
+    texts_[path] = text;
+}
+
+void Device::failWrite(const std::string& path, int error)
+{
+    const std::lock_guard guard(lock_);
+    failingWrites_[path] = error;
+}
+
+void Device::failCommand(const std::string& command, const std::string& words)
+{
+    const std::lock_guard guard(lock_);
+    failingCommands_[command] = words;
+}
+
+void Device::hang(const std::string& daemon)
+{
+    const std::lock_guard guard(lock_);
+    hangs_[daemon] = false;
+}
+
+void Device::repair()
+{
+    const std::lock_guard guard(lock_);
+    failingWrites_.clear();
+    failingCommands_.clear();
+    for (const auto& [daemon, isWaiting] : std::exchange(hangs_, {})) {
+        if (isWaiting) {
+            restart(daemon);
+        }
+    }
+}
+
+std::vector<Event> Device::takeEvents()
+{
+    const std::lock_guard guard(lock_);
+    return std::exchange(events_, {});
+}
+
+void Device::note(const Event& event)
+{
+    const std::lock_guard guard(lock_);
+    events_.push_back(event);
+}
+
+std::optional<std::string> Device::find(const std::string& path) const
+{
+    const std::lock_guard guard(lock_);
+    const auto orNone = [](const std::string& text) { return text.empty() ? std::nullopt : std::optional(text); };
+    if (path == paths::kRouteTable) {
+        return kernel_.routeTable();
+    }
+    if (path == paths::kResolverState) {
+        return resolved_.resolvConf(networkd_.leasedDnsServers());
+    }
+    if (startsWith(path, paths::kLeases)) {
+        return orNone(networkd_.leaseFile(path.substr(std::string_view(paths::kLeases).size())));
+    }
+    if (startsWith(path, paths::kInterfaceStates)) {
+        const auto name = path.substr(std::string_view(paths::kInterfaceStates).size());
+        const auto slash = std::min(name.find('/'), name.size() - 1);
+        return orNone(kernel_.attribute(name.substr(0, slash), name.substr(slash + 1)));
+    }
+    const auto text = texts_.find(path);
+    return text == texts_.end() ? std::nullopt : std::optional(text->second);
+}
+
+bool Device::write(const std::string& path, const std::string& text, int& error)
+{
+    const std::lock_guard guard(lock_);
+    const auto fault = failingWrites_.find(path);
+    const bool hasDirectory = list(path.substr(0, path.rfind('/') + 1)).has_value();
+    if (fault != failingWrites_.end() || !hasDirectory) {
+        error = hasDirectory ? fault->second : ENOENT;
+        events_.push_back(failedToWrite(path, text));
+        return false;
+    }
+    texts_[path] = text;
+    events_.push_back(wrote(path, text));
+    return true;
+}
+
+bool Device::remove(const std::string& path, int& error)
+{
+    const std::lock_guard guard(lock_);
+    if (const auto fault = failingWrites_.find(path); fault != failingWrites_.end()) {
+        error = fault->second;
+        return false;
+    }
+    if (texts_.erase(path) > 0) {
+        events_.push_back(removed(path));
+    }
+    return true;
+}
+
+bool Device::run(const std::string& command, std::string& errorOutput)
+{
+    const std::lock_guard guard(lock_);
+    errorOutput.clear();
+    for (const auto& [beginning, words] : failingCommands_) {
+        if (startsWith(command, beginning)) {
+            errorOutput = words + '\n';
+            events_.push_back(failedToRun(command));
+            return false;
+        }
+    }
+    if (startsWith(command, kAddGateway)) {
+        errorOutput = kernel_.addDefaultRoute(command.substr(kAddGateway.size()));
+    } else if (startsWith(command, kRestart)) {
+        restart(command.substr(kRestart.size()));
+    } else if (command == "ip route flush 0/0") {
+        kernel_.flushDefaultRoutes();
+    } else if (command != "sudo /bin/systemctl daemon-reload") {
+        errorOutput = "sh: 1: " + command + ": not found\n";
+    }
+    events_.push_back(errorOutput.empty() ? ran(command) : failedToRun(command));
+    return errorOutput.empty();
+}
+
+void Device::restart(const std::string& daemon)
+{
+    if (const auto hanging = hangs_.find(daemon); hanging != hangs_.end()) {
+        hanging->second = true;
+    } else if (daemon == kNetworkd) {
+        networkd_.restart();
+    } else if (daemon == kResolved) {
+        resolved_.restart();
+    }
+}
+
+std::optional<std::vector<std::string>> Device::list(const std::string& directory) const
+{
+    const std::lock_guard guard(lock_);
+    const std::array<std::string, 4> shipped = {paths::kNetworkDirectory, paths::kResolverDirectory,
+                                                paths::ofInterface("01_local.network", ".d/"),
+                                                paths::ofInterface("02_remote.network", ".d/")};
+    const auto beginning = directory.empty() || directory.back() == '/' ? directory : directory + '/';
+    std::set<std::string> names;
+    for (const auto& entry : texts_) {
+        if (startsWith(entry.first, beginning)) {
+            const auto rest = entry.first.substr(beginning.size());
+            names.insert(rest.substr(0, rest.find('/')));
+        }
+    }
+    if (names.empty() && std::find(shipped.begin(), shipped.end(), beginning) == shipped.end()) {
+        return std::nullopt;
+    }
+    return std::vector<std::string>(names.begin(), names.end());
+}
+
+} // namespace networksimulation

@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "../networkhost/Cells.h"
+#include "../networkhost/IDevice.h"
+#include "../networkhost/Text.h"
+#include "Daemons.h"
+#include "Event.h"
+#include "Kernel.h"
+#include "Schedule.h"
+
+#include <chrono>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace networksimulation {
+
+/// A device in memory: files, kernel, systemd-networkd and systemd-resolved, which take effect step by step on a clock
+/// that stands still until it is advanced.
+///
+/// A new one has booted and settled: `local` has 192.168.10.1/24, `remote` the lease 192.168.50.100/24 with the router
+/// and DNS server 192.168.50.1, both have their cables, and the host is called "device". There is at most one at a
+/// time; the backend of networksimulation::NetworkManagerData and File read it. Thread-safe; a slot of a manager that
+/// it watches may use it.
+class Device : public networkhost::IDevice
+{
+public:
+    Device();
+    Device(const Device&) = delete;
+    Device& operator=(const Device&) = delete;
+    ~Device() override;
+
+    /// The one that there is. Throws std::logic_error without one.
+    static Device& current();
+
+    networkmanager::ISystemIF& system() override { return *system_; }
+    networkhost::IFiles& files() override { return *files_; }
+    std::chrono::milliseconds now() const override;
+    void pause(std::chrono::milliseconds duration) override { advance(duration); }
+
+    /// For a manager, which owns its system interface. The device outlives it.
+    std::unique_ptr<networkmanager::ISystemIF> makeSystem();
+
+    // Time
+
+    void advance(std::chrono::milliseconds duration);
+    void advance(int milliseconds) { advance(std::chrono::milliseconds(milliseconds)); }
+
+    /// Until the daemons have nothing left to do.
+    void settle();
+
+    /// Starts both daemons with the present files, and settles.
+    void reboot();
+
+    // Hardware and surroundings. Unknown names throw std::out_of_range.
+
+    void plug(const std::string& interfaceName);
+    void unplug(const std::string& interfaceName);
+
+    /// The interface vanishes with its addresses, or comes back as new.
+    void removeInterface(const std::string& interfaceName);
+    void restoreInterface(const std::string& interfaceName);
+
+    /// An empty address: there is no server any more. It counts at the next restart or new link.
+    void setDhcpServer(const std::string& interfaceName, const DhcpServer& server);
+
+    /// By hand, as with "ip address add": "10.9.8.7/24".
+    void addAddress(const std::string& interfaceName, const std::string& address);
+
+    // Files. These are no events.
+
+    /// Empty when there is none.
+    std::string textOf(const std::string& path) const;
+    void put(const std::string& path, const std::string& text);
+
+    // Faults, until repair()
+
+    /// Writes to that path fail; `error` is an errno value.
+    void failWrite(const std::string& path, int error);
+
+    /// Commands that begin so do nothing and return 1, with these words on standard error.
+    void failCommand(const std::string& command, const std::string& words);
+
+    /// Restarts of the daemon, "systemd-networkd" or "systemd-resolved", return at once but take no effect.
+    void hang(const std::string& daemon);
+
+    /// Ends all faults; what hung goes on.
+    void repair();
+
+    // Events
+
+    /// What happened since the last call, in order.
+    std::vector<Event> takeEvents();
+    void note(const Event& event);
+
+    /// From here on, what the manager's requestStatus and cells emit is noted as well. The device outlives the manager.
+    template <class Manager>
+    void watch(Manager& manager);
+
+private:
+    friend class System;
+    friend class Files;
+
+    std::optional<std::string> find(const std::string& path) const; // the file's text
+    std::optional<std::vector<std::string>> list(const std::string& directory) const;
+    bool write(const std::string& path, const std::string& text, int& error);
+    bool remove(const std::string& path, int& error);
+    bool run(const std::string& command, std::string& errorOutput);
+    void restart(const std::string& daemon);
+
+    mutable std::recursive_mutex lock_;
+    std::map<std::string, std::string> texts_; // of files, by path
+    std::vector<Event> events_;
+    std::map<std::string, int> failingWrites_;           // errno values by path
+    std::map<std::string, std::string> failingCommands_; // words by the beginning of the command
+    std::map<std::string, bool> hangs_;                  // by daemon: whether a restart waits for its end
+    Kernel kernel_;
+    Schedule schedule_;
+    std::unique_ptr<networkhost::IFiles> files_;
+    std::unique_ptr<networkmanager::ISystemIF> system_;
+    Networkd networkd_;
+    Resolved resolved_;
+};
+
+template <class Manager>
+void Device::watch(Manager& manager)
+{
+    manager.getSignals().requestStatus.connect([this](const std::string& status) { note(emitted(status)); });
+    networkhost::connectToEachCell(manager, [this](const std::string& source, const char* cell, const auto& content) {
+        note(published(source, cell, networkhost::toText(content)));
+    });
+}
+
+} // namespace networksimulation

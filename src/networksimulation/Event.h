@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <ostream>
+#include <string>
+
+namespace networksimulation {
+
+/// Something that happened to a simulated device, or that a manager over it told. Made by the functions below.
+struct Event
+{
+    std::string what;
+    std::string subject;
+    std::string text;
+};
+
+bool operator==(const Event& left, const Event& right);
+inline bool operator!=(const Event& left, const Event& right)
+{
+    return !(left == right);
+}
+
+/// For failure messages of tests.
+std::ostream& operator<<(std::ostream& output, const Event& event);
+
+/// A file was replaced, or could not be.
+Event wrote(const std::string& path, const std::string& text);
+Event failedToWrite(const std::string& path, const std::string& text);
+
+/// A file was removed.
+Event removed(const std::string& path);
+
+/// A command was run and returned 0, or did not.
+Event ran(const std::string& command);
+Event failedToRun(const std::string& command);
+
+/// requestStatus emitted the text.
+Event emitted(const std::string& status);
+
+/// A cell emitted; the source is the interface's name or "host", the text as networkhost::toText() has it.
+Event published(const std::string& source, const std::string& cell, const std::string& text);
+
+} // namespace networksimulation

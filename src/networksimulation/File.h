@@ -1,0 +1,17 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <filesystem>
+#include <iosfwd>
+#include <system_error>
+
+namespace networksimulation {
+
+/// The file access of a loader over the simulated device that there is.
+class File
+{
+public:
+    std::error_code read(const std::filesystem::path& path, std::iostream& out) const;
+};
+
+} // namespace networksimulation

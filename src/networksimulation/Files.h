@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "../networkhost/IFiles.h"
+
+#include <string>
+#include <system_error>
+#include <vector>
+
+namespace networksimulation {
+
+class Device;
+
+/// The files of the simulated device.
+class Files : public networkhost::IFiles
+{
+public:
+    explicit Files(Device& device) : device_(device) {}
+
+    std::error_code read(const std::string& path, std::string& text) const override;
+    std::error_code replace(const std::string& path, const std::string& text) override;
+    std::error_code remove(const std::string& path) override;
+    std::error_code list(const std::string& directory, std::vector<std::string>& names) const override;
+
+private:
+    Device& device_;
+};
+
+} // namespace networksimulation

@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: MIT
+#include "networksimulation/Kernel.h"
+
+#include "base/IpHelper.h"
+#include "networkhost/Addresses.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <tuple>
+
+#include <arpa/inet.h>
+
+namespace networksimulation {
+
+using velbase2::nsa::common::enums::IpAddressFamily;
+using velbase2::nsa::common::structs::IpAddress;
+namespace iphelper = velbase2::system::iphelper;
+
+namespace {
+
+constexpr const char* kAny = "0.0.0.0";
+constexpr const char* kLoopback = "lo";
+
+in_addr_t bitsOf(const std::string& address)
+{
+    in_addr_t bits = 0;
+    ::inet_pton(AF_INET, address.c_str(), &bits);
+    return bits;
+}
+
+/// fe80:: and the interface identifier that the kernel makes of the MAC address.
+std::string linkLocalAddress(const std::string& macAddress)
+{
+    std::array<unsigned int, 6> mac{};
+    // NOLINTNEXTLINE(cert-err34-c): a text of another form gives zeros
+    std::sscanf(macAddress.c_str(), "%x:%x:%x:%x:%x:%x", &mac[0], &mac[1], &mac[2], &mac[3], &mac[4], &mac[5]);
+    in6_addr address{};
+    const std::array<unsigned int, 8> identifier = {mac[0] ^ 2U, mac[1], mac[2], 0xFF, 0xFE, mac[3], mac[4], mac[5]};
+    address.s6_addr[0] = 0xFE;
+    address.s6_addr[1] = 0x80;
+    std::copy(identifier.begin(), identifier.end(), address.s6_addr + 8);
+    std::array<char, INET6_ADDRSTRLEN> text{};
+    ::inet_ntop(AF_INET6, &address, text.data(), text.size());
+    return text.data();
+}
+
+/// As the kernel sorts its table: by network, the longer prefix and the lower metric first.
+bool standsBefore(const KernelRoute& left, const KernelRoute& right)
+{
+    const auto key = [](const KernelRoute& route) {
+        return std::tuple(ntohl(bitsOf(route.destination)), ~ntohl(bitsOf(route.mask)), route.metric);
+    };
+    return key(left) < key(right);
+}
+
+bool isDefaultRoute(const KernelRoute& route)
+{
+    return route.mask == kAny;
+}
+
+/// Whether an interface with that address reaches the gateway directly.
+bool reaches(const KernelAddress& own, const std::string& gateway)
+{
+    const auto broadcast = iphelper::dotted(ntohl(bitsOf(own.address) | ~bitsOf(own.mask)));
+    const bool hasBroadcast = iphelper::subnetMaskToBits(own.mask) < 31;
+    return networkhost::networkOf(own.address, own.mask) == networkhost::networkOf(gateway, own.mask) &&
+           !(hasBroadcast && gateway == broadcast);
+}
+
+} // namespace
+
+std::vector<IpAddress> Kernel::addressesOf(const std::string& interfaceName) const
+{
+    const auto iface = interfaces.find(interfaceName);
+    if (iface == interfaces.end() || !iface->second.isPresent) {
+        return {};
+    }
+    std::vector<IpAddress> addresses;
+    for (const auto& entry : iface->second.addresses) {
+        addresses.push_back({IpAddressFamily::IPv4, entry.address, entry.mask});
+    }
+    addresses.push_back({IpAddressFamily::IPv6, linkLocalAddress(iface->second.macAddress), {}});
+    return addresses;
+}
+
+std::vector<KernelRoute> Kernel::allRoutes() const
+{
+    auto all = routes;
+    for (const auto& [name, iface] : interfaces) {
+        for (const auto& own : iface.addresses) {
+            const auto network = networkhost::networkOf(own.address, own.mask);
+            const bool isKnown = std::any_of(all.begin(), all.end(), [&, &name = name](const KernelRoute& route) {
+                return route.interfaceName == name && route.destination == network && route.mask == own.mask;
+            });
+            if (iphelper::subnetMaskToBits(own.mask) < 32 && !isKnown) {
+                all.push_back({name, network, own.mask, kAny, own.metric});
+            }
+        }
+    }
+    std::stable_sort(all.begin(), all.end(), standsBefore);
+    return all;
+}
+
+std::string Kernel::routeTable() const
+{
+    std::string table = "Iface\tDestination\tGateway \tFlags\tRefCnt\tUse\tMetric\tMask\t\tMTU\tWindow\tIRTT\n";
+    for (const auto& route : allRoutes()) {
+        const unsigned int flags = 1U | (route.gateway == kAny ? 0U : 2U) | (route.mask == "255.255.255.255" ? 4U : 0U);
+        std::array<char, 128> row{};
+        static_cast<void>(std::snprintf(row.data(), row.size(), "\t%08X\t%08X\t%04X\t0\t0\t%d\t%08X\t0\t0\t0\n",
+                                        bitsOf(route.destination), bitsOf(route.gateway), flags, route.metric,
+                                        bitsOf(route.mask)));
+        table += route.interfaceName + row.data();
+    }
+    return table;
+}
+
+std::string Kernel::attribute(const std::string& interfaceName, const std::string& name) const
+{
+    const auto found = interfaces.find(interfaceName);
+    if (found == interfaces.end() || !found->second.isPresent) {
+        return {};
+    }
+    const auto& iface = found->second;
+    const std::map<std::string, std::string> attributes = {{"address", iface.macAddress},
+                                                           {"operstate", iface.hasCable ? "up" : "down"},
+                                                           {"speed", iface.speed},
+                                                           {"duplex", iface.duplex},
+                                                           {"ifindex", std::to_string(iface.index)}};
+    const auto entry = attributes.find(name);
+    return entry == attributes.end() ? std::string() : entry->second + '\n';
+}
+
+std::string Kernel::addDefaultRoute(const std::string& gateway)
+{
+    if (!iphelper::isValidIp(gateway) || iphelper::cleanupIP(gateway) == kAny) {
+        return "SIOCADDRT: Invalid argument\n";
+    }
+    const auto address = iphelper::cleanupIP(gateway);
+    // The newest of equal metric stands first.
+    const auto add = [&](const std::string& interfaceName) {
+        routes.insert(routes.begin(), {interfaceName, kAny, kAny, address, 0});
+        return std::string();
+    };
+    if (address.rfind("127.", 0) == 0) {
+        return add(kLoopback);
+    }
+    for (const auto& [name, iface] : interfaces) {
+        const auto canReach = [&address](const KernelAddress& own) { return reaches(own, address); };
+        if (std::any_of(iface.addresses.begin(), iface.addresses.end(), canReach)) {
+            return add(name);
+        }
+    }
+    return "SIOCADDRT: Network is unreachable\n";
+}
+
+void Kernel::flushDefaultRoutes()
+{
+    routes.erase(std::remove_if(routes.begin(), routes.end(), isDefaultRoute), routes.end());
+}
+
+void Kernel::strip(const std::string& interfaceName)
+{
+    interfaces.at(interfaceName).addresses.clear();
+    const auto isOfInterface = [&](const KernelRoute& route) { return route.interfaceName == interfaceName; };
+    routes.erase(std::remove_if(routes.begin(), routes.end(), isOfInterface), routes.end());
+}
+
+} // namespace networksimulation

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "../base/IpAddress.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace networksimulation {
+
+/// An IPv4 address of an interface.
+struct KernelAddress
+{
+    std::string address;
+    std::string mask;
+    int metric = 0; // of the route to its network
+};
+
+struct KernelInterface
+{
+    int index = 0;
+    std::string macAddress;
+    std::vector<KernelAddress> addresses;
+    std::string speed = "10000";
+    std::string duplex = "full";
+    bool isPresent = true;
+    bool hasCable = true;
+};
+
+struct KernelRoute
+{
+    std::string interfaceName;
+    std::string destination;
+    std::string mask;
+    std::string gateway; // "0.0.0.0": reached directly
+    int metric = 0;
+};
+
+/// Interfaces, addresses and routes, and how the kernel shows them. Not thread-safe.
+class Kernel
+{
+public:
+    std::map<std::string, KernelInterface> interfaces; // by name
+    std::vector<KernelRoute> routes;                   // without those to the networks of the addresses
+
+    /// IPv4 first, then the link-local address of IPv6. Empty when the interface is absent.
+    std::vector<velbase2::nsa::common::structs::IpAddress> addressesOf(const std::string& interfaceName) const;
+
+    /// The text of /proc/net/route.
+    std::string routeTable() const;
+
+    /// A file of /sys/class/net/NAME/; empty when there is none.
+    std::string attribute(const std::string& interfaceName, const std::string& name) const;
+
+    /// What "route add default gw" does: the text of its failure, or the empty text.
+    std::string addDefaultRoute(const std::string& gateway);
+
+    /// What "ip route flush 0/0" does.
+    void flushDefaultRoutes();
+
+    /// Takes the IPv4 addresses and all routes from the interface.
+    void strip(const std::string& interfaceName);
+
+private:
+    std::vector<KernelRoute> allRoutes() const;
+};
+
+} // namespace networksimulation

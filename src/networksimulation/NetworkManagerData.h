@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "../networkmanager/NetworkManager.h"
+#include "../networkmanager/Refresher.h"
+#include "../systemd/configuration/SystemdBackend.h"
+#include "Device.h"
+#include "File.h"
+
+namespace networksimulation {
+
+/// What a manager over the simulated device owns. The facade in a host's test:
+///
+///     networksimulation::Device device;
+///     networksimulation::NetworkManager manager;
+///     manager.start();
+struct NetworkManagerData
+{
+    using Backend = vel_systemd::configuration::SystemdBackendImpl<File>;
+
+    Backend backend;
+    networkmanager::detail::NetworkManagerImpl<Backend> implementation{backend, Device::current().makeSystem()};
+};
+
+using NetworkManager = networkmanager::detail::NetworkManager<NetworkManagerData>;
+
+/// One pass on the caller's thread, for a manager that is not started.
+template <class Manager>
+void refresh(Manager& manager)
+{
+    networkmanager::Refresher(manager.getSignals(), manager.getInterfaces(), Device::current().system()).refresh();
+}
+
+} // namespace networksimulation

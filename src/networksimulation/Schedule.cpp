@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+#include "networksimulation/Schedule.h"
+
+#include <utility>
+
+namespace networksimulation {
+
+void Schedule::after(std::chrono::milliseconds delay, const std::string& owner, std::function<void()> action)
+{
+    actions_.emplace(now_ + delay, Action{owner, std::move(action)});
+}
+
+void Schedule::cancel(const std::string& owner)
+{
+    for (auto entry = actions_.begin(); entry != actions_.end();) {
+        entry = entry->second.owner == owner ? actions_.erase(entry) : std::next(entry);
+    }
+}
+
+void Schedule::advance(std::chrono::milliseconds duration)
+{
+    const auto end = now_ + duration;
+    while (!actions_.empty() && actions_.begin()->first <= end) {
+        // Taken out first: it may schedule and cancel others.
+        const auto next = actions_.extract(actions_.begin());
+        now_ = next.key();
+        next.mapped().run();
+    }
+    now_ = end;
+}
+
+} // namespace networksimulation

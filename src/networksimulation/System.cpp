@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+#include "networksimulation/System.h"
+
+#include "networksimulation/Device.h"
+
+#include <algorithm>
+#include <cerrno>
+
+namespace networksimulation {
+
+std::vector<velbase2::nsa::common::structs::IpAddress> System::getAddresses(const std::string& interfaceName) const
+{
+    const std::lock_guard guard(device_.lock_);
+    return device_.kernel_.addressesOf(interfaceName);
+}
+
+std::string System::readFile(const std::string& path) const
+{
+    auto text = device_.textOf(path);
+    text.erase(std::remove(text.begin(), text.end(), '\n'), text.end());
+    return text;
+}
+
+bool System::writeToConfFile(const std::string& path, const std::string& content)
+{
+    int error = EINVAL;
+    const bool isWritten = !content.empty() && device_.write(path, content, error);
+    errno = isWritten ? errno : error;
+    return isWritten;
+}
+
+bool System::executeCmd(const std::string& command, std::string& output, std::string& errorOutput)
+{
+    output.clear();
+    return device_.run(command, errorOutput);
+}
+
+} // namespace networksimulation
