@@ -1,21 +1,25 @@
 // SPDX-License-Identifier: MIT
 #include "Change.h"
 
-#include "LiveState.h"
-#include "ReportingSystem.h"
-#include "Text.h"
 #include "base/IpHelper.h"
-#include "networkmanager/NetworkManagerData.h"
+#include "networkhost/Addresses.h"
+#include "networkhost/Checks.h"
+#include "networkhost/Configuration.h"
+#include "networkhost/LiveState.h"
+#include "networkhost/Missing.h"
+#include "networkhost/Requests.h"
+#include "networkhost/Text.h"
+#include "networkmanager/BuiltInInterfaces.h"
+#include "networkmanager/RequestStatus.h"
 #include "networkmanager/system/Helper.h"
 
 #include <algorithm>
-#include <functional>
-#include <iostream>
-#include <stdexcept>
+#include <cctype>
 
 namespace velnetctl {
 
-using networkmanager::EthInterface;
+using networkhost::Configuration;
+using networkhost::Outcome;
 using velbase2::nsa::common::IpSettings;
 namespace iphelper = velbase2::system::iphelper;
 
@@ -23,172 +27,167 @@ namespace {
 
 constexpr const char* kNone = "none";
 constexpr const char* kNoAddress = "0.0.0.0";
-constexpr const char* kRefused = "the request was refused";
 constexpr auto kTimeToSettle = std::chrono::seconds(3);
 
-void warn(const std::string& text)
+const networkmanager::BuiltInInterface& gatewayInterface()
 {
-    std::cerr << "velnetctl: warning: " << text << '\n';
-}
-void fail(const std::string& text)
-{
-    std::cerr << "velnetctl: " << text << '\n';
+    return *std::find_if(networkmanager::kBuiltInInterfaces.begin(), networkmanager::kBuiltInInterfaces.end(),
+                         [](const auto& entry) { return entry.holdsGateway; });
 }
 
-/// A manager that is not started, over a system that notes failures. Its cells hold what the files say.
-class Device
+/// A change while an address or the default route is away would lose it: both are read from the live state.
+void settle(Session& session, const std::string& interfaceName)
 {
-public:
-    using Manager = networkmanager::detail::NetworkManagerImpl<networkmanager::NetworkManagerData::Backend>;
-
-    Device()
-    {
-        manager_.getSignals().requestStatus.connect([this](const std::string& status) {
-            status_ = status;
-            std::cout << status << std::endl;
-        });
+    const auto configuration = networkhost::readConfiguration(session.device.files());
+    const auto lacking =
+        networkhost::waitUntilLive(session.device, onlyInterface(configuration, interfaceName), kTimeToSettle);
+    if (!lacking.empty()) {
+        warn(session, "the live state lacks " + lacking + ", which the change may lose");
     }
+}
 
-    Manager& manager() { return manager_; }
-    const networkmanager::ISystemIF& system() const { return system_; }
-
-    const EthInterface& gatewayInterface()
-    {
-        return std::find_if(interfaces_.begin(), interfaces_.end(),
-                            [](const auto& entry) { return entry.second.holdsGateway; })
-            ->second;
-    }
-
-    /// A change while an address or the default route is away would lose it: both are read from the live state.
-    void settle(const EthInterface& iface) const
-    {
-        const auto lacking = waitWhileMissing([&] { return missingOfFiles(system_, iface); }, kTimeToSettle);
-        if (!lacking.empty()) {
-            warn("the live state lacks " + lacking + ", which the change may lose");
-        }
-    }
-
-    /// Runs the request, tells why it was refused, and waits for its effect. `reason` serves where the library is
-    /// silent.
-    bool run(const std::function<bool()>& request, const std::string& reason, Wait wait,
-             const std::function<std::string()>& missing)
-    {
-        bool isDone = false;
-        try {
-            isDone = request();
-        } catch (const std::out_of_range&) {
-            fail("a route without \"gw=\", or a prefix length out of range");
-            return false;
-        }
-        if (!isDone && status_ != "nothing to change") {
-            if (failures_.empty()) {
-                failures_.push_back(status_.empty() || status_ == "internal error" ? reason : status_);
-            }
-            std::for_each(failures_.begin(), failures_.end(), fail);
-            return false;
-        }
-        if (status_.empty()) {
-            std::cout << "OK" << std::endl; // requests that emit no status
-        }
-        if (const auto lacking = wait ? waitWhileMissing(missing, *wait) : std::string(); !lacking.empty()) {
-            fail("after " + std::to_string(wait->count()) + " s the live state still lacks " + lacking + "; it shows " +
-                 shown());
-            return false;
-        }
+/// Prints the outcome. True unless the request was refused or failed.
+bool report(Session& session, const Outcome& outcome)
+{
+    if (outcome.isDone || outcome.isNothingToChange()) {
+        const bool isSilent = outcome.status.empty(); // the library emits nothing for DNS
+        session.output << (isSilent ? networkmanager::status::kOk : outcome.status) << std::endl;
         return true;
     }
+    const bool isStatusToo = outcome.status == networkmanager::status::kInvalidIpOrMask;
+    fail(session, isStatusToo ? outcome.status + ": " + outcome.reason : outcome.reason);
+    return false;
+}
 
-private:
-    std::string shown() const
-    {
-        std::string text;
-        for (const auto& [name, iface] : interfaces_) {
-            const auto live = networkmanager::helper::getIpSettingsWithFirstIpv4(system_.getAddresses(name));
-            text += name + ' ' + settingsText(live) + ", ";
-        }
-        return text + "gateway " + orNone(system_.getGateway());
+std::string shownBy(const networkhost::LiveState& live)
+{
+    std::string text;
+    for (const auto& [name, iface] : live.interfaces) {
+        const auto settings = networkmanager::helper::getIpSettingsWithFirstIpv4(iface.addresses);
+        text += name + ' ' + networkhost::toText(settings) + ", ";
     }
+    return text + "gateway " + networkhost::toText(live.gateway);
+}
 
-    std::vector<std::string> failures_;
-    std::string status_;
-    networkmanager::NetworkManagerData::Backend backend_;
-    ReportingSystem system_{failures_};
-    Manager manager_{backend_, std::make_unique<ReportingSystem>(failures_)};
-    std::map<std::string, EthInterface>& interfaces_ = manager_.getInterfaces();
-};
+/// Waits for what `select` takes of the configuration.
+template <class Select>
+bool awaitEffect(Session& session, Wait wait, const Configuration& before, Select select)
+{
+    if (!wait) {
+        return true;
+    }
+    const auto wanted = select(networkhost::readConfiguration(session.device.files()));
+    const auto lacking = networkhost::waitUntilLive(session.device, wanted, *wait, select(before));
+    if (!lacking.empty()) {
+        fail(session, "after " + std::to_string(wait->count()) + " s the live state still lacks " + lacking +
+                          "; it shows " + shownBy(networkhost::readLiveState(session.device)));
+    }
+    return lacking.empty();
+}
+
+bool awaitInterface(Session& session, Wait wait, const Configuration& before, const std::string& interfaceName)
+{
+    return awaitEffect(session, wait, before,
+                       [&](const Configuration& configuration) { return onlyInterface(configuration, interfaceName); });
+}
+
+std::string lowerCase(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char letter) { return std::tolower(letter); });
+    return text;
+}
+
+bool isDhcp(const std::string& address)
+{
+    return lowerCase(address) == "dhcp";
+}
+
+/// Why ADDRESS and MASK make no settings; empty when they do.
+std::string faultOf(const std::string& address, const std::string& mask)
+{
+    if (isDhcp(address)) {
+        return {};
+    }
+    const auto fault = networkhost::faultOfDestination(address);
+    return fault.empty() && !mask.empty() ? networkhost::faultOfMask(mask) : fault;
+}
 
 IpSettings requestedSettings(const std::string& address, const std::string& mask)
 {
     IpSettings settings;
-    settings.dhcp = address == "dhcp";
-    if (settings.dhcp) {
-        return settings;
-    }
-    const auto slash = address.find('/');
-    settings.ip = address.substr(0, slash);
-    settings.mask = mask;
-    if (slash != std::string::npos) {
-        // As text: what is no prefix length leaves a mask that the library refuses.
-        const auto length = address.substr(slash + 1);
-        const bool isNumber =
-            !length.empty() && length.size() <= 2 && length.find_first_not_of("0123456789") == std::string::npos;
-        settings.mask = isNumber ? iphelper::subnetBitsToMask(std::stoi(length)) : std::string();
+    settings.dhcp = isDhcp(address);
+    if (!settings.dhcp) {
+        const auto slash = address.find('/');
+        settings.ip = address.substr(0, slash);
+        settings.mask =
+            slash == std::string::npos ? mask : iphelper::subnetBitsToMask(std::stoi(address.substr(slash + 1)));
     }
     return settings;
 }
 
+void warnOfGateway(Session& session, const IpSettings& settings)
+{
+    const auto gateway = session.device.system().getGateway();
+    const bool isOutside =
+        networkhost::networkOf(gateway, settings.mask) != networkhost::networkOf(settings.ip, settings.mask);
+    if (!gateway.empty() && !settings.dhcp && isOutside) {
+        warn(session,
+             "the gateway " + gateway + " is carried over and does not lie in the new subnet: its route will not come");
+    }
+}
+
 } // namespace
 
-bool setIp(const std::string& interfaceName, const std::string& address, const std::string& mask, Wait wait)
+bool setIp(Session& session, const std::string& interfaceName, const std::string& address, const std::string& mask,
+           Wait wait)
 {
-    Device device;
-    const auto& iface = device.manager().getInterface(interfaceName);
-    device.settle(iface);
-    const auto settings = requestedSettings(address, mask);
-    const auto gateway = iface.holdsGateway && !settings.dhcp ? device.system().getGateway() : std::string();
-    if (!gateway.empty() && networkOf(gateway, settings.mask) != networkOf(settings.ip, settings.mask)) {
-        warn("the gateway " + gateway + " is carried over and does not lie in the new subnet: its route will not come");
+    if (const auto fault = faultOf(address, mask); !fault.empty()) {
+        fail(session, std::string(networkmanager::status::kInvalidIpOrMask) + ": " + fault);
+        return false;
     }
-    return device.run([&] { return device.manager().setIp(interfaceName, settings); },
-                      interfaceName + " is absent: it has no MAC address", wait,
-                      [&] { return missingOfSettings(device.system(), iface, settings); });
+    const auto settings = requestedSettings(address, mask);
+    settle(session, interfaceName);
+    if (interfaceName == gatewayInterface().name) {
+        warnOfGateway(session, settings);
+    }
+    const auto before = networkhost::readConfiguration(session.device.files());
+    return report(session, networkhost::setIp(session.device, interfaceName, settings)) &&
+           awaitInterface(session, wait, before, interfaceName);
 }
 
-bool setGateway(const std::string& gateway, Wait wait)
+bool setGateway(Session& session, const std::string& gateway, Wait wait)
 {
-    Device device;
-    device.settle(device.gatewayInterface());
-    const auto address = gateway == kNone ? kNoAddress : gateway;
-    const auto wanted = iphelper::cleanupIP(address);
-    return device.run([&] { return device.manager().setGateway(address); }, kRefused, wait,
-                      [&] { return missingOfGateway(device.system(), wanted == kNoAddress ? "" : wanted); });
+    const auto address = lowerCase(gateway) == kNone ? kNoAddress : gateway;
+    const std::string interfaceName = gatewayInterface().name;
+    if (networkhost::faultOfAddress(address).empty()) {
+        settle(session, interfaceName);
+    }
+    const auto before = networkhost::readConfiguration(session.device.files());
+    return report(session, networkhost::setGateway(session.device, address)) &&
+           awaitInterface(session, wait, before, interfaceName);
 }
 
-bool setDns(unsigned int index, const std::string& address, Wait wait)
+bool setDns(Session& session, unsigned int index, const std::string& address, Wait wait)
 {
-    Device device;
-    // The absence of a cleared server shows nothing: a lease may bring the same one.
-    const auto wanted = address == kNone ? std::string() : iphelper::cleanupIP(address);
-    return device.run([&] { return device.manager().setDnsServer(wanted.empty() ? kNoAddress : address, index); },
-                      "'" + address + "' is not a valid IPv4 address", wait,
-                      [&] { return missingOfResolver("nameserver", wanted); });
+    const auto server = lowerCase(address) == kNone ? kNoAddress : address;
+    const auto before = networkhost::readConfiguration(session.device.files());
+    return report(session, networkhost::setDnsServer(session.device, server, index)) &&
+           awaitEffect(session, wait, before, networkhost::onlyResolver);
 }
 
-bool setDomain(const std::string& domain, Wait wait)
+bool setDomain(Session& session, const std::string& domain, Wait wait)
 {
-    Device device;
-    return device.run([&] { return device.manager().setDnsDomain(domain); }, kRefused, wait,
-                      [&] { return missingOfResolver("search", domain); });
+    const auto before = networkhost::readConfiguration(session.device.files());
+    return report(session, networkhost::setDnsDomain(session.device, domain)) &&
+           awaitEffect(session, wait, before, networkhost::onlyResolver);
 }
 
-bool setRoutes(const std::string& interfaceName, const std::string& routes, Wait wait)
+bool setRoutes(Session& session, const std::string& interfaceName, const std::string& routes, Wait wait)
 {
-    Device device;
-    const auto& iface = device.manager().getInterface(interfaceName);
-    device.settle(iface);
-    const auto before = routesOfFile(iface);
-    return device.run([&] { return device.manager().setRoutes(interfaceName, routes); }, kRefused, wait,
-                      [&] { return missingOfRoutes(iface, before); });
+    settle(session, interfaceName);
+    const auto before = networkhost::readConfiguration(session.device.files());
+    return report(session, networkhost::setRoutes(session.device, interfaceName, routes)) &&
+           awaitInterface(session, wait, before, interfaceName);
 }
 
 } // namespace velnetctl

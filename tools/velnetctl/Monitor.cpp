@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Monitor.h"
 
-#include "Json.h"
-#include "Text.h"
+#include "networkhost/Cells.h"
 #include "networkmanager/NetworkManager.h"
 
 #include <array>
@@ -11,14 +10,12 @@
 #include <cstdlib>
 #include <ctime>
 #include <iomanip>
-#include <mutex>
+
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
 
 namespace velnetctl {
-
-using networkmanager::EthInterface;
-using velbase2::nsa::common::IpSettings;
-using velbase2::nsa::common::structs::IpAddress;
-
 namespace {
 
 /// The present time as in 2026-05-04T09:08:07.006Z.
@@ -34,104 +31,60 @@ std::string timeStamp()
     return text.data() + ('.' + std::to_string(1000 + sinceEpoch.count() % 1000).substr(1)) + 'Z';
 }
 
-std::string toText(bool isUp)
+/// Blocks the signals that end the process, for all threads to come, and makes them readable.
+int openEndSignals()
 {
-    return isUp ? "up" : "down";
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    return ::signalfd(-1, &signals, SFD_CLOEXEC);
 }
-std::string toText(const std::string& text)
+
+/// Waits for an end signal, or for the end of all readers of standard output. True for the signal.
+bool awaitEnd(int endSignals)
 {
-    return orNone(text);
-}
-std::string toText(const IpSettings& settings)
-{
-    return settingsText(settings);
-}
-std::string toText(const std::vector<IpAddress>& addresses)
-{
-    std::string text;
-    for (const auto& address : addresses) {
-        text += (text.empty() ? "" : ", ") + addressText(address);
+    // Without events asked for, poll reports only that a descriptor is broken.
+    std::array<pollfd, 2> watched{{{endSignals, POLLIN, 0}, {STDOUT_FILENO, 0, 0}}};
+    while (::poll(watched.data(), watched.size(), -1) < 0) {
     }
-    return orNone(text);
-}
-
-/// Prints one line a change. Called on the refresh thread.
-class Printer
-{
-public:
-    Printer(std::ostream& output, bool json) : output_(output), json_(json) {}
-
-    template <class X>
-    void print(const std::string& source, const char* value, const X& content)
-    {
-        const std::lock_guard lock(lock_);
-        if (json_) {
-            output_ << dump({{"time", timeStamp()}, {"source", source}, {"name", value}, {"value", toJson(content)}});
-        } else {
-            output_ << timeStamp() << "  " << std::left << std::setw(8) << source << std::setw(12) << value
-                    << toText(content);
-        }
-        output_ << '\n' << std::flush;
-    }
-
-    /// No line is half written from here on.
-    [[noreturn]] void exit()
-    {
-        lock_.lock();
-        std::_Exit(output_ ? EXIT_SUCCESS : EXIT_FAILURE);
-    }
-
-private:
-    std::ostream& output_;
-    bool json_;
-    std::mutex lock_;
-};
-
-template <class X>
-void printChanges(EthInterface::Cell<X>& cell, Printer& printer, const std::string& source, const char* value)
-{
-    cell.connect([&printer, source, value](const std::optional<X>& content) {
-        if (content) {
-            printer.print(source, value, *content);
-        }
-    });
-}
-
-void printChanges(HostSignals::Cell& cell, Printer& printer, const char* value)
-{
-    cell.connect([&printer, value](const std::string& content) { printer.print("host", value, content); });
+    return watched[0].revents != 0;
 }
 
 } // namespace
 
+bool ChangePrinter::isComplete()
+{
+    // A reader that stalls holds the lock up for as long as it likes.
+    const std::unique_lock guard(lock_, std::try_to_lock);
+    return guard.owns_lock() && output_.good();
+}
+
+void ChangePrinter::printLine(const std::string& source, const char* cell, const std::string& text, const Json& value)
+{
+    const std::lock_guard guard(lock_);
+    if (json_) {
+        output_ << dump({{"time", timeStamp()}, {"source", source}, {"name", cell}, {"value", value}});
+    } else {
+        output_ << timeStamp() << "  " << std::left << std::setw(8) << source << std::setw(12) << cell << text;
+    }
+    output_ << '\n' << std::flush;
+}
+
 void monitor(std::ostream& output, bool json)
 {
-    // Blocked before the manager starts its thread, so that they wait for sigwait below.
-    sigset_t endSignals;
-    sigemptyset(&endSignals);
-    sigaddset(&endSignals, SIGINT);
-    sigaddset(&endSignals, SIGTERM);
-    ::pthread_sigmask(SIG_BLOCK, &endSignals, nullptr);
-
-    Printer printer(output, json);
+    const int endSignals = openEndSignals(); // before the manager starts its thread
+    std::signal(SIGPIPE, SIG_IGN);           // a reader that is gone shows in the stream
+    ChangePrinter printer(output, json);
     networkmanager::detail::NetworkManager<networkmanager::NetworkManagerData> manager;
-    for (auto& [name, iface] : manager.getInterfaces()) {
-        printChanges(iface.macAddress, printer, name, "mac");
-        printChanges(iface.addresses, printer, name, "addresses");
-        printChanges(iface.ipSettings, printer, name, "live");
-        printChanges(iface.link, printer, name, "link");
-        printChanges(iface.speed, printer, name, "speed");
-        printChanges(iface.duplex, printer, name, "duplex");
-        printChanges(iface.routes, printer, name, "routes");
-    }
-    printChanges(manager.getSignals().gateway, printer, "gateway");
-    printChanges(manager.getSignals().hostname, printer, "hostname");
+    networkhost::connectToEachCell(manager, [&printer](const std::string& source, const char* cell,
+                                                       const auto& content) { printer.print(source, cell, content); });
     manager.start();
 
-    int received = 0;
-    sigwait(&endSignals, &received);
+    const bool isAskedToEnd = awaitEnd(endSignals);
     // Without stop(), which waits for the manager's thread to wake up: nothing of this process is worth 2 seconds.
-    printer.exit();
+    std::_Exit(isAskedToEnd && printer.isComplete() ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
 } // namespace velnetctl

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <ostream>
+#include "Session.h"
+
 #include <string>
 #include <vector>
 
 namespace velnetctl {
 
-/// Reads the device once, without the manager's thread, and prints the host and the named interfaces; all without
+/// Reads the device once, without a manager's thread, and prints host, resolver and the named interfaces; all without
 /// names.
-void printStatus(std::ostream& output, const std::vector<std::string>& interfaceNames, bool json);
+void printStatus(Session& session, const std::vector<std::string>& interfaceNames, bool json);
 
 } // namespace velnetctl

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "Text.h"
 
-#include "base/IpHelper.h"
-
+#include <algorithm>
 #include <cstdlib>
+#include <numeric>
+#include <utility>
 
 #include <unistd.h>
 
@@ -16,6 +17,22 @@ bool wantsColor()
     return (noColor == nullptr || *noColor == '\0') && ::isatty(STDOUT_FILENO) == 1;
 }
 
+/// How many letters are to be inserted, deleted or changed.
+std::size_t editDistance(const std::string& left, const std::string& right)
+{
+    std::vector<std::size_t> row(right.size() + 1);
+    std::iota(row.begin(), row.end(), 0);
+    for (std::size_t i = 0; i < left.size(); ++i) {
+        auto diagonal = std::exchange(row[0], i + 1);
+        for (std::size_t j = 0; j < right.size(); ++j) {
+            const std::size_t change = diagonal + (left[i] == right[j] ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({row[j] + 1, row[j + 1] + 1, change});
+        }
+    }
+    return row.back();
+}
+
 } // namespace
 
 std::string colored(Color color, const std::string& text)
@@ -25,29 +42,17 @@ std::string colored(Color color, const std::string& text)
     return isWanted ? "\033[" + std::string(code) + 'm' + text + "\033[0m" : text;
 }
 
-std::string withPrefixLength(const std::string& address, const std::string& mask)
+std::string suggestion(const std::string& word, const std::vector<std::string>& candidates)
 {
-    const int prefixLength = velbase2::system::iphelper::subnetMaskToBits(mask);
-    return prefixLength < 0 ? address : address + '/' + std::to_string(prefixLength);
-}
-
-std::string addressText(const velbase2::nsa::common::structs::IpAddress& address)
-{
-    return withPrefixLength(address.address, address.mask);
-}
-
-std::string settingsText(const velbase2::nsa::common::IpSettings& settings)
-{
-    const auto address = withPrefixLength(settings.ip, settings.mask);
-    if (!settings.dhcp) {
-        return orNone(address);
+    constexpr std::size_t kAlike = 3;
+    const auto nearest =
+        std::min_element(candidates.begin(), candidates.end(), [&](const auto& left, const auto& right) {
+            return editDistance(word, left) < editDistance(word, right);
+        });
+    if (nearest == candidates.end() || editDistance(word, *nearest) > std::min(kAlike, nearest->size() / 2)) {
+        return {};
     }
-    return settings.ip.empty() ? "DHCP" : address + " by DHCP";
-}
-
-std::string orNone(const std::string& text)
-{
-    return text.empty() ? "none" : text;
+    return "; did you mean '" + *nearest + "'?";
 }
 
 } // namespace velnetctl

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "networkhost/IDevice.h"
+
+#include <ostream>
+#include <string>
+
+namespace velnetctl {
+
+/// What a run of velnetctl works on and where it prints.
+struct Session
+{
+    networkhost::IDevice& device;
+    std::ostream& output;
+    std::ostream& errors;
+};
+
+/// One line for people on the error stream, without control characters.
+void warn(Session& session, const std::string& text);
+void fail(Session& session, const std::string& text);
+
+} // namespace velnetctl
