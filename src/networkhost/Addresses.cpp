@@ -11,16 +11,16 @@ namespace iphelper = velbase2::system::iphelper;
 
 namespace {
 
-/// The canonical address and the dotted mask.
+/// The address and the dotted mask.
 std::optional<std::pair<std::string, std::string>> parseAddress(const std::string& text)
 {
     const auto slash = text.find('/');
     const auto length = slash == std::string::npos ? 32 : parsePrefixLength(text.substr(slash + 1));
     const auto address = text.substr(0, slash);
-    if (!length || !iphelper::isValidIp(address)) {
+    if (!length || !isCanonicalAddress(address)) {
         return std::nullopt;
     }
-    return std::pair(iphelper::cleanupIP(address), iphelper::subnetBitsToMask(*length));
+    return std::pair(address, iphelper::subnetBitsToMask(*length));
 }
 
 std::uint32_t bitsOf(const std::string& address)
@@ -40,6 +40,11 @@ std::optional<int> parsePrefixLength(const std::string& text)
         return std::nullopt;
     }
     return std::stoi(text);
+}
+
+bool isCanonicalAddress(const std::string& text)
+{
+    return iphelper::isValidIp(text) && iphelper::cleanupIP(text) == text;
 }
 
 std::optional<std::string> canonicalAddress(const std::string& text)

@@ -10,7 +10,11 @@ namespace networkhost {
 /// The number of one or two digits from 0 to 32; empty for any other text.
 std::optional<int> parsePrefixLength(const std::string& text);
 
-/// "10.0.0.5/8" of "10.0.0.5/8"; a lone address is one of 32 bits. Empty for any other text.
+/// Whether the daemons read the text as an address: they know no leading zeros.
+bool isCanonicalAddress(const std::string& text);
+
+/// "10.0.0.5/8" of "10.0.0.5/8"; a lone address is one of 32 bits. Empty for any text that the daemons do not
+/// understand.
 std::optional<std::string> canonicalAddress(const std::string& text);
 
 /// The same with the bits of the host cleared: "10.0.0.0/8".

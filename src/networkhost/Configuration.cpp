@@ -28,31 +28,37 @@ bool asksForLease(const std::string& dhcp)
     return dhcp == "ipv4" || dhcp == "yes" || dhcp == "true" || dhcp == "on" || dhcp == "1" || dhcp == "both";
 }
 
+/// Somebody who wrote this meant an IPv4 address, with or without a prefix length.
+bool isMeantAsAddress(const std::string& text)
+{
+    return iphelper::isValidIp(text.substr(0, text.find('/')));
+}
+
 void addNetworkEntry(ConfiguredInterface& iface, const std::string& key, const std::string& value)
 {
     if (key == "DHCP") {
         iface.dhcp = asksForLease(value);
-    } else if (key == "Gateway" && iphelper::isValidIp(value)) {
-        iface.gateway = iphelper::cleanupIP(value);
+    } else if (key == "Gateway" && isMeantAsAddress(value)) {
+        iface.gateway = value;
     } else if (key == "Address" && value.empty()) {
         iface.addresses.clear();
-    } else if (const auto address = key == "Address" ? canonicalAddress(value) : std::nullopt) {
-        iface.addresses.push_back(*address);
+    } else if (key == "Address" && isMeantAsAddress(value)) {
+        iface.addresses.push_back(canonicalAddress(value).value_or(value));
     }
 }
 
 void addRoute(ConfiguredInterface& iface, const DaemonSection& section)
 {
     const auto gateway = section.valueOf("Gateway");
-    if (!iphelper::isValidIp(gateway)) {
+    const auto destination = section.valueOf("Destination");
+    const auto network = canonicalNetwork(destination).value_or(destination);
+    if (!isMeantAsAddress(gateway)) {
         return;
     }
-    const auto destination = section.valueOf("Destination");
-    const auto network = canonicalNetwork(destination);
     if (destination.empty() || network == "0.0.0.0/0") {
-        iface.gateway = iphelper::cleanupIP(gateway);
-    } else if (network) {
-        iface.routes.push_back({*network, iphelper::cleanupIP(gateway)});
+        iface.gateway = gateway;
+    } else if (isMeantAsAddress(destination)) {
+        iface.routes.push_back({network, gateway});
     }
 }
 

@@ -9,7 +9,10 @@
 
 namespace networkhost {
 
-/// A static route, in canonical text: network with prefix length, and address.
+// Addresses and networks stand here in canonical text, with prefix length where there is one. What the daemons ignore
+// for its notation ("192.168.50.007") stays as it is written: it never becomes live, and people can see why.
+
+/// A static route.
 struct Route
 {
     std::string destination; // "10.1.0.0/16"

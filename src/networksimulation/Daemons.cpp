@@ -5,6 +5,7 @@
 #include "networkhost/Addresses.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace networksimulation {
 
@@ -26,10 +27,20 @@ constexpr const char* kDirect = "0.0.0.0";
 constexpr const char* kHostMask = "255.255.255.255";
 
 /// The address and the dotted mask of a canonical "10.0.0.2/8".
-KernelAddress split(const std::string& address)
+std::pair<std::string, std::string> split(const std::string& address)
 {
     const auto slash = address.find('/');
     return {address.substr(0, slash), iphelper::subnetBitsToMask(std::stoi(address.substr(slash + 1)))};
+}
+
+bool everyAddress(const KernelAddress& /*own*/)
+{
+    return true;
+}
+
+bool everyRoute(const KernelRoute& /*route*/)
+{
+    return true;
 }
 
 bool canReach(const KernelInterface& iface, const std::string& gateway)
@@ -51,7 +62,12 @@ void Networkd::restart()
     for (const auto& [name, iface] : kernel_.interfaces) {
         schedule_.cancel(name);
         leases_.erase(name);
-        kernel_.strip(name);
+        // It takes over a route that the files still ask for, without a look at its gateway.
+        const auto& wanted = configuration_.interfaces.at(name).routes;
+        kernel_.strip(name, everyAddress, [&](const KernelRoute& route) {
+            const networkhost::Route found{networkhost::withPrefixLength(route.destination, route.mask), route.gateway};
+            return !route.isOnLink || std::find(wanted.begin(), wanted.end(), found) == wanted.end();
+        });
         if (iface.isPresent && iface.hasCable) {
             configure(name);
         }
@@ -68,7 +84,8 @@ void Networkd::linkChanged(const std::string& interfaceName)
     }
     schedule_.after(kLossOfCarrier, interfaceName, [this, interfaceName] {
         leases_.erase(interfaceName);
-        kernel_.strip(interfaceName);
+        kernel_.strip(
+            interfaceName, [](const KernelAddress& own) { return !own.isByHand; }, everyRoute);
     });
 }
 
@@ -88,7 +105,11 @@ void Networkd::configure(const std::string& interfaceName)
 void Networkd::assignAddresses(const std::string& interfaceName, const ConfiguredInterface& wanted)
 {
     for (const auto& address : wanted.addresses) {
-        kernel_.interfaces.at(interfaceName).addresses.push_back(split(address));
+        if (networkhost::canonicalAddress(address) != address) {
+            continue; // networkd does not understand it
+        }
+        const auto [own, mask] = split(address);
+        kernel_.interfaces.at(interfaceName).addresses.push_back({own, mask});
     }
 }
 
@@ -98,11 +119,23 @@ void Networkd::addRoutes(const std::string& interfaceName, const ConfiguredInter
     if (!wanted.gateway.empty()) {
         routes.push_back({"0.0.0.0/0", wanted.gateway});
     }
+    // Without a static address, networkd has the kernel take every gateway for one that is reached directly.
+    const bool isOnLink = wanted.addresses.empty();
     for (const auto& route : routes) {
-        // The kernel refuses the others, and networkd does not ask again.
-        if (canReach(kernel_.interfaces.at(interfaceName), route.gateway)) {
-            const auto [destination, mask, metric] = split(route.destination);
-            kernel_.routes.push_back({interfaceName, destination, mask, route.gateway, metric});
+        const bool isUnderstood = networkhost::canonicalNetwork(route.destination) == route.destination &&
+                                  networkhost::isCanonicalAddress(route.gateway);
+        if (!isUnderstood) {
+            continue;
+        }
+        const auto [destination, mask] = split(route.destination);
+        const KernelRoute added{interfaceName, destination, mask, route.gateway, 0, isOnLink};
+        const bool isThere = std::any_of(kernel_.routes.begin(), kernel_.routes.end(), [&](const KernelRoute& other) {
+            return other.interfaceName == added.interfaceName && other.destination == added.destination &&
+                   other.mask == added.mask && other.gateway == added.gateway;
+        });
+        // The kernel refuses what it does not reach, and networkd does not ask again.
+        if (!isThere && (isOnLink || canReach(kernel_.interfaces.at(interfaceName), route.gateway))) {
+            kernel_.routes.push_back(added);
         }
     }
 }
@@ -111,7 +144,7 @@ void Networkd::acquireLease(const std::string& interfaceName)
 {
     const auto& server = dhcpServers.at(interfaceName);
     leases_[interfaceName] = server;
-    kernel_.interfaces.at(interfaceName).addresses.push_back({server.address, server.mask, kDhcpMetric});
+    kernel_.interfaces.at(interfaceName).addresses.push_back({server.address, server.mask, kDhcpMetric, false});
     if (!server.router.empty()) {
         kernel_.routes.push_back({interfaceName, kDirect, kDirect, server.router, kDhcpMetric});
         kernel_.routes.push_back({interfaceName, server.router, kHostMask, kDirect, kDhcpMetric});
@@ -153,12 +186,10 @@ void Resolved::restart()
 
 std::string Resolved::resolvConf(const std::vector<std::string>& leasedDnsServers) const
 {
-    auto servers = configuration_.dnsServers;
-    for (const auto& server : leasedDnsServers) {
-        if (std::find(servers.begin(), servers.end(), server) == servers.end()) {
-            servers.push_back(server);
-        }
-    }
+    std::vector<std::string> servers;
+    std::copy_if(configuration_.dnsServers.begin(), configuration_.dnsServers.end(), std::back_inserter(servers),
+                 networkhost::isCanonicalAddress);
+    servers.insert(servers.end(), leasedDnsServers.begin(), leasedDnsServers.end());
     std::string text = "# This is the resolver's own list.\n";
     for (const auto& server : servers) {
         text += "nameserver " + server + '\n';

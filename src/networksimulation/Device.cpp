@@ -12,6 +12,7 @@
 #include <set>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 namespace networksimulation {
 
@@ -102,23 +103,29 @@ void Device::reboot()
 
 void Device::plug(const std::string& interfaceName)
 {
-    const std::lock_guard guard(lock_);
-    kernel_.interfaces.at(interfaceName).hasCable = true;
-    networkd_.linkChanged(interfaceName);
+    setCable(interfaceName, true);
 }
 
 void Device::unplug(const std::string& interfaceName)
 {
+    setCable(interfaceName, false);
+}
+
+void Device::setCable(const std::string& interfaceName, bool isPlugged)
+{
     const std::lock_guard guard(lock_);
-    kernel_.interfaces.at(interfaceName).hasCable = false;
-    networkd_.linkChanged(interfaceName);
+    auto& iface = kernel_.interfaces.at(interfaceName);
+    if (std::exchange(iface.hasCable, isPlugged) != isPlugged) {
+        networkd_.linkChanged(interfaceName);
+    }
 }
 
 void Device::removeInterface(const std::string& interfaceName)
 {
     const std::lock_guard guard(lock_);
-    kernel_.interfaces.at(interfaceName).isPresent = false;
-    kernel_.strip(interfaceName);
+    auto& iface = kernel_.interfaces.at(interfaceName);
+    iface.isPresent = false;
+    iface.addresses.clear(); // the daemon sees to the routes
     networkd_.linkChanged(interfaceName);
 }
 
@@ -144,7 +151,7 @@ void Device::addAddress(const std::string& interfaceName, const std::string& add
     const std::lock_guard guard(lock_);
     const auto slash = address.find('/');
     const auto mask = velbase2::system::iphelper::subnetBitsToMask(std::stoi(address.substr(slash + 1)));
-    kernel_.interfaces.at(interfaceName).addresses.push_back({address.substr(0, slash), mask});
+    kernel_.interfaces.at(interfaceName).addresses.push_back({address.substr(0, slash), mask, 0, true});
 }
 
 std::string Device::textOf(const std::string& path) const

@@ -105,6 +105,7 @@ private:
     friend class System;
     friend class Files;
 
+    void setCable(const std::string& interfaceName, bool isPlugged);
     std::optional<std::string> find(const std::string& path) const; // the file's text
     std::optional<std::vector<std::string>> list(const std::string& directory) const;
     bool write(const std::string& path, const std::string& text, int& error);

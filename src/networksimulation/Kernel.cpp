@@ -160,11 +160,15 @@ void Kernel::flushDefaultRoutes()
     routes.erase(std::remove_if(routes.begin(), routes.end(), isDefaultRoute), routes.end());
 }
 
-void Kernel::strip(const std::string& interfaceName)
+void Kernel::strip(const std::string& interfaceName, const std::function<bool(const KernelAddress&)>& goes,
+                   const std::function<bool(const KernelRoute&)>& routeGoes)
 {
-    interfaces.at(interfaceName).addresses.clear();
-    const auto isOfInterface = [&](const KernelRoute& route) { return route.interfaceName == interfaceName; };
-    routes.erase(std::remove_if(routes.begin(), routes.end(), isOfInterface), routes.end());
+    auto& addresses = interfaces.at(interfaceName).addresses;
+    addresses.erase(std::remove_if(addresses.begin(), addresses.end(), goes), addresses.end());
+    const auto isGone = [&](const KernelRoute& route) {
+        return route.interfaceName == interfaceName && routeGoes(route);
+    };
+    routes.erase(std::remove_if(routes.begin(), routes.end(), isGone), routes.end());
 }
 
 } // namespace networksimulation

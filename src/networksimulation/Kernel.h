@@ -3,7 +3,7 @@
 
 #include "../base/IpAddress.h"
 
-#include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -15,7 +15,8 @@ struct KernelAddress
 {
     std::string address;
     std::string mask;
-    int metric = 0; // of the route to its network
+    int metric = 0;        // of the route to its network
+    bool isByHand = false; // not systemd-networkd's
 };
 
 struct KernelInterface
@@ -36,6 +37,7 @@ struct KernelRoute
     std::string mask;
     std::string gateway; // "0.0.0.0": reached directly
     int metric = 0;
+    bool isOnLink = false; // the gateway counts as reached directly, whatever the addresses
 };
 
 /// Interfaces, addresses and routes, and how the kernel shows them. Not thread-safe.
@@ -60,8 +62,9 @@ public:
     /// What "ip route flush 0/0" does.
     void flushDefaultRoutes();
 
-    /// Takes the IPv4 addresses and all routes from the interface.
-    void strip(const std::string& interfaceName);
+    /// Takes IPv4 addresses and routes from the interface, all that the predicates name.
+    void strip(const std::string& interfaceName, const std::function<bool(const KernelAddress&)>& goes,
+               const std::function<bool(const KernelRoute&)>& routeGoes);
 
 private:
     std::vector<KernelRoute> allRoutes() const;
