@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/types.h>
@@ -15,7 +16,7 @@ class FileDescriptor
 {
 public:
     explicit FileDescriptor(int fd = -1) noexcept : fd_(fd) {}
-    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor(FileDescriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
     FileDescriptor& operator=(const FileDescriptor&) = delete;
     ~FileDescriptor() { reset(); }
 

@@ -7,8 +7,8 @@
 
 namespace networkmanager {
 
-/// Writes drop-ins of systemd-resolved and restarts it. Logs nothing and emits no status. Thread-safe; of two calls for
-/// the same file the last write stands.
+/// Writes drop-ins of systemd-resolved and restarts it. Logs nothing and emits no status. Thread-safe; writers of
+/// the same file take turns, in other processes too, and the last one's text stands.
 class DnsConfig
 {
 public:

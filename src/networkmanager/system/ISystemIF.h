@@ -49,7 +49,9 @@ public:
     /// Makes systemd-resolved read its files again. True when it was restarted.
     virtual bool reloadResolveD() = 0;
 
-    /// Replaces the whole content. True when the file could be opened for writing; empty content is refused.
+    /// Replaces the whole content; writers of one file take turns. True when the file could be opened for writing
+    /// within a second, even when the write failed then; empty content is refused. After false, errno tells why (EINVAL
+    /// for empty content), whatever the log sink did in between.
     virtual bool writeToConfFile(const std::string& path, const std::string& content) = 0;
 
     /// The lines of the file joined without line ends; empty when it cannot be read.

@@ -2,26 +2,20 @@
 #include "networkmanager/system/SystemIF.h"
 
 #include "base/ExecuteCommand.h"
-#include "base/FileDescriptor.h"
 #include "base/LogLine.h"
 #include "base/Paths.h"
 #include "base/ReadFile.h"
+#include "base/WriteFile.h"
 #include "networkmanager/BuiltInInterfaces.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <string_view>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace networkmanager {
 
 namespace paths = velbase2::system::paths;
 
 using velbase2::nsa::common::structs::IpAddress;
-using velbase2::system::FileDescriptor;
 using velbase2::system::log::kError;
 using velbase2::system::log::kFileProblem;
 using velbase2::system::log::kNotable;
@@ -39,41 +33,6 @@ constexpr const char* kFlushDefaultRoute = "ip route flush 0/0";
 std::string statePath(const std::string& interfaceName, const char* attribute)
 {
     return paths::kInterfaceStates + interfaceName + attribute;
-}
-
-/// Opens the file empty, creating it if need be. -1 on failure.
-int openEmpty(const std::string& path)
-{
-    const int existing = ::open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
-    if (existing >= 0 || errno != ENOENT) {
-        return existing;
-    }
-    constexpr mode_t kMode = 0644; // the daemons do not run as root and must read it
-    const int created = ::open(path.c_str(), O_WRONLY | O_TRUNC | O_CREAT | O_CLOEXEC, kMode);
-    if (created >= 0) {
-        ::fchmod(created, kMode); // whatever the host's umask
-    }
-    return created;
-}
-
-/// In a host without standard streams: what others print must not land in the file.
-int openForReplacement(const std::string& path)
-{
-    return velbase2::system::atLeast(STDERR_FILENO + 1, openEmpty(path));
-}
-
-void writeAll(int fd, std::string_view content)
-{
-    while (!content.empty()) {
-        const ssize_t count = ::write(fd, content.data(), content.size());
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            return;
-        }
-        content.remove_prefix(static_cast<std::size_t>(count));
-    }
 }
 
 } // namespace
@@ -158,16 +117,15 @@ bool SystemIF::writeToConfFile(const std::string& path, const std::string& conte
 {
     if (content.empty()) {
         logLine(kFileProblem, "Got empty config for file '", path, "'! Do not write empty config to filesystem");
+        errno = EINVAL;
         return false;
     }
     logLine(kNotable, "Write '", content, "' into file '", path, "'");
-    const FileDescriptor file(openForReplacement(path));
-    if (!file.isOpen()) {
+    if (const auto failure = velbase2::system::writeFile(path, content)) {
         logLine(kFileProblem, "Can not write config file '", path, "'");
+        errno = failure.value(); // the log sink may have changed it
         return false;
     }
-    // The result says only that the file could be opened, on purpose: callers go on to restart the daemon then.
-    writeAll(file.get(), content);
     return true;
 }
 

@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: MIT
+#include "base/WriteFile.h"
+
+#include "base/FileDescriptor.h"
+#include "base/ThisThread.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <memory>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace velbase2::system {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds kPatience{1};
+constexpr std::chrono::milliseconds kBetweenTries{1};
+
+/// -1, with errno, on failure.
+int openOrCreate(const std::string& path, bool& isNew)
+{
+    constexpr int kFlags = O_WRONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    const int existing = ::open(path.c_str(), kFlags);
+    if (existing >= 0 || errno != ENOENT) {
+        return existing;
+    }
+    constexpr mode_t kMode = 0644; // the daemons do not run as root and must read it
+    const int created = ::open(path.c_str(), kFlags | O_CREAT, kMode);
+    if (created >= 0) {
+        ::fchmod(created, kMode); // whatever the host's umask
+        isNew = true;
+    }
+    return created;
+}
+
+/// False, with errno, when another writer still has the file at the deadline.
+bool lockUntil(Clock::time_point deadline, int fd)
+{
+    while (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        if (errno != EWOULDBLOCK && errno != EINTR) {
+            return true; // a file system without locks: better unlocked than not at all
+        }
+        if (Clock::now() >= deadline) {
+            return false;
+        }
+        this_thread::sleep_for(kBetweenTries);
+    }
+    return true;
+}
+
+/// False when the file was removed or replaced since it was opened.
+bool isAt(const std::string& path, int fd)
+{
+    struct stat opened = {};
+    struct stat present = {};
+    return ::fstat(fd, &opened) == 0 && ::stat(path.c_str(), &present) == 0 && opened.st_dev == present.st_dev &&
+           opened.st_ino == present.st_ino;
+}
+
+/// The file at `path`, locked. Not open, with errno, on failure.
+FileDescriptor openLocked(const std::string& path, bool& isNew)
+{
+    const auto deadline = Clock::now() + kPatience;
+    for (;;) {
+        // In a host without standard streams: what others print must not land in the file.
+        FileDescriptor file(atLeast(STDERR_FILENO + 1, openOrCreate(path, isNew)));
+        if (!file.isOpen()) {
+            return file;
+        }
+        const bool isLocked = lockUntil(deadline, file.get());
+        if (isLocked && isAt(path, file.get())) {
+            return file;
+        }
+        if (!isLocked || Clock::now() >= deadline) {
+            file.reset();
+            errno = EWOULDBLOCK;
+            return file;
+        }
+    }
+}
+
+void writeAll(int fd, std::string_view content)
+{
+    while (!content.empty()) {
+        const ssize_t count = ::write(fd, content.data(), content.size());
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count <= 0) {
+            return;
+        }
+        content.remove_prefix(static_cast<std::size_t>(count));
+    }
+}
+
+/// Syncs the directory entry of a file, which may have been created through a link.
+void syncDirectoryOf(const std::string& path)
+{
+    const std::unique_ptr<char, decltype(&std::free)> file(::realpath(path.c_str(), nullptr), &std::free);
+    const std::string_view realPath = file ? file.get() : "";
+    const std::string directory(realPath.substr(0, realPath.rfind('/') + 1));
+    const FileDescriptor opened(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ::fsync(opened.get());
+}
+
+} // namespace
+
+std::error_code writeFile(const std::string& path, std::string_view content)
+{
+    bool isNew = false;
+    const FileDescriptor file = openLocked(path, isNew);
+    if (!file.isOpen()) {
+        return {errno, std::system_category()};
+    }
+    if (::ftruncate(file.get(), 0) == 0 || errno == EINVAL) { // EINVAL: a device, which has nothing to truncate
+        writeAll(file.get(), content);
+    }
+    // Before the sync, so that others need not wait for the disk, and by hand: the lock would outlive the descriptor in
+    // a child that the host has forked meanwhile.
+    ::flock(file.get(), LOCK_UN);
+    ::fsync(file.get());
+    if (isNew) {
+        syncDirectoryOf(path);
+    }
+    return {0, std::system_category()};
+}
+
+} // namespace velbase2::system

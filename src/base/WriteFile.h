@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <system_error>
+
+namespace velbase2::system {
+
+/// Replaces the whole content of a file and syncs it to the disk. An existing file keeps its owner and mode; a new one
+/// gets mode 0644 whatever the umask. Its directory has to exist.
+///
+/// Writers of one file take turns, in one process and between processes: each takes a lock (flock) on the open file
+/// before it truncates it, and waits for it no longer than a second.
+///
+/// The error code tells why the file could not be opened: ENXIO for a FIFO that nobody reads, EWOULDBLOCK when its turn
+/// did not come. What fails later is not told.
+std::error_code writeFile(const std::string& path, std::string_view content);
+
+} // namespace velbase2::system

@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: MIT
+#include "base/WriteFile.h"
+
+#include "TemporaryDirectory.h"
+#include "base/ReadFile.h"
+
+#include <csignal>
+#include <future>
+#include <thread>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+using velbase2::system::FileDescriptor;
+using velbase2::system::writeFile;
+
+static const std::string kLong = "DNS=100.100.100.100\n";
+static const std::string kShort = "DNS=1.1.1.1\n";
+
+struct WriteFile : testing::Test
+{
+    static std::string textOf(const std::string& path)
+    {
+        std::string text;
+        EXPECT_FALSE(velbase2::system::readFile(path, text));
+        return text;
+    }
+    static unsigned modeOf(const std::string& path)
+    {
+        struct stat status = {};
+        EXPECT_EQ(::stat(path.c_str(), &status), 0);
+        return status.st_mode & 07777U;
+    }
+    /// The text that a reader sees who waits for his turn, too.
+    std::string textInTurn() const
+    {
+        const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+        EXPECT_EQ(::flock(file.get(), LOCK_SH), 0);
+        return textOf(path);
+    }
+    void writeManyTimes(const std::string& text) const
+    {
+        for (int round = 0; round < 300; ++round) {
+            EXPECT_FALSE(writeFile(path, text));
+            EXPECT_THAT(textInTurn(), testing::AnyOf(kLong, kShort));
+        }
+    }
+
+    TemporaryDirectory directory;
+    const std::string path = directory.file("x");
+};
+
+TEST_F(WriteFile, CreatesAFileThatAllMayReadWhateverTheUmask)
+{
+    const auto umaskOfTheHost = ::umask(0077);
+    EXPECT_FALSE(writeFile(path, kLong));
+    ::umask(umaskOfTheHost);
+    EXPECT_EQ(textOf(path), kLong);
+    EXPECT_EQ(modeOf(path), 0644U);
+}
+
+TEST_F(WriteFile, ReplacesTheWholeContentAndKeepsTheMode)
+{
+    EXPECT_FALSE(writeFile(path, kLong));
+    ::chmod(path.c_str(), 0600);
+    EXPECT_FALSE(writeFile(path, kShort));
+    EXPECT_EQ(textOf(path), kShort);
+    EXPECT_EQ(modeOf(path), 0600U);
+}
+
+TEST_F(WriteFile, SaysWhyAFileCannotBeOpened)
+{
+    EXPECT_EQ(writeFile(directory.file("missing/x"), kLong), std::errc::no_such_file_or_directory);
+    EXPECT_EQ(writeFile("/dev", kLong), std::errc::is_a_directory);
+    ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+    EXPECT_EQ(writeFile(path, kLong), std::errc::no_such_device_or_address);
+}
+
+TEST_F(WriteFile, WritesToADeviceToo)
+{
+    EXPECT_FALSE(writeFile("/dev/null", kLong));
+}
+
+TEST_F(WriteFile, GivesUpWhenItsTurnDoesNotCome)
+{
+    EXPECT_FALSE(writeFile(path, kLong));
+    const FileDescriptor other(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    ASSERT_EQ(::flock(other.get(), LOCK_EX), 0);
+    EXPECT_EQ(writeFile(path, kShort), std::errc::resource_unavailable_try_again);
+    EXPECT_EQ(textOf(path), kLong);
+}
+
+TEST_F(WriteFile, WritesToTheNewFileWhenTheFileIsReplacedBeforeItsTurn)
+{
+    EXPECT_FALSE(writeFile(path, kLong));
+    const FileDescriptor other(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    ASSERT_EQ(::flock(other.get(), LOCK_EX), 0);
+    auto writer = std::async(std::launch::async, writeFile, path, kShort);
+    const auto opened = [this] {
+        std::error_code gone; // a descriptor may be closed meanwhile
+        int count = 0;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+            count += std::filesystem::read_symlink(entry, gone) == path ? 1 : 0;
+        }
+        return count;
+    };
+    while (opened() < 2 && writer.wait_for(std::chrono::milliseconds(1)) == std::future_status::timeout) {
+    }
+    EXPECT_FALSE(writeFile(directory.file("new"), kLong));
+    std::filesystem::rename(directory.file("new"), path);
+    ::flock(other.get(), LOCK_UN);
+    EXPECT_FALSE(writer.get());
+    EXPECT_EQ(textOf(path), kShort);
+}
+
+TEST_F(WriteFile, TakesTurnsWithOtherThreads)
+{
+    const auto other = std::async(std::launch::async, [this] { writeManyTimes(kLong); });
+    writeManyTimes(kShort);
+}
+
+TEST_F(WriteFile, TakesTurnsWithOtherProcesses)
+{
+    const pid_t child = ::fork();
+    if (child == 0) {
+        writeManyTimes(kLong);
+        std::_Exit(HasFailure() ? 1 : 0);
+    }
+    writeManyTimes(kShort);
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+}
