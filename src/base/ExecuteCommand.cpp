@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "base/ExecuteCommand.h"
 
+#include "base/CommandEnvironment.h"
 #include "base/FileDescriptor.h"
 
 #include <array>
@@ -8,8 +9,10 @@
 #include <csignal>
 #include <cstddef>
 #include <cstring>
+#include <optional>
 #include <string_view>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -22,22 +25,36 @@ namespace velbase2::system {
 namespace {
 
 // The command runs in a shell of its own, below a shell that reports its return code through a pipe: the exit status of
-// a child is lost in a host that ignores SIGCHLD or reaps every child. What the outer shell itself has to say
-// ("Killed") goes to /dev/null, so that errorOutput is the command's alone; the redirections stand within parentheses,
-// because some shells apply those of a plain command to themselves.
+// a child is lost in a host that ignores SIGCHLD or reaps every child.
+//
+//     host              outer shell             inner shell and command
+//
+//     /dev/null ------> 0 --------------------> 0
+//     output <--------- 1 <-------------------- 1
+//     error <---------- 3 <-------------------- 2
+//     report <--------- 2  "status 7"
+//
+// What the outer shell itself has to say ("Killed", "Cannot fork") precedes its status line in the report, so that
+// errorOutput is the command's alone. The redirections stand within parentheses, because some shells apply those of a
+// plain command to themselves.
 constexpr const char* kShell = "/bin/sh";
-constexpr const char* kSupervise = R"((exec /bin/sh -c -- "$1" 2>&4 3>&- 4>&-); echo "$?" >&3)";
-constexpr int kStatusFd = 3;
-constexpr int kErrorFd = 4;
-constexpr int kFirstFreeFd = 5;
+constexpr const char* kSupervise = R"((exec /bin/sh -c -- "$1" 2>&3 3>&-); echo "status $?" >&2)";
+constexpr std::string_view kStatusKey = "status ";
+constexpr int kErrorFd = 3;
+constexpr int kFirstFreeFd = 4;
 
 // Linux gives a new pipe this capacity; one read of this size takes all that it holds.
 constexpr std::size_t kPipeCapacity = 65536;
 
-struct Pipe
+// How long the outer shell may be gone without a report before that is noticed, when somebody holds the pipe open.
+constexpr int kLookMilliseconds = 1000;
+
+/// A pipe from the command to the host, and what came through it.
+struct Stream
 {
     FileDescriptor readEnd;
     FileDescriptor writeEnd;
+    std::string text;
 
     /// 0 or an errno value.
     int open() noexcept
@@ -49,11 +66,82 @@ struct Pipe
         readEnd.reset(fds[0]);
         // In a host without standard streams: keep clear of the numbers that the child's descriptors get.
         writeEnd.reset(atLeast(kFirstFreeFd, fds[1]));
-        if (!writeEnd.isOpen()) {
-            return errno;
-        }
-        return 0;
+        return writeEnd.isOpen() ? 0 : errno;
     }
+
+    /// Reads what there is; closes the stream at its end.
+    void read(std::vector<char>& buffer)
+    {
+        const ssize_t count = readUninterrupted(readEnd.get(), buffer.data(), buffer.size());
+        if (count <= 0) {
+            readEnd.reset(); // poll passes over it then
+            return;
+        }
+        text.append(buffer.data(), static_cast<std::size_t>(count));
+    }
+};
+
+struct Streams
+{
+    Stream output;
+    Stream error;
+    Stream report;
+
+    std::array<Stream*, 3> all() { return {&output, &error, &report}; }
+
+    /// Reads every stream that has something. False when none has within the time.
+    bool readSome(std::vector<char>& buffer, int milliseconds)
+    {
+        std::array<pollfd, 3> states{
+            {{output.readEnd.get(), POLLIN, 0}, {error.readEnd.get(), POLLIN, 0}, {report.readEnd.get(), POLLIN, 0}}};
+        if (::poll(states.data(), states.size(), milliseconds) <= 0) {
+            return false;
+        }
+        const auto streams = all();
+        for (std::size_t i = 0; i < states.size(); ++i) {
+            if (states[i].revents != 0) {
+                streams[i]->read(buffer);
+            }
+        }
+        return true;
+    }
+};
+
+/// The outer shell. It is waited for at the end at the latest, so that no exception leaves a zombie.
+class Child
+{
+public:
+    Child() = default;
+    Child(const Child&) = delete;
+    Child& operator=(const Child&) = delete;
+    ~Child() { reap(0); }
+
+    void started(pid_t pid) noexcept { pid_ = pid; }
+    bool hasEnded() noexcept { return reap(WNOHANG); }
+
+    /// Waits for its end. The signal that ended it; 0 for none, and when somebody else has reaped it.
+    int endingSignal() noexcept
+    {
+        reap(0);
+        return WIFSIGNALED(status_) ? WTERMSIG(status_) : 0;
+    }
+
+private:
+    /// False while it runs.
+    bool reap(int options) noexcept
+    {
+        pid_t reaped = pid_;
+        while (pid_ > 0 && (reaped = ::waitpid(pid_, &status_, options)) < 0 && errno == EINTR) {
+        }
+        if (reaped == 0) {
+            return false;
+        }
+        pid_ = -1;
+        return true;
+    }
+
+    pid_t pid_ = -1;
+    int status_ = 0;
 };
 
 class SpawnPlan
@@ -85,7 +173,7 @@ public:
 
     void duplicate(int from, int onto) { note(posix_spawn_file_actions_adddup2(&actions_, from, onto)); }
 
-    void openNull(int fd, int flags) { note(posix_spawn_file_actions_addopen(&actions_, fd, "/dev/null", flags, 0)); }
+    void readNull(int fd) { note(posix_spawn_file_actions_addopen(&actions_, fd, "/dev/null", O_RDONLY, 0)); }
 
     void closeAllFrom([[maybe_unused]] int first)
     {
@@ -121,91 +209,28 @@ private:
     int error_ = 0; // of the first call that failed
 };
 
-std::string pathVariable(std::string_view hostPath)
+/// The command's return code; empty while the line that says it is not complete.
+std::optional<int> returnCodeIn(const std::string& report)
 {
-    std::string path(hostPath.empty() ? "/usr/bin:/bin" : hostPath);
-    for (const std::string directory : {"/usr/sbin", "/sbin"}) {
-        if ((':' + path + ':').find(':' + directory + ':') == std::string::npos) {
-            path += ':' + directory;
-        }
+    const auto line = report.rfind(kStatusKey);
+    if (line == std::string::npos || report.back() != '\n') {
+        return std::nullopt;
     }
-    return "PATH=" + path;
+    return std::stoi(report.substr(line + kStatusKey.size()));
 }
 
-class CommandEnvironment
+/// Reads until the report is complete, and then what the other streams hold. Waiting for their ends instead would wait
+/// for every daemon that the command started, and waiting for the report's end for every child that the host forked
+/// while the pipe was open.
+void collect(Streams& streams, Child& shell)
 {
-public:
-    CommandEnvironment()
-    {
-        constexpr std::string_view kPath = "PATH=";
-        constexpr std::string_view kLocale = "LC_ALL=";
-        std::string_view hostPath;
-        for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
-            const std::string_view variable = *entry;
-            if (variable.substr(0, kPath.size()) == kPath) {
-                hostPath = variable.substr(kPath.size());
-            } else if (variable.substr(0, kLocale.size()) != kLocale) {
-                variables_.push_back(*entry);
-            }
-        }
-        path_ = pathVariable(hostPath);
-        variables_.insert(variables_.end(), {path_.data(), locale_.data(), nullptr});
-    }
-
-    char* const* data() const noexcept { return variables_.data(); }
-
-private:
-    std::string path_;
-    std::string locale_ = "LC_ALL=C";
-    std::vector<char*> variables_;
-};
-
-/// Appends what can be read at once. False at the end of the stream.
-bool readSome(int fd, std::vector<char>& buffer, std::string& text)
-{
-    const ssize_t count = readUninterrupted(fd, buffer.data(), buffer.size());
-    if (count <= 0) {
-        return false;
-    }
-    text.append(buffer.data(), static_cast<std::size_t>(count));
-    return true;
-}
-
-/// Reads all three streams until `status` ends, which it does when the command has, and then what the other two hold.
-/// Waiting for their ends instead would wait for every daemon that the command started.
-void collect(const Pipe& output, const Pipe& error, const Pipe& status, CommandResult& result, std::string& statusText)
-{
-    std::array<pollfd, 3> streams{
-        {{output.readEnd.get(), POLLIN, 0}, {error.readEnd.get(), POLLIN, 0}, {status.readEnd.get(), POLLIN, 0}}};
-    const std::array<std::string*, 3> texts{&result.output, &result.errorOutput, &statusText};
     std::vector<char> buffer(kPipeCapacity);
-    bool running = true;
-    while (running) {
-        running = streams[2].fd >= 0;
-        if (::poll(streams.data(), streams.size(), running ? -1 : 0) <= 0) {
-            continue; // a signal came, or nothing is left
-        }
-        for (std::size_t i = 0; i < streams.size(); ++i) {
-            if (streams[i].revents != 0 && !readSome(streams[i].fd, buffer, *texts[i])) {
-                streams[i].fd = -1; // poll passes over it
-            }
-            streams[i].revents = 0;
+    while (streams.report.readEnd.isOpen() && !returnCodeIn(streams.report.text)) {
+        if (!streams.readSome(buffer, kLookMilliseconds) && shell.hasEnded()) {
+            break;
         }
     }
-}
-
-/// The exit status of the outer shell; -1 when somebody else has reaped it.
-int reap(pid_t pid) noexcept
-{
-    int status = 0;
-    pid_t reaped = 0;
-    do {
-        reaped = ::waitpid(pid, &status, 0);
-    } while (reaped < 0 && errno == EINTR);
-    if (reaped != pid) {
-        return -1;
-    }
-    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+    streams.readSome(buffer, 0);
 }
 
 CommandResult notStarted(const std::string& reason)
@@ -225,22 +250,20 @@ CommandResult executeCommand(const std::string& command)
     if (command.find('\0') != std::string::npos) {
         return notStarted("the command holds a NUL byte"); // the shell would run what stands before it
     }
-    Pipe output;
-    Pipe error;
-    Pipe status;
-    for (Pipe* pipe : {&output, &error, &status}) {
-        if (const int failure = pipe->open(); failure != 0) {
+    Child shell; // before the streams: they are closed before it is waited for
+    Streams streams;
+    for (Stream* stream : streams.all()) {
+        if (const int failure = stream->open(); failure != 0) {
             return notStarted(failure);
         }
     }
 
     SpawnPlan plan;
     plan.useDefaultSignals();
-    plan.openNull(STDIN_FILENO, O_RDONLY);
-    plan.duplicate(output.writeEnd.get(), STDOUT_FILENO);
-    plan.openNull(STDERR_FILENO, O_WRONLY);
-    plan.duplicate(status.writeEnd.get(), kStatusFd);
-    plan.duplicate(error.writeEnd.get(), kErrorFd);
+    plan.readNull(STDIN_FILENO);
+    plan.duplicate(streams.output.writeEnd.get(), STDOUT_FILENO);
+    plan.duplicate(streams.report.writeEnd.get(), STDERR_FILENO);
+    plan.duplicate(streams.error.writeEnd.get(), kErrorFd);
     plan.closeAllFrom(kFirstFreeFd);
 
     const std::array<const char*, 6> arguments{kShell, "-c", kSupervise, kShell, command.c_str(), nullptr};
@@ -249,16 +272,21 @@ CommandResult executeCommand(const std::string& command)
     if (const int failure = plan.run(arguments.data(), environment.data(), pid); failure != 0) {
         return notStarted(failure);
     }
-    for (Pipe* pipe : {&output, &error, &status}) {
-        pipe->writeEnd.reset();
+    shell.started(pid);
+    for (Stream* stream : streams.all()) {
+        stream->writeEnd.reset();
     }
 
-    CommandResult result;
-    std::string statusText;
-    collect(output, error, status, result, statusText);
-    const int supervisor = reap(pid);
-    // Without a report the outer shell itself was ended, as by Ctrl-C to the host's whole process group.
-    result.returnCode = statusText.empty() ? supervisor : std::stoi(statusText);
+    collect(streams, shell);
+    CommandResult result{-1, std::move(streams.output.text), std::move(streams.error.text)};
+    if (const auto code = returnCodeIn(streams.report.text)) {
+        result.returnCode = *code;
+    } else if (const int signal = shell.endingSignal(); signal != 0) {
+        result.returnCode = 128 + signal; // as by Ctrl-C to the host's whole process group
+    } else {
+        const std::string& words = streams.report.text;
+        result.errorOutput += "cannot start " + std::string(kShell) + ": " + (words.empty() ? "no report\n" : words);
+    }
     return result;
 }
 

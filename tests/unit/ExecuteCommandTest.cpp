@@ -1,18 +1,66 @@
 // SPDX-License-Identifier: MIT
 #include "base/ExecuteCommand.h"
 
-#include "TestSupport.h"
 #include "base/FileDescriptor.h"
 
+#include <atomic>
 #include <csignal>
+#include <filesystem>
+#include <future>
+#include <new>
 
+#include <gmock/gmock.h>
+#include <sched.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
-/// "code|output|error output"
-static std::string run(const std::string& command)
+using velbase2::system::CommandResult;
+using velbase2::system::executeCommand;
+
+// The test program's memory, which one thread can be made short of.
+static thread_local std::size_t largestAllocation = SIZE_MAX;
+void* operator new(std::size_t size)
 {
-    const auto result = velbase2::system::executeCommand(command);
-    return std::to_string(result.returnCode) + '|' + result.output + '|' + result.errorOutput;
+    void* const memory = size <= largestAllocation ? std::malloc(size) : nullptr;
+    return memory != nullptr ? memory : throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t /*size*/) noexcept
+{
+    std::free(memory);
+}
+
+static void expect(const CommandResult& result, int returnCode, const std::string& output,
+                   const std::string& errorOutput)
+{
+    EXPECT_EQ(result.returnCode, returnCode);
+    EXPECT_EQ(result.output, output);
+    EXPECT_EQ(result.errorOutput, errorOutput);
+}
+
+/// For what would change the test program itself.
+template <class Body>
+static void inAProcessOfItsOwn(Body body)
+{
+    const pid_t child = ::fork();
+    if (child == 0) {
+        body();
+        std::fflush(stdout); // the failures
+        std::_Exit(testing::Test::HasFailure() ? 1 : 0);
+    }
+    int status = -1;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+}
+
+static auto countDescriptors()
+{
+    using Descriptors = std::filesystem::directory_iterator;
+    return std::distance(Descriptors("/proc/self/fd"), Descriptors());
 }
 
 static void reapAnyChild(int /*signal*/)
@@ -22,15 +70,72 @@ static void reapAnyChild(int /*signal*/)
     errno = hostErrno;
 }
 
-TEST(ExecuteCommand, GivesExitStatusAndBothTexts)
+TEST(ExecuteCommand, GivesTheReturnCodeAndBothTexts)
 {
-    expectResults(run,
-                  {" -> 0||", "echo out; echo err >&2; exit 7 -> 7|out\n|err\n", "echo \"[$1]\"; false # x -> 1|[]\n|",
-                   "-x 2>/dev/null -> 127||", "kill -KILL $$ -> 137||", "kill -TERM $$ -> 143||"});
-    EXPECT_EQ(run(std::string("echo run\0; false", 16)).substr(0, 4), "-1||");
-    EXPECT_EQ(run("head -c 1048576 /dev/zero >&2; head -c 1048576 /dev/zero").size(), 2 * 1048576 + 3U);
-    // Nobody waits for the background, though it has the pipes.
-    EXPECT_EQ(::kill(std::stoi(run("sleep 1000 & echo $!").substr(2)), SIGTERM), 0);
+    const struct
+    {
+        const char* name;
+        const char* command;
+        int returnCode;
+        const char* output;
+        const char* errorOutput;
+    } cases[] = {
+        {"nothing", "", 0, "", ""},
+        {"both texts", "echo out; echo err >&2; exit 7", 7, "out\n", "err\n"},
+        {"no argument, comment", "echo \"[$1]\"; false # x", 1, "[]\n", ""},
+        {"looks like an option", "-x 2>/dev/null", 127, "", ""},
+        {"killed", "kill -KILL $$", 137, "", ""},
+        {"terminated", "kill -TERM $$", 143, "", ""},
+        {"looks like a report", "echo status 3; echo status 4 >&2", 0, "status 3\n", "status 4\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        expect(executeCommand(c.command), c.returnCode, c.output, c.errorOutput);
+    }
+}
+
+TEST(ExecuteCommand, RunsNothingOfACommandWithANulByte)
+{
+    expect(executeCommand(std::string("echo run\0; false", 16)), -1, "",
+           "cannot start /bin/sh: the command holds a NUL byte\n");
+}
+
+TEST(ExecuteCommand, TakesMoreThanAPipeHolds)
+{
+    const auto result = executeCommand("head -c 1000000 /dev/zero >&2; head -c 2000000 /dev/zero");
+    EXPECT_EQ(result.errorOutput, std::string(1000000, '\0'));
+    EXPECT_EQ(result.output, std::string(2000000, '\0'));
+}
+
+TEST(ExecuteCommand, DoesNotWaitForTheBackground)
+{
+    const auto result = executeCommand("sleep 1000 & echo $!"); // which has the pipes
+    EXPECT_EQ(::kill(std::stoi(result.output), SIGTERM), 0);
+}
+
+TEST(ExecuteCommand, DoesNotWaitForChildrenThatTheHostForks)
+{
+    std::atomic<bool> isForking = true;
+    auto commands = std::async(std::launch::async, [&isForking] {
+        while (isForking) {
+            expect(executeCommand("echo x"), 0, "x\n", "");
+        }
+    });
+    std::vector<pid_t> children;
+    for (int i = 0; i < 50; ++i) {
+        const pid_t child = ::fork(); // now and then while a command is being started: it has that one's pipes then
+        if (child == 0) {
+            ::pause();
+            std::_Exit(0);
+        }
+        children.push_back(child);
+    }
+    isForking = false;
+    EXPECT_EQ(commands.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+    for (const pid_t child : children) {
+        ::kill(child, SIGKILL);
+        ::waitpid(child, nullptr, 0);
+    }
 }
 
 TEST(ExecuteCommand, ServesManyThreadsInAHostThatIgnoresOrReapsItsChildren)
@@ -39,8 +144,8 @@ TEST(ExecuteCommand, ServesManyThreadsInAHostThatIgnoresOrReapsItsChildren)
         const auto previous = std::signal(SIGCHLD, handler);
         std::vector<std::future<void>> threads;
         for (int i = 0; i < 64; ++i) {
-            threads.push_back(std::async(std::launch::async, [n = std::to_string(i)] {
-                EXPECT_EQ(run("echo " + n + "; exit " + n), n + '|' + n + "\n|");
+            threads.push_back(std::async(std::launch::async, [i, number = std::to_string(i)] {
+                expect(executeCommand("echo " + number + "; exit " + number), i, number + "\n", "");
             }));
         }
         threads.clear(); // waits for them
@@ -48,29 +153,86 @@ TEST(ExecuteCommand, ServesManyThreadsInAHostThatIgnoresOrReapsItsChildren)
     }
 }
 
-TEST(ExecuteCommand, StartsCommandsCleanOfTheHostsState)
+TEST(ExecuteCommand, GivesTheHostsEnvironmentWithLocaleAndPathOfItsOwn)
 {
-    const auto inAProcessOfItsOwn = [] {
+    inAProcessOfItsOwn([] {
         ::setenv("PATH", "/sbin:/bin:/usr/bin:/usr/sbinx", 1);
         ::setenv("LC_ALL", "de_DE.UTF-8", 1);
         ::setenv("OTHER", "kept", 1);
+        expect(executeCommand("echo $OTHER $LC_ALL $PATH"), 0, "kept C /sbin:/bin:/usr/bin:/usr/sbinx:/usr/sbin\n", "");
+        ::unsetenv("PATH");
+        expect(executeCommand("echo $PATH"), 0, "/usr/bin:/bin:/usr/sbin:/sbin\n", "");
+    });
+}
+
+TEST(ExecuteCommand, StartsWithDefaultSignals)
+{
+    inAProcessOfItsOwn([] {
         sigset_t all;
         sigfillset(&all);
         pthread_sigmask(SIG_SETMASK, &all, nullptr);
         std::signal(SIGPIPE, SIG_IGN);
+        expect(executeCommand("grep SigBlk /proc/self/status"), 0, "SigBlk:\t0000000000000000\n", "");
+        expect(executeCommand("grep SigIgn /proc/self/status"), 0, "SigIgn:\t0000000000000000\n", "");
+    });
+}
+
+TEST(ExecuteCommand, PassesOnNoDescriptorAndKeepsNone)
+{
+    inAProcessOfItsOwn([] {
         EXPECT_GT(::dup(::dup2(STDERR_FILENO, STDIN_FILENO)), STDERR_FILENO); // inheritable
-        const auto countDescriptors = "ls /proc/" + std::to_string(::getpid()) + "/fd | wc -l";
-        const auto before = run(countDescriptors);
+        const auto before = countDescriptors();
         // Descriptor 3 is the directory that ls reads.
-        expectResults(run, {"echo $LC_ALL $OTHER $PATH -> 0|C kept /sbin:/bin:/usr/bin:/usr/sbinx:/usr/sbin\n|",
-                            "kill -PIPE $$ -> 141||", "grep SigBlk /proc/self/status -> 0|SigBlk:\t0000000000000000\n|",
-                            "readlink /proc/self/fd/0; ls /proc/self/fd -> 0|/dev/null\n0\n1\n2\n3\n|"});
-        EXPECT_EQ(run(countDescriptors), before);
-        // What the library writes stays clear of the standard streams where the host has closed them.
+        expect(executeCommand("readlink /proc/self/fd/0; ls /proc/self/fd"), 0, "/dev/null\n0\n1\n2\n3\n", "");
+        EXPECT_EQ(countDescriptors(), before);
+    });
+}
+
+TEST(ExecuteCommand, WorksInAHostWithoutStandardStreams)
+{
+    inAProcessOfItsOwn([] {
         ::close(STDIN_FILENO);
-        EXPECT_GT(velbase2::system::atLeast(STDERR_FILENO + 1, ::dup(STDERR_FILENO)), STDERR_FILENO);
-        EXPECT_EQ(::dup(STDERR_FILENO), STDIN_FILENO);
-        std::_Exit(testing::Test::HasFailure() ? 1 : 0);
-    };
-    EXPECT_EXIT(inAProcessOfItsOwn(), testing::ExitedWithCode(0), "");
+        ::close(STDERR_FILENO);
+        expect(executeCommand("echo out; echo err >&2"), 0, "out\n", "err\n");
+    });
+}
+
+TEST(ExecuteCommand, SaysWhatTheOuterShellSaysWhenItCannotStartTheInnerOne)
+{
+    inAProcessOfItsOwn([] {
+        // As a user who has no other process, so that the limit allows one process more each time.
+        ASSERT_EQ(::geteuid() == 0 ? ::setuid(54321) : ::unshare(CLONE_NEWUSER), 0);
+        rlimit processes{};
+        ASSERT_EQ(::getrlimit(RLIMIT_NPROC, &processes), 0);
+        processes.rlim_cur = 0;
+        CommandResult result{-1, {}, {}};
+        std::string lastWords;
+        while (result.returnCode != 0) {
+            ASSERT_EQ(result.returnCode, -1);
+            lastWords = result.errorOutput;
+            ++processes.rlim_cur;
+            ASSERT_EQ(::setrlimit(RLIMIT_NPROC, &processes), 0);
+            result = executeCommand("true");
+        }
+        EXPECT_THAT(lastWords, testing::MatchesRegex("cannot start /bin/sh: .*fork.*\n"));
+    });
+}
+
+TEST(ExecuteCommand, LeavesNeitherAZombieNorADescriptorWhenMemoryRunsOut)
+{
+    const auto before = countDescriptors();
+    largestAllocation = 100000;
+    EXPECT_THROW(executeCommand("head -c 1000000 /dev/zero"), std::bad_alloc);
+    largestAllocation = SIZE_MAX;
+    EXPECT_EQ(countDescriptors(), before);
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1); // no child is left
+}
+
+TEST(FileDescriptor, StaysClearOfTheStandardStreams)
+{
+    inAProcessOfItsOwn([] {
+        ::close(STDIN_FILENO);
+        EXPECT_EQ(velbase2::system::atLeast(STDERR_FILENO + 1, ::dup(STDERR_FILENO)), STDERR_FILENO + 1);
+        EXPECT_EQ(::dup(STDERR_FILENO), STDIN_FILENO); // it was given back
+    });
 }
