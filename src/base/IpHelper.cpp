@@ -2,6 +2,7 @@
 #include "base/IpHelper.h"
 
 #include <optional>
+#include <stdexcept>
 #include <string_view>
 
 namespace velbase2::system::iphelper {
@@ -85,6 +86,17 @@ std::string subnetBitsToMask(int prefixLength)
         return {};
     }
     return dotted(static_cast<std::uint32_t>(0xFFFFFFFFULL << (32 - prefixLength)));
+}
+
+int leadingNumber(const std::string& text, int ifNone, int ifBeyondInt)
+{
+    try {
+        return std::stoi(text);
+    } catch (const std::invalid_argument&) {
+        return ifNone;
+    } catch (const std::out_of_range&) {
+        return ifBeyondInt;
+    }
 }
 
 int subnetMaskToBits(const std::string& mask)

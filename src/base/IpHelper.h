@@ -26,6 +26,10 @@ bool isValidMask(int prefixLength);
 /// The dotted mask of a prefix length; empty outside 0 to 32.
 std::string subnetBitsToMask(int prefixLength);
 
+/// The number at the start of the text, read as std::stoi does: "+24abc" after blanks is 24. The other two results are
+/// for a text without one, and for one that is no int.
+int leadingNumber(const std::string& text, int ifNone, int ifBeyondInt);
+
 /// The prefix length of a dotted mask; -1 when it is not valid.
 int subnetMaskToBits(const std::string& mask);
 

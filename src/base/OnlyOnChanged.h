@@ -16,8 +16,9 @@ struct DefaultCompare
 
 /// A text cell that emits when the text changes, and on the first update whatever the text is.
 ///
-/// Any thread may update and read. The one lock is held while the slots run: a slot must neither update nor get() its
-/// own cell (it has the value as its argument), and a reader waits for running slots.
+/// Any thread may update and read. The one lock is held while the slots run, so a reader waits for running slots, and
+/// a slot must neither update nor get() its own cell (it has the value as its argument), nor wait for anything whose
+/// slots read the cell.
 template <class Signal, class Compare>
 class OnlyOnChanged : public Signal
 {

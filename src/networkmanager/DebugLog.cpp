@@ -8,7 +8,7 @@ namespace networkmanager::detail {
 void debugLog(const std::string& prefix, const velbase2::nsa::common::IpSettings& settings)
 {
     namespace log = velbase2::system::log;
-    // The gateway's label is "route" on purpose: log readers know it by that name.
+    // kept: the gateway's label is "route", the name by which programs that read the log find it.
     log::detail::logLine(log::kDetail, prefix, ": ip: ", settings.ip, " - mask: ", settings.mask,
                          " - dhcp: ", settings.dhcp, " - route: ", settings.gateway);
 }

@@ -6,7 +6,8 @@
 
 #include <string>
 
-/// The observable values of the host. For threads see OnlyOnChanged.
+/// The observable values of the host. For threads see OnlyOnChanged. A slot of `hostname` or `gateway` must not call a
+/// set operation, nor a slot of `requestStatus` read one of the two: they would wait for each other for ever.
 struct HostSignals
 {
     using Signal = velbase2::system::signals::signal<std::string>;

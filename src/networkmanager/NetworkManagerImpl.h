@@ -61,7 +61,7 @@ public:
     /// Switches an interface to a static address or to DHCP. `settings.gateway` takes part only in the comparison with
     /// the cell, where it is empty; a static interface that holds the gateway keeps the one in force.
     /// "nothing to change", and false, when the cell `ipSettings` equals the settings or both are DHCP.
-    /// One call at a time; a slot of `requestStatus` must not call it (deadlock).
+    /// One call at a time; a slot of `requestStatus` must not call it (deadlock), nor one that HostSignals excludes.
     bool setIp(const std::string& interfaceName, const IpSettings& settings);
 
     /// Sets the default gateway, and makes the interface that holds it static with its present first address.
@@ -250,7 +250,8 @@ bool NetworkManagerImpl<Backend>::setGateway(const std::string& gateway)
         log::detail::logLine(log::kDetail, "old gateway == new gateway -> nothing to do");
         return refuse(status::kNothingToChange);
     }
-    // Without a default route `current` is empty, which is not "0.0.0.0": refused on purpose, hosts are told so.
+    // kept: without a default route `current` is empty, which is not "0.0.0.0", and so is refused (see the
+    // declaration).
     if (dhcpEnabled() && current != "0.0.0.0") {
         log::detail::logLine(log::kDetail, status::kGatewayFromDhcp);
         return refuse(status::kGatewayFromDhcp);

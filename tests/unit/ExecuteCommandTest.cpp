@@ -122,7 +122,7 @@ TEST(ExecuteCommand, DoesNotWaitForChildrenThatTheHostForks)
         }
     });
     std::vector<pid_t> children;
-    for (int i = 0; i < 50; ++i) {
+    for (int i = 0; i < 200; ++i) {
         const pid_t child = ::fork(); // now and then while a command is being started: it has that one's pipes then
         if (child == 0) {
             ::pause();

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <optional>
-#include <stdexcept>
 #include <string_view>
 
 namespace networkmanager::confighandler {
@@ -45,16 +44,6 @@ std::optional<std::string_view> textAfter(std::string_view line, std::string_vie
 std::string_view upTo(std::string_view text, char end)
 {
     return text.substr(0, text.find(end));
-}
-
-int prefixLength(std::string_view text)
-{
-    constexpr int kFallback = 24; // on purpose: users of the scanners rely on it
-    try {
-        return std::stoi(std::string(text));
-    } catch (const std::logic_error&) { // no number, or out of range
-        return kFallback;
-    }
 }
 
 } // namespace
@@ -128,8 +117,10 @@ std::string parseSubnetMask(const std::string& text)
     if (!found) {
         return {};
     }
-    // Without "/" the number is the address's first one, on purpose: users of the scanners rely on it.
-    return iphelper::subnetBitsToMask(prefixLength(upTo(textAfter(*found, "/").value_or(*found), ' ')));
+    // kept: without "/" the number is the address's first one, and what is no int counts as 24 (see the declaration).
+    constexpr int kFallback = 24;
+    const auto prefix = upTo(textAfter(*found, "/").value_or(*found), ' ');
+    return iphelper::subnetBitsToMask(iphelper::leadingNumber(std::string(prefix), kFallback, kFallback));
 }
 
 } // namespace networkmanager::confighandler

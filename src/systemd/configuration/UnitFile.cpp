@@ -26,7 +26,7 @@ void addEntry(Section& section, const std::string& line)
 {
     const auto separator = line.find('=');
     if (separator == std::string::npos) {
-        section.entries.emplace(line, line); // on purpose: the loader's users rely on it
+        section.entries.emplace(line, line); // kept: no line of a section gets lost
     } else {
         section.entries.emplace(line.substr(0, separator), line.substr(separator + 1));
     }
@@ -79,7 +79,7 @@ std::ostream& operator<<(std::ostream& output, const FileConverter& converter)
         std::visit([](const auto& reference) -> const Content& { return reference; }, converter.content_);
     bool isFirst = true;
     for (const auto& section : content) {
-        // The empty line goes by the place in the list, also after a skipped section: readers know the text so.
+        // kept: the empty line goes by the place in the list, so it also follows a first section that is skipped.
         const char* separator = std::exchange(isFirst, false) ? "" : "\n";
         if (section.name.empty()) {
             continue;

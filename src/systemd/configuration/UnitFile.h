@@ -43,10 +43,10 @@ private:
 
 /// Appends the sections of the rest of the stream to the converter's Content.
 ///
-/// The rules are simpler than systemd's on purpose, the loader relies on them: nothing is trimmed, a line without "="
-/// is both key and value, the first of equal keys wins, what stands before the first header and sections without
-/// entries are dropped. A stream that is not good or fails before its end leaves the Content alone.
-/// Throws std::bad_variant_access, and reads nothing, when the Content is const.
+/// The rules are simpler than systemd's: nothing is trimmed, a line without "=" is both key and value, the first of
+/// equal keys wins, what stands before the first header and sections without entries are dropped. A stream that is not
+/// good or fails before its end leaves the Content alone. Throws std::bad_variant_access, and reads nothing, when the
+/// Content is const.
 std::istream& operator>>(std::istream& input, FileConverter converter);
 
 /// Writes the Content, keys in order. Skips sections without name and entries without key.
