@@ -27,13 +27,13 @@ def drop_in(box, unit, text):
 
 @pytest.fixture
 def host(box, settings):
-    """Runs a command in place of the host, with everything else that velnet-host.service says."""
+    """Runs a command in place of the host, with everything else that velnet-host.service says, but for the changes."""
     library = next(line.split()[2] for line in box.exec("ldd", VELNETCTL).stdout.splitlines() if "VelNetwork" in line)
     box.exec("cp", VELNETCTL, "/usr/bin/")  # the project may lie in /home, which the unit hides
     box.exec("cp", library, "/usr/lib/")
 
-    def run(*command):
-        start = f"[Service]\nType=oneshot\nRestart=no\nExecStart=\nExecStart={shlex.join(command)}"
+    def run(*command, changes=""):
+        start = f"[Service]\nType=oneshot\nRestart=no\nExecStart=\nExecStart={shlex.join(command)}\n{changes}"
         with drop_in(box, "velnet-host", start):
             return box.exec("systemctl", "start", "velnet-host", check=False).returncode == 0
     return run
@@ -87,6 +87,25 @@ def test_a_host_in_the_unit_writes_nowhere_else(box, host):
     assert host("touch", "/etc/systemd/network/velnet.network", "/etc/systemd/resolved.conf.d/velnet.conf")
     for path in "/etc/hostname", "/etc/systemd/system/velnet.service", "/usr/bin/velnet", "/run/lock/velnet":
         assert not host("touch", path), path
+
+
+@pytest.mark.parametrize("without, command", [
+    ("ReadOnlyPaths=", "echo 0 >/proc/sys/net/ipv4/ip_forward"),
+    ("InaccessiblePaths=", "touch /dev/shm/velnet"),
+    ("NoExecPaths=", "cd /etc/systemd/network; cp /bin/true velnet; ./velnet"),
+    ("NoExecPaths=", "cd /etc/systemd/resolved.conf.d; cp /bin/true velnet; ./velnet"),
+    ("NoExecPaths=", "cd /tmp; cp /bin/true velnet; ./velnet"),
+    ("IPAddressDeny=", "echo text >/dev/udp/192.168.50.1/9"),
+])
+def test_each_of_these_options_keeps_something_from_the_host(host, without, command):
+    assert host("bash", "-ec", command, changes=without)
+    assert not host("bash", "-ec", command)
+
+
+def test_no_message_queue_of_the_user_outlives_the_host(box, host):
+    box.exec(*AS_VELNET, "ipcmk", "--queue")
+    assert host("true", changes="RemoveIPC=no") and "velnet" in box.exec("ipcs", "--queues").stdout
+    assert host("true") and "velnet" not in box.exec("ipcs", "--queues").stdout
 
 
 def test_resolved_survives_many_dns_changes_only_without_a_start_limit(box, settings):
