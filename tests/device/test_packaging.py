@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """packaging/: what it gives the host's user, what it keeps from it, and why the daemons have no start limit."""
 import contextlib
+import re
 import shlex
 
 import pytest
@@ -28,7 +29,7 @@ def drop_in(box, unit, text):
 @pytest.fixture
 def host(box, settings):
     """Runs a command in place of the host, with everything else that velnet-host.service says, but for the changes."""
-    library = next(line.split()[2] for line in box.exec("ldd", VELNETCTL).stdout.splitlines() if "VelNetwork" in line)
+    library = re.search(r"libVelNetworkManager.* => (.*) \(", box.exec("ldd", VELNETCTL).stdout)[1]
     box.exec("cp", VELNETCTL, "/usr/bin/")  # the project may lie in /home, which the unit hides
     box.exec("cp", library, "/usr/lib/")
 
