@@ -5,7 +5,6 @@
 #include "networkhost/Addresses.h"
 
 #include <algorithm>
-#include <iterator>
 
 namespace networksimulation {
 
@@ -41,13 +40,6 @@ bool everyAddress(const KernelAddress& /*own*/)
 bool everyRoute(const KernelRoute& /*route*/)
 {
     return true;
-}
-
-bool canReach(const KernelInterface& iface, const std::string& gateway)
-{
-    return std::any_of(iface.addresses.begin(), iface.addresses.end(), [&](const KernelAddress& own) {
-        return networkhost::networkOf(own.address, own.mask) == networkhost::networkOf(gateway, own.mask);
-    });
 }
 
 } // namespace
@@ -134,7 +126,7 @@ void Networkd::addRoutes(const std::string& interfaceName, const ConfiguredInter
                    other.mask == added.mask && other.gateway == added.gateway;
         });
         // The kernel refuses what it does not reach, and networkd does not ask again.
-        if (!isThere && (isOnLink || canReach(kernel_.interfaces.at(interfaceName), route.gateway))) {
+        if (!isThere && (isOnLink || kernel_.reaches(interfaceName, route.gateway))) {
             kernel_.routes.push_back(added);
         }
     }
@@ -187,8 +179,13 @@ void Resolved::restart()
 std::string Resolved::resolvConf(const std::vector<std::string>& leasedDnsServers) const
 {
     std::vector<std::string> servers;
-    std::copy_if(configuration_.dnsServers.begin(), configuration_.dnsServers.end(), std::back_inserter(servers),
-                 networkhost::isCanonicalAddress);
+    for (const auto& server : configuration_.dnsServers) {
+        const bool isListed = std::find(servers.begin(), servers.end(), server) != servers.end();
+        if (networkhost::isCanonicalAddress(server) && !isListed) {
+            servers.push_back(server);
+        }
+    }
+    // That a lease brings one of them once more is shown.
     servers.insert(servers.end(), leasedDnsServers.begin(), leasedDnsServers.end());
     std::string text = "# This is the resolver's own list.\n";
     for (const auto& server : servers) {

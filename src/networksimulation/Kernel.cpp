@@ -59,8 +59,7 @@ bool isDefaultRoute(const KernelRoute& route)
     return route.mask == kAny;
 }
 
-/// Whether an interface with that address reaches the gateway directly.
-bool reaches(const KernelAddress& own, const std::string& gateway)
+bool isNeighbour(const KernelAddress& own, const std::string& gateway)
 {
     const auto broadcast = iphelper::dotted(ntohl(bitsOf(own.address) | ~bitsOf(own.mask)));
     const bool hasBroadcast = iphelper::subnetMaskToBits(own.mask) < 31;
@@ -132,6 +131,13 @@ std::string Kernel::attribute(const std::string& interfaceName, const std::strin
     return entry == attributes.end() ? std::string() : entry->second + '\n';
 }
 
+bool Kernel::reaches(const std::string& interfaceName, const std::string& gateway) const
+{
+    const auto& addresses = interfaces.at(interfaceName).addresses;
+    return std::any_of(addresses.begin(), addresses.end(),
+                       [&gateway](const KernelAddress& own) { return isNeighbour(own, gateway); });
+}
+
 std::string Kernel::addDefaultRoute(const std::string& gateway)
 {
     if (!iphelper::isValidIp(gateway) || iphelper::cleanupIP(gateway) == kAny) {
@@ -146,10 +152,9 @@ std::string Kernel::addDefaultRoute(const std::string& gateway)
     if (address.rfind("127.", 0) == 0) {
         return add(kLoopback);
     }
-    for (const auto& [name, iface] : interfaces) {
-        const auto canReach = [&address](const KernelAddress& own) { return reaches(own, address); };
-        if (std::any_of(iface.addresses.begin(), iface.addresses.end(), canReach)) {
-            return add(name);
+    for (const auto& entry : interfaces) {
+        if (reaches(entry.first, address)) {
+            return add(entry.first);
         }
     }
     return "SIOCADDRT: Network is unreachable\n";

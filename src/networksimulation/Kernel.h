@@ -56,6 +56,9 @@ public:
     /// A file of /sys/class/net/NAME/; empty when there is none.
     std::string attribute(const std::string& interfaceName, const std::string& name) const;
 
+    /// Whether the interface is in one network with the gateway.
+    bool reaches(const std::string& interfaceName, const std::string& gateway) const;
+
     /// What "route add default gw" does: the text of its failure, or the empty text.
     std::string addDefaultRoute(const std::string& gateway);
 

@@ -20,16 +20,16 @@ using velbase2::system::executeCommand;
 
 // The test program's memory, which one thread can be made short of.
 static thread_local std::size_t largestAllocation = SIZE_MAX;
-void* operator new(std::size_t size)
+[[gnu::noinline]] void* operator new(std::size_t size)
 {
     void* const memory = size <= largestAllocation ? std::malloc(size) : nullptr;
     return memory != nullptr ? memory : throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept
+[[gnu::noinline]] void operator delete(void* memory) noexcept
 {
     std::free(memory);
 }
-void operator delete(void* memory, std::size_t /*size*/) noexcept
+[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept
 {
     std::free(memory);
 }
