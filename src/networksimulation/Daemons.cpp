@@ -54,16 +54,31 @@ void Networkd::restart()
     for (const auto& [name, iface] : kernel_.interfaces) {
         schedule_.cancel(name);
         leases_.erase(name);
-        // It takes over a route that the files still ask for, without a look at its gateway.
-        const auto& wanted = configuration_.interfaces.at(name).routes;
-        kernel_.strip(name, everyAddress, [&](const KernelRoute& route) {
-            const networkhost::Route found{networkhost::withPrefixLength(route.destination, route.mask), route.gateway};
-            return !route.isOnLink || std::find(wanted.begin(), wanted.end(), found) == wanted.end();
-        });
+        auto wanted = configuration_.interfaces.at(name);
+        takeOverRoutes(name, wanted);
         if (iface.isPresent && iface.hasCable) {
-            configure(name);
+            configure(name, wanted);
         }
     }
+}
+
+void Networkd::takeOverRoutes(const std::string& interfaceName, ConfiguredInterface& wanted)
+{
+    // networkd takes over a route that it finds and that the files still ask for, without a look at its gateway. One
+    // that is not on-link goes with its address all the same; but where no static address is waited for, networkd has
+    // taken it for present by then, and does not bring it back.
+    const auto stays = [&](const KernelRoute& route) {
+        const networkhost::Route found{networkhost::withPrefixLength(route.destination, route.mask), route.gateway};
+        const auto entry = std::find(wanted.routes.begin(), wanted.routes.end(), found);
+        if (route.interfaceName != interfaceName || entry == wanted.routes.end()) {
+            return false;
+        }
+        if (route.isOnLink || wanted.addresses.empty()) {
+            wanted.routes.erase(entry);
+        }
+        return route.isOnLink;
+    };
+    kernel_.strip(interfaceName, everyAddress, [&stays](const KernelRoute& route) { return !stays(route); });
 }
 
 void Networkd::linkChanged(const std::string& interfaceName)
@@ -71,7 +86,7 @@ void Networkd::linkChanged(const std::string& interfaceName)
     const auto& iface = kernel_.interfaces.at(interfaceName);
     schedule_.cancel(interfaceName);
     if (iface.isPresent && iface.hasCable) {
-        configure(interfaceName);
+        configure(interfaceName, configuration_.interfaces.at(interfaceName));
         return;
     }
     schedule_.after(kLossOfCarrier, interfaceName, [this, interfaceName] {
@@ -81,15 +96,11 @@ void Networkd::linkChanged(const std::string& interfaceName)
     });
 }
 
-void Networkd::configure(const std::string& interfaceName)
+void Networkd::configure(const std::string& interfaceName, const ConfiguredInterface& wanted)
 {
-    const auto wanted = configuration_.interfaces.find(interfaceName);
-    if (wanted == configuration_.interfaces.end()) {
-        return;
-    }
-    schedule_.after(kAddresses, interfaceName, [=] { assignAddresses(interfaceName, wanted->second); });
-    schedule_.after(kRoutes, interfaceName, [=] { addRoutes(interfaceName, wanted->second); });
-    if (wanted->second.dhcp && dhcpServers.count(interfaceName) > 0) {
+    schedule_.after(kAddresses, interfaceName, [=] { assignAddresses(interfaceName, wanted); });
+    schedule_.after(kRoutes, interfaceName, [=] { addRoutes(interfaceName, wanted); });
+    if (wanted.dhcp && dhcpServers.count(interfaceName) > 0) {
         schedule_.after(kLease, interfaceName, [=] { acquireLease(interfaceName); });
     }
 }
@@ -116,18 +127,10 @@ void Networkd::addRoutes(const std::string& interfaceName, const ConfiguredInter
     for (const auto& route : routes) {
         const bool isUnderstood = networkhost::canonicalNetwork(route.destination) == route.destination &&
                                   networkhost::isCanonicalAddress(route.gateway);
-        if (!isUnderstood) {
-            continue;
-        }
-        const auto [destination, mask] = split(route.destination);
-        const KernelRoute added{interfaceName, destination, mask, route.gateway, 0, isOnLink};
-        const bool isThere = std::any_of(kernel_.routes.begin(), kernel_.routes.end(), [&](const KernelRoute& other) {
-            return other.interfaceName == added.interfaceName && other.destination == added.destination &&
-                   other.mask == added.mask && other.gateway == added.gateway;
-        });
         // The kernel refuses what it does not reach, and networkd does not ask again.
-        if (!isThere && (isOnLink || kernel_.reaches(interfaceName, route.gateway))) {
-            kernel_.routes.push_back(added);
+        if (isUnderstood && (isOnLink || kernel_.reaches(interfaceName, route.gateway))) {
+            const auto [destination, mask] = split(route.destination);
+            kernel_.routes.push_back({interfaceName, destination, mask, route.gateway, 0, isOnLink});
         }
     }
 }

@@ -44,7 +44,8 @@ public:
     std::vector<std::string> leasedDnsServers() const;
 
 private:
-    void configure(const std::string& interfaceName);
+    void takeOverRoutes(const std::string& interfaceName, networkhost::ConfiguredInterface& wanted);
+    void configure(const std::string& interfaceName, const networkhost::ConfiguredInterface& wanted);
     void assignAddresses(const std::string& interfaceName, const networkhost::ConfiguredInterface& wanted);
     void addRoutes(const std::string& interfaceName, const networkhost::ConfiguredInterface& wanted);
     void acquireLease(const std::string& interfaceName);

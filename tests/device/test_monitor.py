@@ -1,7 +1,14 @@
 # SPDX-License-Identifier: MIT
 """velnetctl monitor: what the manager publishes while the network under it changes."""
+import os
 import re
+import signal
+import subprocess
 import time
+
+import pytest
+
+from conftest import VELNETCTL, wait_until
 
 
 def test_a_pulled_cable_and_its_return_are_published(box, monitor):
@@ -35,3 +42,30 @@ def test_an_address_and_a_default_route_come_and_go(box, monitor):
 def test_an_interrupted_monitor_ends_well(box, monitor):
     box.exec("pkill", "-INT", "-x", "velnetctl")
     assert monitor.process.wait(timeout=20) == 0
+
+
+@pytest.mark.parametrize("end", [signal.SIGINT, signal.SIGTERM])
+def test_a_monitor_whose_reader_stalls_ends_all_the_same(box, end):
+    # A pipe that is full already, and that nobody reads.
+    reader, writer = os.pipe()
+    os.set_blocking(writer, False)
+    while True:
+        try:
+            os.write(writer, bytes(4096))
+        except BlockingIOError:
+            break
+    os.set_blocking(writer, True)
+    monitor = subprocess.Popen([*box.command, "exec", VELNETCTL, "monitor"], stdout=writer)
+    os.close(writer)
+    inside = wait_until(lambda: box.exec("pgrep", "-x", "velnetctl", check=False).stdout.split(), "it runs")
+    wait_until(lambda: "pipe_write" in box.exec("sh", "-c", f"cat /proc/{inside[0]}/task/*/wchan").stdout, "it stalls")
+    box.exec("kill", f"-{end.name[3:]}", *inside)
+    assert monitor.wait(timeout=20) == 1
+    os.close(reader)
+
+
+def test_a_monitor_ends_when_nobody_reads_it_any_more(box):
+    monitor = subprocess.Popen([*box.command, "exec", VELNETCTL, "monitor"], stdout=subprocess.PIPE)
+    monitor.stdout.readline()
+    monitor.stdout.close()
+    assert monitor.wait(timeout=20) == 1

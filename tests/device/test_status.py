@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """velnetctl status against ip, networkctl and /sys."""
 import json
+import shlex
 
 import pytest
 
@@ -47,7 +48,7 @@ def test_a_link_without_carrier_is_down_with_speed_0(box):
 
 
 def test_a_missing_interface_is_absent_and_no_error(box):
-    script = f"mount -t sysfs sysfs /sys && exec {VELNETCTL} status --json"
+    script = f"mount -t sysfs sysfs /sys && exec {shlex.quote(VELNETCTL)} status --json"
     shown = json.loads(box.exec("unshare", "--net", "--mount", "sh", "-c", script).stdout)["interfaces"]
     assert [(shown[name]["present"], shown[name]["live"]) for name in INTERFACES] == [(False, None)] * 2
     assert shown["local"]["configured"]["ip"] == "192.168.10.1"
@@ -74,7 +75,7 @@ def test_the_exit_code_tells_wrong_usage(box, arguments, code, message):
 
 
 def test_a_full_standard_output_is_a_failure(box):
-    result = box.exec("sh", "-c", f"{VELNETCTL} status >/dev/full", check=False)
+    result = box.exec("sh", "-c", f"{shlex.quote(VELNETCTL)} status >/dev/full", check=False)
     assert (result.returncode, result.stderr) == (1, "velnetctl: cannot write to standard output\n")
 
 

@@ -3,7 +3,9 @@
 #include "networkhost/Missing.h"
 #include "networkhost/RealFiles.h"
 #include "networkhost/Requests.h"
-#include "networksimulation/Device.h"
+#include "networksimulation/NetworkManagerData.h"
+
+#include <functional>
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -135,6 +137,45 @@ TEST(Requests, TellTheStepThatFailed)
     EXPECT_EQ(notRestarted.reason, "'sudo /bin/systemctl restart systemd-networkd' failed: Job failed.");
     EXPECT_EQ(networkhost::setRoutes(device, "eth9", "").reason, "there is no managed interface 'eth9'");
     EXPECT_EQ(networkhost::setDnsDomain(device, "a\nb").reason, "'a\\x0ab': control characters are not allowed");
+}
+
+TEST(AHostThatDoesNotWait, GetsWhatTheGuideSays)
+{
+    using networksimulation::NetworkManager;
+    struct Case
+    {
+        const char* name;
+        std::function<bool(NetworkManager&)> second; // right after a setIp to 192.168.50.30
+        const char* status;
+        const char* addressAndGateway; // in the file
+    };
+    const auto setIp = [](const char* address) {
+        return [=](NetworkManager& manager) { return manager.setIp("remote", {address, "255.255.255.0", false, ""}); };
+    };
+    const Case cases[] = {
+        {"back to the old address, which the cell still holds", setIp("192.168.50.20"), "nothing to change",
+         "Address=192.168.50.30/24\n[Route]\nGateway=192.168.50.1\n\n"},
+        {"to another one, while there is no default route to carry over", setIp("192.168.50.40"), "OK",
+         "Address=192.168.50.40/24\n\n"},
+        {"another gateway, while there is no address to reach it",
+         [](NetworkManager& manager) { return manager.setGateway("192.168.50.2"); },
+         "SIOCADDRT: Network is unreachable", "Address=192.168.50.30/24\n[Route]\nGateway=192.168.50.1\n\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        networksimulation::Device device;
+        ASSERT_TRUE(networkhost::setIp(device, "remote", {"192.168.50.20", "255.255.255.0", false, ""}).isDone);
+        device.settle();
+        NetworkManager manager;
+        refresh(manager);
+        ASSERT_TRUE(setIp("192.168.50.30")(manager));
+        std::string status;
+        manager.getSignals().requestStatus.connect([&status](const std::string& text) { status = text; });
+        c.second(manager);
+        EXPECT_EQ(status, c.status);
+        EXPECT_EQ(device.textOf("/etc/systemd/network/02_remote.network"),
+                  std::string("[Match]\nName=remote\n\n[Network]\n") + c.addressAndGateway);
+    }
 }
 
 TEST(RealFiles, AreReplacedWhole)
