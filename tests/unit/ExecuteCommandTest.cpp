@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "base/ExecuteCommand.h"
 
+#include "OwnProcess.h"
 #include "base/FileDescriptor.h"
 
 #include <atomic>
@@ -12,8 +13,6 @@
 #include <gmock/gmock.h>
 #include <sched.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using velbase2::system::CommandResult;
 using velbase2::system::executeCommand;
@@ -40,21 +39,6 @@ static void expect(const CommandResult& result, int returnCode, const std::strin
     EXPECT_EQ(result.returnCode, returnCode);
     EXPECT_EQ(result.output, output);
     EXPECT_EQ(result.errorOutput, errorOutput);
-}
-
-/// For what would change the test program itself.
-template <class Body>
-static void inAProcessOfItsOwn(Body body)
-{
-    const pid_t child = ::fork();
-    if (child == 0) {
-        body();
-        std::fflush(stdout); // the failures
-        std::_Exit(testing::Test::HasFailure() ? 1 : 0);
-    }
-    int status = -1;
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
 }
 
 static auto countDescriptors()

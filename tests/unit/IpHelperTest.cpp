@@ -1,26 +1,67 @@
 // SPDX-License-Identifier: MIT
 #include "base/IpHelper.h"
 
-#include "TestSupport.h"
+#include <gtest/gtest.h>
 
 using namespace velbase2::system::iphelper;
 
-TEST(IpHelper, AcceptsUnambiguousAddressesAndContiguousMasksOnly)
+TEST(IpHelper, GivesTheCanonicalTextOfAnAddress)
 {
-    expectResults(cleanupIP, {"192.168.0.10 -> 192.168.0.10", "001.007.00.255 -> 1.7.0.255", "text -> 0.0.0.0"});
-    for (const std::string text :
-         {"", "1.2.3", "1.2.3.4.5", "1.2.3.", ".1.2.3", "1..2.3", "1.2.3.256", "256.2.3.4", "010.2.3.4", "1.2.3.08",
-          "1.2.3.0001", " 1.2.3.4", "1.2.3.4 ", "1.2.3.4\n", "+1.2.3.4", "0x1.2.3.4", "1.2.3.a", "::1", "1.2.3.4/24"}) {
-        EXPECT_TRUE(!isValidIp(text) && cleanupIP(text) == "0.0.0.0") << text;
+    EXPECT_EQ(cleanupIP("192.168.0.10"), "192.168.0.10");
+    EXPECT_EQ(cleanupIP("001.007.00.255"), "1.7.0.255");
+    EXPECT_EQ(cleanupIP("text"), "0.0.0.0");
+    EXPECT_EQ(cleanupIP(""), "0.0.0.0");
+}
+
+TEST(IpHelper, AcceptsFourOctetsOfOneMeaning)
+{
+    for (const char* text : {"0.0.0.0", "255.255.255.255", "1.2.3.4", "001.007.00.10"}) {
+        EXPECT_TRUE(isValidIp(text)) << text;
     }
-    EXPECT_TRUE(isValidIp("001.007.00.255") && !isValidIp(std::string("1.2.3.4\0", 8)));
-    for (int bits = 0; bits <= 32; ++bits) {
-        EXPECT_TRUE(isValidMask(bits) && isValidMask(subnetBitsToMask(bits))) << bits;
-        EXPECT_EQ(subnetMaskToBits(subnetBitsToMask(bits)), bits);
+    for (const std::string& text : std::initializer_list<std::string>{"",           "1.2.3",
+                                                                      "1.2.3.4.5",  "1.2.3.",
+                                                                      ".1.2.3",     "1..2.3",
+                                                                      "1.2.3.256",  "256.2.3.4",
+                                                                      "010.2.3.4",  "1.2.3.08",
+                                                                      "1.2.3.0001", " 1.2.3.4",
+                                                                      "1.2.3.4 ",   "1.2.3.4\n",
+                                                                      "+1.2.3.4",   "0x1.2.3.4",
+                                                                      "1.2.3.a",    "1.2.3.:",
+                                                                      "1.2.3./",    "::1",
+                                                                      "1.2.3.4/24", std::string("1.2.3.4\0", 8)}) {
+        EXPECT_FALSE(isValidIp(text)) << text;
     }
-    EXPECT_EQ(subnetBitsToMask(9) + subnetBitsToMask(-1) + subnetBitsToMask(33), "255.128.0.0");
-    for (const char* text : {"", "24", "0.0.0.255", "255.0.255.0", "255.255.255.253", "255.0.0.010"}) {
-        EXPECT_TRUE(!isValidMask(text) && subnetMaskToBits(text) == -1) << text;
+}
+
+TEST(IpHelper, ConvertsMasksAndPrefixLengths)
+{
+    const std::pair<int, const char*> masks[] = {{0, "0.0.0.0"},     {1, "128.0.0.0"},        {8, "255.0.0.0"},
+                                                 {9, "255.128.0.0"}, {31, "255.255.255.254"}, {32, "255.255.255.255"}};
+    for (const auto& [prefixLength, mask] : masks) {
+        SCOPED_TRACE(mask);
+        EXPECT_TRUE(isValidMask(prefixLength));
+        EXPECT_TRUE(isValidMask(mask));
+        EXPECT_EQ(subnetBitsToMask(prefixLength), mask);
+        EXPECT_EQ(subnetMaskToBits(mask), prefixLength);
     }
-    EXPECT_FALSE(isValidMask(-1) || isValidMask(33));
+}
+
+TEST(IpHelper, RefusesWhatIsNoMask)
+{
+    for (const int prefixLength : {-1, 33}) {
+        EXPECT_FALSE(isValidMask(prefixLength));
+        EXPECT_EQ(subnetBitsToMask(prefixLength), "");
+    }
+    for (const char* mask : {"", "24", "0.0.0.255", "255.0.255.0", "255.255.255.253", "255.0.0.010"}) {
+        SCOPED_TRACE(mask);
+        EXPECT_FALSE(isValidMask(mask));
+        EXPECT_EQ(subnetMaskToBits(mask), -1);
+    }
+}
+
+TEST(IpHelper, ReadsALeadingNumber)
+{
+    EXPECT_EQ(leadingNumber(" +24abc", -1, -2), 24);
+    EXPECT_EQ(leadingNumber("abc", -1, -2), -1);
+    EXPECT_EQ(leadingNumber("99999999999", -1, -2), -2);
 }

@@ -1,20 +1,40 @@
 // SPDX-License-Identifier: MIT
-#include "TestSupport.h"
+#include "RecordingLog.h"
+#include "base/LogLine.h"
+
+#include <future>
 
 using namespace velbase2::system::log;
 
-TEST(TheDefaultSink, WritesALineWithThePriorityOfItsLevel)
+TEST(Log, WritesALineWithThePriorityOfItsLevelToStandardError)
 {
     RecordingLog().lines.clear(); // a sink comes and goes
-    EXPECT_TRUE(!detail::isEnabled(1) && detail::isEnabled(2));
     testing::internal::CaptureStderr();
-    for (const int level : {1, 2, 3, 4}) {
-        detail::log(level, "tag", "a\nb"); // does not filter
+    for (const int level : {kDetail, kNotable, kError, kFileProblem}) { // does not filter
+        detail::log(level, "tag", "line");
     }
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "<7>tag: a\\nb\n<6>tag: a\\nb\n<3>tag: a\\nb\n<4>tag: a\\nb\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "<7>tag: line\n<6>tag: line\n<3>tag: line\n<4>tag: line\n");
 }
 
-TEST(ASink, MayReplaceItselfAndStallsOnlyItsCaller)
+TEST(Log, EscapesControlCharacters)
+{
+    testing::internal::CaptureStderr();
+    detail::log(kNotable, "tag", "a\nb\x1b[2J\x7f\xc3\xbc");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "<6>tag: a\\nb\\x1b[2J\\x7f\xc3\xbc\n");
+}
+
+TEST(Log, MakesLinesFromTheMinimumLevelOn)
+{
+    EXPECT_FALSE(detail::isEnabled(kDetail));
+    EXPECT_TRUE(detail::isEnabled(kNotable));
+    const RecordingLog recorded;
+    detail::logLine(kDetail, "made ", 1);
+    setMinimumLevel(kError);
+    detail::logLine(kNotable, "not made");
+    EXPECT_EQ(recorded.lines, std::vector<std::string>{"1 made 1"});
+}
+
+TEST(Log, LetsASinkReplaceItselfAndStallOnlyItsCaller)
 {
     const RecordingLog restoring;
     std::string seen;

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "base/Log.h"
+#include "RecordingLog.h"
 #include "networkmanager/NetworkManagerImpl.h"
 #include "networkmanager/system/SystemIF.h"
 
 #include <future>
 #include <map>
-#include <mutex>
 
 #include <gmock/gmock.h>
 
@@ -20,28 +19,6 @@ void expectResults(Function function, const std::vector<std::string>& table)
         EXPECT_EQ(argument + " -> " + function(argument), row);
     }
 }
-
-/// Records the log as "level line" as long as it lives. To be read when no other thread logs.
-struct RecordingLog
-{
-    RecordingLog()
-    {
-        velbase2::system::log::setMinimumLevel(1);
-        velbase2::system::log::setSink([this](int level, std::string_view tag, std::string_view line) {
-            const std::lock_guard guard(lock);
-            EXPECT_EQ(tag, "libVelNetworkManager");
-            lines.push_back(std::to_string(level) + ' ' + std::string(line));
-        });
-    }
-    ~RecordingLog()
-    {
-        velbase2::system::log::setSink({});
-        velbase2::system::log::setMinimumLevel(2);
-    }
-
-    std::mutex lock;
-    std::vector<std::string> lines;
-};
 
 /// A device made of texts. `files` gets an entry for every path that is read, and `commands` one for every command and
 /// every write. Those that begin with `failingCommand` fail.
