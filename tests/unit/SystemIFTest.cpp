@@ -1,74 +1,200 @@
 // SPDX-License-Identifier: MIT
-#include "TestSupport.h"
+#include "networkmanager/system/SystemIF.h"
 
-#include <sys/stat.h>
+#include "RecordingLog.h"
+#include "TemporaryDirectory.h"
 
-using testing::ElementsAre;
+#include <fstream>
+#include <map>
 
-TEST(TheSystem, SearchesTextsPlainly)
+using Lines = std::vector<std::string>;
+
+/// Reads and runs nothing real. Commands that begin with `failing` fail.
+struct SystemOfTexts : networkmanager::SystemIF
 {
-    FakeSystem system;
-    const auto stateOf = [&system](const std::string& text) {
-        system.files["/sys/class/net/eth0/operstate"] = system.files["/etc/systemd/network/x.network"] = text;
-        system.files["/proc/net/route"] = text;
-        const bool dhcp = system.getDhcpUsed({"eth0", "x.network"});
-        return (system.getLink("eth0") ? "up" : dhcp ? "dhcp" : "") + system.getGateway();
-    };
-    expectResults(stateOf, {"up -> up", "UP -> ", "up  -> ", " -> ", "[Network]DHCP=yes -> dhcp", "#DHCP=ipv4 -> dhcp",
-                            "DHCP=ipv6 -> dhcp", "DHCP=no -> ", "dhcp=yes -> ",
-                            "local\t00000000\t0101A8C0remote\t00000000\tfe01a8c0\t -> 192.168.1.254",
-                            "xremote\t00000000\t0101A8C0remote\t00000000\t0201A8C0 -> 192.168.1.1",
-                            "remote\t0000A8C0\t00000000 -> ", "remote\t00000000\t0101A8 -> 0.0.0.0",
-                            "remote\t00000000\t0x01A8C0 -> 0.0.0.0"});
+    std::string readFile(const std::string& path) const override { return files.count(path) ? files.at(path) : ""; }
+    bool executeCmd(const std::string& command) override { return SystemIF::executeCmd(command); }
+    bool executeCmd(const std::string& command, std::string& output, std::string& errorOutput) override
+    {
+        commands.push_back(command);
+        output = "output";
+        errorOutput = errorText;
+        return failing.empty() || command.rfind(failing, 0) != 0;
+    }
+
+    std::map<std::string, std::string> files;
+    Lines commands;
+    std::string failing, errorText;
+};
+
+TEST(SystemIF, ReadsTheKernelsStateOfAnInterface)
+{
+    SystemOfTexts system;
+    system.files = {{"/sys/class/net/eth0/address", "00:aa"},
+                    {"/sys/class/net/eth0/speed", "1000"},
+                    {"/sys/class/net/eth0/duplex", "full"},
+                    {"/etc/hostname", "device"}};
+    EXPECT_EQ(system.getMacAddress("eth0"), "00:aa");
+    EXPECT_EQ(system.getSpeed("eth0"), "1000");
+    EXPECT_EQ(system.getDuplex("eth0"), "full");
+    EXPECT_EQ(system.getHostname(), "device");
+    EXPECT_EQ(system.getMacAddress("eth1"), "");
 }
 
-TEST(TheSystem, RunsItsCommands)
+TEST(SystemIF, HasALinkWhenTheStateIsExactlyUp)
 {
-    FakeSystem system;
-    std::string message = "old";
-    EXPECT_TRUE(system.deleteGateway() && system.reloadResolveD() && system.reloadSettings() &&
-                system.checkSettingsGateway("10.0.0.1", message));
-    EXPECT_EQ(message, "old");
-    EXPECT_THAT(system.commands,
-                ElementsAre("ip route flush 0/0", "sudo /bin/systemctl restart systemd-resolved",
-                            "sudo /bin/systemctl daemon-reload", "sudo /bin/systemctl restart systemd-networkd",
-                            "route add default gw 10.0.0.1 (two texts)"));
-    system.failingCommand = system.commands[2];
-    EXPECT_FALSE(system.reloadSettings());
-    EXPECT_EQ(system.commands.back(), system.failingCommand);
-    system.failingCommand = system.commands[4];
-    for (const std::string reason : {"SIOCADDRT: no", ""}) {
-        system.errorText = reason + '\n';
-        EXPECT_FALSE(system.checkSettingsGateway("10.0.0.1", message));
-        EXPECT_EQ(message, reason);
+    SystemOfTexts system;
+    for (const char* state : {"", "UP", "up ", "down", "unknown"}) {
+        system.files["/sys/class/net/eth0/operstate"] = state;
+        EXPECT_FALSE(system.getLink("eth0")) << state;
+    }
+    system.files["/sys/class/net/eth0/operstate"] = "up";
+    EXPECT_TRUE(system.getLink("eth0"));
+}
+
+TEST(SystemIF, FindsDhcpAnywhereInTheMainFile)
+{
+    SystemOfTexts system;
+    const auto isUsed = [&system](const std::string& text) {
+        system.files["/etc/systemd/network/x.network"] = text;
+        return system.getDhcpUsed({"eth0", "x.network"});
+    };
+    for (const char* text : {"[Network]DHCP=yes", "#DHCP=ipv4", "DHCP=ipv6"}) {
+        EXPECT_TRUE(isUsed(text)) << text;
+    }
+    for (const char* text : {"", "DHCP=no", "dhcp=yes"}) {
+        EXPECT_FALSE(isUsed(text)) << text;
     }
 }
 
-TEST(TheRealSystem, ReadsAndReplacesFilesAndLogsWhatFails)
+TEST(SystemIF, FindsTheGatewayOfRemoteInTheRouteTable)
+{
+    const struct
+    {
+        const char* name;
+        const char* table;
+        const char* gateway;
+    } cases[] = {
+        {"after another route",
+         "local\t00000000\t0101A8C0\t0003remote\t0000A8C0\t00000000\t0001remote\t00000000\tfe01a8c0\t0003",
+         "192.168.1.254"},
+        {"of a name with this tail", "xremote\t00000000\t0101A8C0\tremote\t00000000\t0201A8C0", "192.168.1.1"},
+        {"no default route", "remote\t0000A8C0\t00000000", ""},
+        {"cut off", "remote\t00000000\t0101A8", "0.0.0.0"},
+        {"no number", "remote\t00000000\t0x01A8C0", "0.0.0.0"},
+        {"zero", "remote\t00000000\t00000000", "0.0.0.0"},
+    };
+    SystemOfTexts system;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        system.files["/proc/net/route"] = c.table;
+        EXPECT_EQ(system.getGateway(), c.gateway);
+    }
+}
+
+TEST(SystemIF, RestartsTheResolver)
+{
+    SystemOfTexts system;
+    EXPECT_TRUE(system.reloadResolveD());
+    EXPECT_EQ(system.commands, Lines{"sudo /bin/systemctl restart systemd-resolved"});
+}
+
+TEST(SystemIF, RestartsTheNetworkDaemonAfterTheUnitFilesWereRead)
+{
+    SystemOfTexts system;
+    const Lines commands = {"sudo /bin/systemctl daemon-reload", "sudo /bin/systemctl restart systemd-networkd"};
+    EXPECT_TRUE(system.reloadSettings());
+    EXPECT_EQ(system.commands, commands);
+    system.failing = commands[1];
+    EXPECT_FALSE(system.reloadSettings());
+    system.failing = commands[0];
+    EXPECT_FALSE(system.reloadSettings());
+    EXPECT_EQ(system.commands, (Lines{commands[0], commands[1], commands[0], commands[1], commands[0]}));
+}
+
+TEST(SystemIF, DeletesTheGateway)
+{
+    SystemOfTexts system;
+    const RecordingLog recorded;
+    EXPECT_TRUE(system.deleteGateway());
+    EXPECT_EQ(system.commands, Lines{"ip route flush 0/0"});
+    EXPECT_EQ(recorded.lines, Lines{"2 delete default gateway"});
+    system.failing = "ip";
+    EXPECT_FALSE(system.deleteGateway());
+}
+
+TEST(SystemIF, SetsTheGatewayOrTellsTheToolsWords)
+{
+    SystemOfTexts system;
+    std::string message = "old";
+    EXPECT_TRUE(system.checkSettingsGateway("10.0.0.1", message));
+    EXPECT_EQ(message, "old");
+    EXPECT_EQ(system.commands, Lines{"route add default gw 10.0.0.1"});
+    system.failing = "route";
+    for (const std::string words : {"SIOCADDRT: no", ""}) {
+        system.errorText = words + '\n';
+        EXPECT_FALSE(system.checkSettingsGateway("10.0.0.1", message));
+        EXPECT_EQ(message, words);
+    }
+    system.errorText.clear();
+    message = "old";
+    EXPECT_FALSE(system.checkSettingsGateway("10.0.0.1", message));
+    EXPECT_EQ(message, "");
+}
+
+TEST(SystemIF, ReadsAFileWithoutItsLineEnds)
+{
+    const TemporaryDirectory directory;
+    std::ofstream(directory.file("x")) << "a\n\nb\r\nc";
+    const networkmanager::SystemIF system;
+    const RecordingLog recorded;
+    EXPECT_EQ(system.readFile(directory.file("x")), "ab\rc");
+    EXPECT_EQ(system.readFile(directory.file("y")), "");
+    EXPECT_EQ(recorded.lines, Lines());
+}
+
+TEST(SystemIF, WritesAFileAndSaysSo)
+{
+    const TemporaryDirectory directory;
+    const auto path = directory.file("x");
+    networkmanager::SystemIF system;
+    const RecordingLog recorded;
+    EXPECT_TRUE(system.writeToConfFile(path, "a\nb"));
+    EXPECT_EQ(system.readFile(path), "ab");
+    EXPECT_EQ(recorded.lines, Lines{"2 Write 'a\nb' into file '" + path + "'"});
+}
+
+TEST(SystemIF, LogsAWriteThatFailsAndKeepsItsErrno)
+{
+    using namespace velbase2::system;
+    networkmanager::SystemIF system;
+    RecordingLog recorded;
+    log::setSink([&recorded](int level, auto, auto line) {
+        recorded.lines.push_back(std::to_string(level) + ' ' + std::string(line));
+        errno = EDOM;
+    });
+    EXPECT_FALSE(system.writeToConfFile("/dev/null/x", "a"));
+    EXPECT_EQ(errno, ENOTDIR);
+    EXPECT_FALSE(system.writeToConfFile("/dev/null", ""));
+    EXPECT_EQ(errno, EINVAL);
+    EXPECT_EQ(recorded.lines,
+              (Lines{"2 Write 'a' into file '/dev/null/x'", "4 Can not write config file '/dev/null/x'",
+                     "4 Got empty config for file '/dev/null'! Do not write empty config to filesystem"}));
+}
+
+TEST(SystemIF, RunsACommandAndLogsItsFailure)
 {
     networkmanager::SystemIF system;
-    EXPECT_EQ(system.getAddresses("lo").at(0).mask, "255.0.0.0");
     const RecordingLog recorded;
-    std::string directory = testing::TempDir() + "velnmXXXXXX";
-    const std::string path = ::mkdtemp(directory.data()) + std::string("/x"), modeOf = "stat -c %a " + path;
-    EXPECT_EQ(system.readFile(path), "");
-    const auto hostMask = ::umask(0077);
-    EXPECT_TRUE(system.writeToConfFile(path, "a\n\nb\nc"));
-    ::umask(hostMask);
-    EXPECT_EQ(system.readFile(path), "abc");
-    std::string output = "old", errorOutput = "old";
-    EXPECT_FALSE(system.executeCmd(modeOf + " >&2; exit 3", output, errorOutput));
-    EXPECT_EQ(output + errorOutput, "644\n");
-    ::chmod(path.c_str(), 0640);
-    EXPECT_TRUE(system.writeToConfFile(path, "d"));
-    EXPECT_FALSE(system.writeToConfFile(path, "") || system.writeToConfFile(path + "/x", "d"));
-    EXPECT_TRUE(system.executeCmd(modeOf + "; cat " + path, output, errorOutput));
-    EXPECT_EQ(output + errorOutput, "640\nd");
-    EXPECT_THAT(recorded.lines,
-                ElementsAre("2 Write 'a\n\nb\nc' into file '" + path + "'",
-                            "3 Error executing '" + modeOf + " >&2; exit 3' Returncode: 3",
-                            "2 Write 'd' into file '" + path + "'",
-                            "4 Got empty config for file '" + path + "'! Do not write empty config to filesystem",
-                            "2 Write 'd' into file '" + path + "/x'", "4 Can not write config file '" + path + "/x'"));
-    EXPECT_TRUE(system.executeCmd("rm -r " + directory));
+    std::string output = "old";
+    std::string errorOutput = "old";
+    EXPECT_TRUE(system.executeCmd("echo out", output, errorOutput));
+    EXPECT_EQ(output, "out\n");
+    EXPECT_EQ(errorOutput, "");
+    EXPECT_FALSE(system.executeCmd("echo why >&2; exit 3", output, errorOutput));
+    EXPECT_EQ(output, "");
+    EXPECT_EQ(errorOutput, "why\n");
+    EXPECT_FALSE(system.executeCmd("false"));
+    EXPECT_EQ(recorded.lines, (Lines{"3 Error executing 'echo why >&2; exit 3' Returncode: 3",
+                                     "3 Error executing 'false' Returncode: 1"}));
 }

@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: MIT
+#include "networkmanager/system/SocketReader.h"
+
+#include "OwnProcess.h"
+#include "RecordingLog.h"
+#include "base/ExecuteCommand.h"
+#include "networkmanager/system/IPSettingsExtractor.h"
+
+#include <fstream>
+
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/resource.h>
+
+using networkmanager::SocketReader;
+using velbase2::nsa::common::enums::IpAddressFamily;
+using velbase2::nsa::common::structs::IpAddress;
+using Lines = std::vector<std::string>;
+
+/// In a network of its own, where the commands have run.
+template <class Body>
+static void inANetworkOf(const std::string& commands, Body body)
+{
+    inAProcessOfItsOwn([&] {
+        const auto user = ::geteuid();
+        ASSERT_EQ(::unshare(user == 0 ? CLONE_NEWNET : CLONE_NEWUSER | CLONE_NEWNET), 0);
+        if (user != 0) {
+            std::ofstream("/proc/self/uid_map") << "0 " << user << " 1"; // who may set up that network
+        }
+        EXPECT_EQ(velbase2::system::executeCommand("set -e; " + commands).errorOutput, "");
+        body();
+    });
+}
+
+TEST(SocketReader, GivesTheAddressesOfTheInterfaceInTheKernelsOrder)
+{
+    inANetworkOf("ip link add name eth9 type bridge; ip link set eth9 up; ip addr add 192.0.2.1/24 dev eth9; "
+                 "ip addr add 10.0.0.1/9 dev eth9; ip addr add 2001:db8::a/64 dev eth9; ip link add name eth90 type "
+                 "bridge; ip addr add 10.9.9.9/8 dev eth90",
+                 [] {
+                     auto addresses = SocketReader().getInterfaceAddresses("eth9");
+                     ASSERT_GE(addresses.size(), 3U); // the kernel may have added a link-local one
+                     addresses.resize(3);
+                     const std::vector<IpAddress> expected = {{IpAddressFamily::IPv4, "192.0.2.1", "255.255.255.0"},
+                                                              {IpAddressFamily::IPv4, "10.0.0.1", "255.128.0.0"},
+                                                              {IpAddressFamily::IPv6, "2001:db8::a", ""}};
+                     EXPECT_EQ(addresses, expected);
+                 });
+}
+
+TEST(SocketReader, GivesTheMacAddressOfANameCutTo15Characters)
+{
+    inANetworkOf("ip link add name fifteen-letters address 02:00:00:0a:7f:ff type bridge", [] {
+        const networkmanager::IPSettingsExtractor extractor;
+        EXPECT_EQ(extractor.getInterfaceMAC("fifteen-letters"), "02:00:00:0A:7F:FF");
+        EXPECT_EQ(extractor.getInterfaceMAC("fifteen-letters-and-more"), "02:00:00:0A:7F:FF");
+    });
+}
+
+TEST(SocketReader, HasNothingOfAnUnknownInterface)
+{
+    const SocketReader reader;
+    const RecordingLog recorded;
+    EXPECT_TRUE(reader.getInterfaceAddresses("eth99").empty());
+    EXPECT_EQ(recorded.lines, Lines());
+    EXPECT_EQ(reader.getInterfaceMac("eth99"), "");
+    EXPECT_EQ(recorded.lines, Lines{"1 could not query MAC-Address from interface eth99"});
+}
+
+TEST(SocketReader, AsksForAnyOption)
+{
+    const SocketReader reader;
+    const auto request = networkmanager::getInterfaceGenericOption(reader.fd(), SIOCGIFINDEX, "lo", "index");
+    ASSERT_TRUE(request.has_value());
+    EXPECT_EQ(request->ifr_ifindex, static_cast<int>(::if_nametoindex("lo")));
+}
+
+TEST(SocketReader, OpensItsSocketAsSoonAsItCan)
+{
+    inAProcessOfItsOwn([] {
+        const RecordingLog recorded;
+        rlimit descriptors{};
+        ::getrlimit(RLIMIT_NOFILE, &descriptors);
+        const rlimit none{0, descriptors.rlim_max};
+        ::setrlimit(RLIMIT_NOFILE, &none);
+        const SocketReader reader;
+        EXPECT_FALSE(reader.isValidSocket());
+        EXPECT_EQ(reader.getInterfaceMac("lo"), "");
+        ::setrlimit(RLIMIT_NOFILE, &descriptors);
+        EXPECT_EQ(reader.getInterfaceMac("lo"), "00:00:00:00:00:00");
+        EXPECT_TRUE(reader.isValidSocket());
+        const std::string attempt = "1 Socket is closed, attempting to open.";
+        const auto failure =
+            "1 Could not get network interface settings:Unable to open socket - Errno: " + std::to_string(EMFILE);
+        EXPECT_EQ(recorded.lines, (Lines{attempt, failure, attempt, failure,
+                                         "1 could not query MAC-Address from interface lo", attempt}));
+    });
+}
+
+TEST(SocketReader, ClosesItsSocket)
+{
+    const int fd = SocketReader().fd();
+    EXPECT_GE(fd, 0);
+    EXPECT_EQ(::fcntl(fd, F_GETFD), -1);
+}
