@@ -164,6 +164,12 @@ TEST(SystemIF, WritesAFileAndSaysSo)
     EXPECT_EQ(recorded.lines, Lines{"2 Write 'a\nb' into file '" + path + "'"});
 }
 
+TEST(SystemIF, CountsAWriteThatFailsLaterAsDone)
+{
+    const RecordingLog recorded;
+    EXPECT_TRUE(networkmanager::SystemIF().writeToConfFile("/dev/full", "a"));
+}
+
 TEST(SystemIF, LogsAWriteThatFailsAndKeepsItsErrno)
 {
     using namespace velbase2::system;
