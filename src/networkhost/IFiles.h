@@ -18,7 +18,8 @@ public:
     virtual std::error_code read(const std::string& path, std::string& text) const = 0;
 
     /// Whoever reads, and whoever boots after a power cut, finds the old text or the new one, never a part. Keeps mode
-    /// and owner of a file that is there; a new one gets mode 0644. Makes no directory.
+    /// and owner of a file that is there; a new one gets mode 0644. Makes no directory. Of two at once, one is the
+    /// last.
     virtual std::error_code replace(const std::string& path, const std::string& text) = 0;
 
     /// A file that is not there counts as removed.

@@ -6,11 +6,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <filesystem>
 #include <string_view>
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -45,26 +45,6 @@ bool writeAll(int fd, std::string_view text)
     return true;
 }
 
-/// Opens the file beside the one to be replaced, for one writer at a time. -1 on failure.
-int openBeside(const std::string& path)
-{
-    constexpr mode_t kMode = 0644; // the daemons do not run as root and must read it
-    while (true) {
-        const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, kMode);
-        if (fd < 0) {
-            return -1;
-        }
-        // Whoever held the lock before may have renamed this very file into its place.
-        struct stat opened = {};
-        struct stat named = {};
-        if (::flock(fd, LOCK_EX) == 0 && ::fstat(fd, &opened) == 0 && ::stat(path.c_str(), &named) == 0 &&
-            opened.st_ino == named.st_ino) {
-            return fd;
-        }
-        ::close(fd);
-    }
-}
-
 /// The mode and owner that the file at `path` has, or a new file's.
 bool takeOverRights(int fd, const std::string& path)
 {
@@ -97,13 +77,13 @@ std::error_code RealFiles::read(const std::string& path, std::string& text) cons
 
 std::error_code RealFiles::replace(const std::string& path, const std::string& text)
 {
-    const auto beside = path + ".new"; // neither networkd nor resolved reads a file of such a name
-    const FileDescriptor fd(openBeside(beside));
+    auto beside = path + ".XXXXXX"; // neither networkd nor resolved reads a file of such a name
+    const FileDescriptor fd(::mkostemp(beside.data(), O_CLOEXEC));
     if (!fd.isOpen()) {
         return lastError();
     }
-    if (::ftruncate(fd.get(), 0) != 0 || !takeOverRights(fd.get(), path) || !writeAll(fd.get(), text) ||
-        ::fsync(fd.get()) != 0 || ::rename(beside.c_str(), path.c_str()) != 0) {
+    if (!takeOverRights(fd.get(), path) || !writeAll(fd.get(), text) || ::fsync(fd.get()) != 0 ||
+        ::rename(beside.c_str(), path.c_str()) != 0) {
         const auto error = lastError();
         ::unlink(beside.c_str());
         return error;

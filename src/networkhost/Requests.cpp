@@ -37,12 +37,23 @@ bool isManaged(Manager& manager, const std::string& interfaceName)
     return manager.getInterfaces().count(interfaceName) > 0;
 }
 
+/// For a gateway that the kernel has already and the files have not.
+class SystemWithGateway : public ReportingSystem
+{
+public:
+    using ReportingSystem::ReportingSystem;
+
+    std::string getGateway() const override { return {}; } // whatever it is, it is to be written
+    bool checkSettingsGateway(const std::string& /*gateway*/, std::string& /*errorMessage*/) override { return true; }
+};
+
 /// Runs the operation of a manager that is not started. `reason` serves where the library gives none.
+template <class System = ReportingSystem>
 Outcome run(IDevice& device, const std::function<bool(Manager&)>& operation, const std::string& reason)
 {
     Outcome outcome;
     const Backend backend(device.files());
-    Manager manager(backend, std::make_unique<ReportingSystem>(device.system(), outcome.failures));
+    Manager manager(backend, std::make_unique<System>(device.system(), outcome.failures));
     manager.getSignals().requestStatus.connect([&outcome](const std::string& status) { outcome.status = status; });
     outcome.isDone = operation(manager);
     if (outcome.isDone) {
@@ -91,6 +102,13 @@ std::string faultOfRoutes(const std::string& status)
     return gateway ? faultOfAddress(*gateway) : std::string();
 }
 
+bool isConfiguredGateway(const IFiles& files, const std::string& gateway)
+{
+    const auto configuration = readConfiguration(files);
+    return std::any_of(configuration.interfaces.begin(), configuration.interfaces.end(),
+                       [&](const auto& entry) { return entry.second.dhcp || entry.second.gateway == gateway; });
+}
+
 /// Which interface takes its settings by DHCP, and so brings the gateway.
 std::string dhcpInterface(IDevice& device)
 {
@@ -136,9 +154,13 @@ Outcome setGateway(IDevice& device, const std::string& gateway)
     if (const auto fault = faultOfAddress(gateway); !fault.empty()) {
         return refused(fault, networkmanager::status::kInvalidIpOrMask);
     }
-    auto outcome = run(
-        device, [&](Manager& manager) { return manager.setGateway(iphelper::cleanupIP(gateway)); },
-        "the request was refused");
+    const auto address = iphelper::cleanupIP(gateway);
+    const auto operation = [&](Manager& manager) { return manager.setGateway(address); };
+    const std::string reason = "the request was refused";
+    auto outcome = run(device, operation, reason);
+    if (outcome.isNothingToChange() && !isConfiguredGateway(device.files(), address)) {
+        outcome = run<SystemWithGateway>(device, operation, reason);
+    }
     if (outcome.status == networkmanager::status::kGatewayFromDhcp) {
         const auto name = dhcpInterface(device);
         outcome.reason += " " + name + " uses DHCP: give " + name + " a static address first (set-ip)";

@@ -57,7 +57,7 @@ def test_a_monitor_whose_reader_stalls_ends_all_the_same(box, end):
     os.set_blocking(writer, True)
     monitor = subprocess.Popen([*box.command, "exec", VELNETCTL, "monitor"], stdout=writer)
     os.close(writer)
-    inside = wait_until(lambda: box.exec("pgrep", "-x", "velnetctl", check=False).stdout.split(), "it runs")
+    inside = wait_until(lambda: box.exec("pgrep", "-r", "S", "-x", "velnetctl", check=False).stdout.split(), "it runs")
     wait_until(lambda: "pipe_write" in box.exec("sh", "-c", f"cat /proc/{inside[0]}/task/*/wchan").stdout, "it stalls")
     box.exec("kill", f"-{end.name[3:]}", *inside)
     assert monitor.wait(timeout=20) == 1

@@ -95,6 +95,21 @@ TEST_F(Velnetctl, ChangesAtOnceToAndFro)
               "[Match]\nName=remote\n\n[Network]\nAddress=192.168.50.21/24\n[Route]\nGateway=192.168.50.1\n\n");
 }
 
+TEST_F(Velnetctl, WritesAGatewayThatIsOnlyLive)
+{
+    EXPECT_EQ(run("set-ip remote 192.168.50.20/24"), "0 OK\n");
+    device.settle();
+    std::string output;
+    device.system().executeCmd("route add default gw 192.168.50.2", output, output);
+    EXPECT_EQ(
+        run("set-gateway 192.168.50.2 --wait 1"),
+        "0 OK\n! velnetctl: warning: the live state lacks the default route via 192.168.50.1, which the change may "
+        "lose\n");
+    EXPECT_EQ(device.textOf(kRemoteFile),
+              "[Match]\nName=remote\n\n[Network]\nAddress=192.168.50.20/24\n[Route]\nGateway=192.168.50.2\n\n");
+    EXPECT_EQ(run("set-gateway 192.168.50.2"), "0 nothing to change\n");
+}
+
 TEST_F(Velnetctl, WritesCanonicalAddresses)
 {
     EXPECT_EQ(run("set-dns 0 192.168.50.001 --wait 1"), "0 OK\n");
