@@ -14,6 +14,9 @@
 #include <functional>
 #include <memory>
 #include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace networkhost {
 
@@ -37,6 +40,24 @@ bool isManaged(Manager& manager, const std::string& interfaceName)
     return manager.getInterfaces().count(interfaceName) > 0;
 }
 
+/// Without a live gateway, as with the cable out, the one of the files is carried over.
+class SystemThatKeepsTheGateway : public ReportingSystem
+{
+public:
+    SystemThatKeepsTheGateway(networkmanager::ISystemIF& device, std::vector<Failure>& failures, std::string configured)
+        : ReportingSystem(device, failures), configured_(std::move(configured))
+    {}
+
+    std::string getGateway() const override
+    {
+        const auto live = ReportingSystem::getGateway();
+        return live.empty() ? configured_ : live;
+    }
+
+private:
+    std::string configured_;
+};
+
 /// For a gateway that the kernel has already and the files have not.
 class SystemWithGateway : public ReportingSystem
 {
@@ -48,12 +69,12 @@ public:
 };
 
 /// Runs the operation of a manager that is not started. `reason` serves where the library gives none.
-template <class System = ReportingSystem>
-Outcome run(IDevice& device, const std::function<bool(Manager&)>& operation, const std::string& reason)
+template <class System = ReportingSystem, class... More>
+Outcome run(IDevice& device, const std::function<bool(Manager&)>& operation, const std::string& reason, More... more)
 {
     Outcome outcome;
     const Backend backend(device.files());
-    Manager manager(backend, std::make_unique<System>(device.system(), outcome.failures));
+    Manager manager(backend, std::make_unique<System>(device.system(), outcome.failures, more...));
     manager.getSignals().requestStatus.connect([&outcome](const std::string& status) { outcome.status = status; });
     outcome.isDone = operation(manager);
     if (outcome.isDone) {
@@ -132,21 +153,22 @@ Outcome setIp(IDevice& device, const std::string& interfaceName, const IpSetting
         canonical.ip = iphelper::cleanupIP(settings.ip);
         canonical.mask = iphelper::cleanupIP(settings.mask);
     }
+    const auto configuration = readConfiguration(device.files());
     const auto operation = [&](Manager& manager) {
-        if (isManaged(manager, interfaceName)) {
-            // The cell holds what the file says. The library takes an equal request for done, and so it is only when
-            // the daemons have it.
-            const auto configuration = onlyInterface(readConfiguration(device.files()), interfaceName);
-            if (!missing(configuration, readLiveState(device)).empty()) {
-                manager.getInterfaces().at(interfaceName).ipSettings.assign_and_signal(IpSettings());
-            }
+        // The cell holds what the file says. The library takes an equal request for done, and so it is only when the
+        // daemons have it.
+        if (isManaged(manager, interfaceName) &&
+            !missing(onlyInterface(configuration, interfaceName), readLiveState(device)).empty()) {
+            manager.getInterfaces().at(interfaceName).ipSettings.assign_and_signal(IpSettings());
         }
         return manager.setIp(interfaceName, canonical);
     };
-    const bool isKnown = networkmanager::EthernetInterfaces().interfaces.count(interfaceName) > 0;
-    return run(device, operation,
-               isKnown ? interfaceName + " is absent: it has no MAC address"
-                       : "there is no managed interface '" + printable(interfaceName) + "'");
+    const auto configured = configuration.interfaces.find(interfaceName);
+    if (configured == configuration.interfaces.end()) {
+        return run(device, operation, "there is no managed interface '" + printable(interfaceName) + "'");
+    }
+    return run<SystemThatKeepsTheGateway>(device, operation, interfaceName + " is absent: it has no MAC address",
+                                          configured->second.gateway);
 }
 
 Outcome setGateway(IDevice& device, const std::string& gateway)

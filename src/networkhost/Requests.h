@@ -14,10 +14,11 @@
 /// No exceptions but std::bad_alloc. One call at a time for each device.
 namespace networkhost {
 
-/// "nothing to change" only when the settings are configured and live.
+/// "nothing to change" only when the settings are configured and live. A static interface that holds the gateway keeps
+/// the live one, or without one, as with the cable out, the configured one.
 Outcome setIp(IDevice& device, const std::string& interfaceName, const velbase2::nsa::common::IpSettings& settings);
 
-/// "0.0.0.0" removes the gateway.
+/// "0.0.0.0" removes the gateway. "nothing to change" only when the gateway is configured and live.
 Outcome setGateway(IDevice& device, const std::string& gateway);
 
 /// "0.0.0.0" clears the slot.

@@ -35,14 +35,14 @@ const networkmanager::BuiltInInterface& gatewayInterface()
                          [](const auto& entry) { return entry.holdsGateway; });
 }
 
-/// A change while an address or the default route is away would lose it: both are read from the live state.
+/// A change of the gateway while an address is away would lose it: it is read from the live state.
 void settle(Session& session, const std::string& interfaceName)
 {
     const auto configuration = networkhost::readConfiguration(session.device.files());
     const auto lacking =
         networkhost::waitUntilLive(session.device, onlyInterface(configuration, interfaceName), kTimeToSettle);
     if (!lacking.empty()) {
-        warn(session, "the live state lacks " + lacking + ", which the change may lose");
+        warn(session, "the live state lacks " + lacking + ", which is configured");
     }
 }
 
