@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -22,3 +24,33 @@ void inAProcessOfItsOwn(Body body)
     EXPECT_EQ(::waitpid(child, &status, 0), child);
     EXPECT_EQ(status, 0);
 }
+
+/// Children as of a host that forks and does not exec: they hold what was open, until they are ended.
+class SleepingChildren
+{
+public:
+    SleepingChildren() = default;
+    SleepingChildren(const SleepingChildren&) = delete;
+    SleepingChildren& operator=(const SleepingChildren&) = delete;
+    ~SleepingChildren()
+    {
+        for (const pid_t child : children_) {
+            ::kill(child, SIGKILL);
+            ::waitpid(child, nullptr, 0);
+        }
+    }
+
+    void forkMany()
+    {
+        for (int i = 0; i < 200; ++i) {
+            children_.push_back(::fork());
+            if (children_.back() == 0) {
+                ::pause();
+                std::_Exit(0);
+            }
+        }
+    }
+
+private:
+    std::vector<pid_t> children_;
+};

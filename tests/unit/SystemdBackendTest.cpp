@@ -57,6 +57,11 @@ TEST_F(SystemdBackend, EmitsEmptyValuesOnceWhenThereAreNoFiles)
     EXPECT_EQ(recorded.lines, std::vector<std::string>(2, "2 load network configuration for: eth0"));
 }
 
+TEST_F(SystemdBackend, ConfiguresNothing)
+{
+    EXPECT_FALSE(vel_systemd::configuration::SystemdBackendImpl<FakeFile>().configure(iface));
+}
+
 TEST_F(SystemdBackend, TakesTheSettingsOfANetworkSection)
 {
     const struct
