@@ -1,39 +1,109 @@
 // SPDX-License-Identifier: MIT
 #include "networkmanager/NetworkManager.h"
 
-#include "TestSupport.h"
+#include "SimulatedManager.h"
+#include "networksimulation/System.h"
 
-using networkmanager::NetworkManagerData;
+#include <future>
 
-TEST(AManager, HasLocalAndRemoteWithOneGatewayHolder)
+using NetworkManager = SimulatedManager;
+using testing::_;
+using testing::Contains;
+using testing::FieldsAre;
+using testing::ThrowsMessage;
+
+namespace {
+
+struct UnwritableSystem : networksimulation::System
 {
-    networkmanager::detail::NetworkManager<NetworkManagerData> manager;
-    const auto& local = manager.getInterface("local");
-    const auto& remote = manager.getInterfaces().at("remote");
-    EXPECT_EQ(local.networkFile + ' ' + remote.networkFile, "01_local.network 02_remote.network");
-    EXPECT_TRUE(local.dhcpSupported && local.intComIf && remote.dhcpSupported && remote.holdsGateway);
-    EXPECT_FALSE(local.holdsGateway || remote.intComIf || manager.getInterfaces().size() != 2);
-    EXPECT_THAT([&manager] { manager.getInterface("eth9"); }, testing::ThrowsMessage<std::out_of_range>("map::at"));
-    networkmanager::EthernetInterfaces registry;
-    EXPECT_THROW(registry.addInterface("eth9", "", false, true, false), std::invalid_argument);
+    using System::System;
+    bool writeToConfFile(const std::string& /*path*/, const std::string& /*content*/) override { return false; }
+};
+
+} // namespace
+
+TEST(EthernetInterfaces, AreLocalAndRemoteWhichHoldsTheGateway)
+{
+    networkmanager::detail::NetworkManager<networkmanager::NetworkManagerData> manager; // of the real device
+    const networkmanager::EthParams& local = manager.getInterface("local");
+    const networkmanager::EthParams& remote = manager.getInterface("remote");
+    EXPECT_THAT(local, FieldsAre("local", "01_local.network", true, false, true));
+    EXPECT_THAT(remote, FieldsAre("remote", "02_remote.network", true, true, false));
+    EXPECT_EQ(manager.getInterfaces().size(), 2U);
 }
 
-TEST(AManager, LoadsItsInterfacesAndRefreshesInOneThreadUntilItIsStoppedOrDestroyed)
+TEST(EthernetInterfaces, HaveNoSecondHolderOfTheGateway)
 {
-    for (const bool isStopped : {true, false}) {
-        const RecordingLog recorded;
-        const NetworkManagerData::Backend backend;
-        std::optional<networkmanager::detail::NetworkManagerImpl<NetworkManagerData::Backend>> manager;
-        manager.emplace(backend, std::make_unique<FakeSystem>());
-        EXPECT_EQ(recorded.lines.at(2), "2 load network configuration for: remote"); // after local
-        manager->start();
-        manager->start();
-        if (isStopped) {
-            manager->stop();
-            manager->start();
+    networkmanager::EthernetInterfaces registry;
+    EXPECT_THAT([&] { registry.addInterface("eth9", "9", true, true, true); },
+                ThrowsMessage<std::invalid_argument>("Only one interface can hold the gateway!"));
+    EXPECT_EQ(registry.interfaces.count("eth9"), 0U);
+}
+
+TEST(EthernetInterfaces, KeepWhatIsRegisteredUnderTheSameName)
+{
+    networkmanager::EthernetInterfaces registry;
+    registry.addInterface("eth9", "9", false, false, true);
+    registry.addInterface("eth9", "8", true, false, false);
+    const networkmanager::EthParams& eth9 = registry.interfaces.at("eth9");
+    EXPECT_THAT(eth9, FieldsAre("eth9", "9", false, false, true));
+}
+
+TEST_F(NetworkManager, ThrowsForAnUnknownInterface)
+{
+    EXPECT_THAT([this] { manager.getInterface("eth9"); }, ThrowsMessage<std::out_of_range>("map::at"));
+}
+
+TEST_F(NetworkManager, LoadsTheFilesOfItsInterfacesWhenItIsMade)
+{
+    device.put("/etc/systemd/network/01_local.network.d/50-routes.conf",
+               "[Route]\nDestination=10.1.0.0/16\nGateway=192.168.10.2\n");
+    networksimulation::NetworkManager another;
+    EXPECT_EQ(another.getInterface("local").routes.get(), "dst=10.1.0.0/16,gw=192.168.10.2");
+    EXPECT_TRUE(another.getInterface("remote").ipSettings.get()->dhcp);
+    EXPECT_EQ(another.getInterface("local").macAddress.get(), std::nullopt); // comes with a refresh
+    EXPECT_THAT(log.lines,
+                ElementsAre(_, "2 load network configuration for: local", "2 load network configuration for: remote"));
+}
+
+TEST_F(NetworkManager, RefreshesAgainAndAgainInOneThreadUntilItIsStopped)
+{
+    std::promise<void> isSecondPass;
+    device.put("/etc/hostname", "first pass\n");
+    manager.getSignals().hostname.connect([&](const std::string& name) {
+        if (name == "first pass") {
+            device.put("/etc/hostname", "second pass\n");
+        } else {
+            isSecondPass.set_value();
         }
-        manager.reset();
-        EXPECT_THAT(recorded.lines, testing::Contains("1 start main loop").Times(1));
-        EXPECT_THAT(recorded.lines, testing::IsSupersetOf({"1 refresh done!", "1 exit main loop"}));
-    }
+    });
+    manager.start();
+    manager.start();
+    EXPECT_EQ(isSecondPass.get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready);
+    manager.stop();
+    manager.stop();
+    manager.start(); // does nothing any more
+    EXPECT_EQ(manager.getSignals().hostname.get(), "second pass");
+    EXPECT_THAT(log.lines, Contains("1 start main loop").Times(1));
+    EXPECT_THAT(log.lines, Contains("1 exit main loop").Times(1));
+    EXPECT_THAT(log.lines, Contains("1 stop network manager").Times(2));
+}
+
+TEST_F(NetworkManager, EndsItsThreadWhenItIsDestroyed)
+{
+    auto another = std::make_unique<networksimulation::NetworkManager>();
+    another->start();
+    another.reset();
+    EXPECT_THAT(log.lines, Contains("1 refresh done!"));
+    EXPECT_EQ(log.lines.back(), "1 exit main loop");
+}
+
+TEST_F(NetworkManager, WorksOnTheSystemThatReplacesItsOwn)
+{
+    const networksimulation::NetworkManagerData::Backend backend;
+    networkmanager::detail::NetworkManagerImpl impl(backend, device.makeSystem());
+    std::map<std::string, networkmanager::EthInterface>* registry = nullptr;
+    impl.injectSystemIF(std::make_unique<UnwritableSystem>(device), registry);
+    EXPECT_EQ(registry, &impl.getInterfaces());
+    EXPECT_FALSE(impl.setDnsDomain("x"));
 }

@@ -1,51 +1,132 @@
 // SPDX-License-Identifier: MIT
 #include "networkmanager/Refresher.h"
 
-#include "TestSupport.h"
-#include "networkmanager/EthernetInterfaces.h"
+#include "SimulatedManager.h"
+#include "networksimulation/System.h"
 
-using velbase2::nsa::common::enums::IpAddressFamily;
+namespace {
 
-TEST(ARefresher, EmitsWhatChangesInPresentInterfacesAndTheHost)
+/// The cells of a manager that has loaded nothing yet.
+struct Cells
 {
-    HostSignals host;
-    auto interfaces = networkmanager::EthernetInterfaces().interfaces;
-    FakeSystem system;
-    std::string emitted;
-    const auto record = [&emitted](const std::string& name, auto& cell) {
-        cell.connect([&emitted, name](const auto&) { emitted += name; });
-    };
-    for (auto& [name, iface] : interfaces) {
-        record(name + " mac,", iface.macAddress);
-        record(" addresses,", iface.addresses);
-        record(" settings,", iface.ipSettings);
-        record(" link,", iface.link);
-        record(" speed,", iface.speed);
-        record(" duplex,", iface.duplex);
+    auto& getInterfaces() { return interfaces; }
+    auto& getSignals() { return signals; }
+
+    std::map<std::string, networkmanager::EthInterface> interfaces = networkmanager::EthernetInterfaces().interfaces;
+    HostSignals signals;
+};
+
+struct Refresher : testing::Test
+{
+    Refresher() { device.watch(cells); }
+
+    /// What one pass publishes.
+    auto pass()
+    {
+        networksimulation::refresh(cells);
+        return device.takeEvents();
     }
-    record(" gateway,", host.gateway);
-    record(" hostname,", host.hostname);
-    const auto pass = [&] {
-        networkmanager::Refresher(host, interfaces, system).refresh();
-        return std::exchange(emitted, {});
-    };
-    const std::string directory = "/sys/class/net/local/";
-    system.files = {{directory + "address", "00:aa"}, {directory + "operstate", "up"}, {directory + "speed", "10"}};
-    EXPECT_EQ(pass(), "local mac, addresses, settings, link, speed, duplex, gateway, hostname,");
-    EXPECT_EQ(pass(), "");
-    system.files = {{"/sys/class/net/remote/address", "00:bb"}, {"/etc/hostname", "device"}};
-    EXPECT_EQ(pass(), "remote mac, addresses, settings, link, speed, duplex, hostname,");
 
-    system.files = {{directory + "address", "00:aa"}, {directory + "duplex", "half"}, {"/etc/hostname", "device"}};
-    EXPECT_EQ(pass(), " link, speed, duplex,");
-    EXPECT_EQ(interfaces.at("local").speed.get(), "0");
-    EXPECT_EQ(system.files.count(directory + "speed"), 0U);
+    networksimulation::Device device;
+    Cells cells;
+};
 
-    system.addresses = {{IpAddressFamily::IPv6, "10::1", ""}, {IpAddressFamily::IPv4, "169.254.3.4", "255.255.0.0"}};
-    EXPECT_EQ(pass(), " addresses,");
-    system.addresses.push_back({IpAddressFamily::IPv4, "10.0.0.5", "255.0.0.0"});
-    EXPECT_EQ(pass(), " addresses, settings,");
-    system.files["/etc/systemd/network/01_local.network"] = "DHCP=yes";
-    EXPECT_EQ(pass(), " settings,");
-    EXPECT_EQ(interfaces.at("local").ipSettings.get()->ip, "10.0.0.5");
+/// Notes what is read of it, by path.
+struct ReadSystem : networksimulation::System
+{
+    using System::System;
+    std::string readFile(const std::string& path) const override
+    {
+        paths.push_back(path);
+        return System::readFile(path);
+    }
+    mutable std::vector<std::string> paths;
+};
+
+} // namespace
+
+TEST_F(Refresher, PublishesEachFirstReadingAndThenOnlyChanges)
+{
+    EXPECT_THAT(pass(),
+                ElementsAre(published("local", "mac", "02:00:c0:a8:0a:01"),
+                            published("local", "addresses", "192.168.10.1/24, fe80::c0ff:fea8:a01"),
+                            published("local", "live", "192.168.10.1/24"), published("local", "link", "up"),
+                            published("local", "speed", "10000"), published("local", "duplex", "full"),
+                            published("remote", "mac", "02:00:c0:a8:32:01"),
+                            published("remote", "addresses", "192.168.50.100/24, fe80::c0ff:fea8:3201"),
+                            published("remote", "live", "192.168.50.100/24 by DHCP"), published("remote", "link", "up"),
+                            published("remote", "speed", "10000"), published("remote", "duplex", "full"),
+                            published("host", "gateway", "192.168.50.1"), published("host", "hostname", "device")));
+    EXPECT_THAT(pass(), ElementsAre());
+    device.put("/etc/hostname", "other\n");
+    EXPECT_THAT(pass(), ElementsAre(published("host", "hostname", "other")));
+}
+
+TEST_F(Refresher, LeavesAnInterfaceWithoutMacAddressAsItWas)
+{
+    pass();
+    device.removeInterface("local");
+    device.put("/etc/hostname", "other\n");
+    EXPECT_THAT(pass(), ElementsAre(published("host", "hostname", "other")));
+}
+
+TEST_F(Refresher, PublishesFirstReadingsThatAreEmptyToo)
+{
+    device.removeInterface("local");
+    device.removeInterface("remote");
+    device.put("/etc/hostname", "");
+    EXPECT_THAT(pass(), ElementsAre(published("host", "gateway", "none"), published("host", "hostname", "none")));
+}
+
+TEST_F(Refresher, PublishesASpeedOfZeroWhileTheLinkIsDown)
+{
+    pass();
+    device.unplug("local");
+    EXPECT_THAT(pass(), ElementsAre(published("local", "link", "down"), published("local", "speed", "0")));
+}
+
+TEST_F(Refresher, ReadsInAFixedOrderAndNoSpeedWhileTheLinkIsDown)
+{
+    device.unplug("local");
+    ReadSystem system(device);
+    networkmanager::Refresher(cells.signals, cells.interfaces, system).refresh();
+    EXPECT_THAT(system.paths, ElementsAre("/sys/class/net/local/address", "/etc/systemd/network/01_local.network",
+                                          "/sys/class/net/local/operstate", "/sys/class/net/local/duplex",
+                                          "/sys/class/net/remote/address", "/etc/systemd/network/02_remote.network",
+                                          "/sys/class/net/remote/operstate", "/sys/class/net/remote/speed",
+                                          "/sys/class/net/remote/duplex", "/proc/net/route", "/etc/hostname"));
+}
+
+TEST_F(Refresher, TakesTheFirstAddressThatIsNotLinkLocalForTheSettings)
+{
+    device.unplug("local");
+    device.settle();
+    pass();
+    device.addAddress("local", "169.254.3.4/16");
+    EXPECT_THAT(pass(), ElementsAre(published("local", "addresses", "169.254.3.4/16, fe80::c0ff:fea8:a01")));
+    device.addAddress("local", "10.0.0.5/8");
+    EXPECT_THAT(pass(), ElementsAre(published("local", "addresses", "169.254.3.4/16, 10.0.0.5/8, fe80::c0ff:fea8:a01"),
+                                    published("local", "live", "10.0.0.5/8")));
+}
+
+TEST_F(Refresher, PublishesAChangeToDhcpAsSettingsAlone)
+{
+    pass();
+    device.put("/etc/systemd/network/01_local.network", "[Network]\nDHCP=yes\n");
+    EXPECT_THAT(pass(), ElementsAre(published("local", "live", "192.168.10.1/24 by DHCP")));
+}
+
+TEST_F(Refresher, EndsThePassWhenASlotThrowsAndKeepsWhatItHasAssigned)
+{
+    cells.interfaces.at("local").link.connect([](const auto&) { throw std::runtime_error("slot"); });
+    EXPECT_THROW(pass(), std::runtime_error);
+    EXPECT_EQ(device.takeEvents().back(), published("local", "link", "up"));
+    EXPECT_EQ(pass().front(), published("local", "speed", "10000"));
+}
+
+TEST_F(Refresher, LogsItsBeginningAndItsEnd)
+{
+    const RecordingLog log;
+    pass();
+    EXPECT_THAT(log.lines, ElementsAre("1 refresh...", "1 refresh done!"));
 }
