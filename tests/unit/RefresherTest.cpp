@@ -120,8 +120,8 @@ TEST_F(Refresher, EndsThePassWhenASlotThrowsAndKeepsWhatItHasAssigned)
 {
     cells.interfaces.at("local").link.connect([](const auto&) { throw std::runtime_error("slot"); });
     EXPECT_THROW(pass(), std::runtime_error);
-    EXPECT_EQ(device.takeEvents().back(), published("local", "link", "up"));
-    EXPECT_EQ(pass().front(), published("local", "speed", "10000"));
+    EXPECT_THAT(device.takeEvents(), Contains(published("local", "link", "up")));
+    EXPECT_THAT(pass(), Contains(published("local", "speed", "10000")));
 }
 
 TEST_F(Refresher, LogsItsBeginningAndItsEnd)

@@ -24,7 +24,7 @@ TEST_F(SetGateway, InstallsTheRouteAndThenRewritesTheFileOfRemote)
 TEST_F(SetGateway, GivesTheCallersSpellingToTheToolAndTheCanonicalOneToTheFile)
 {
     EXPECT_TRUE(manager.setGateway("192.168.50.007"));
-    EXPECT_EQ(device.takeEvents().front(), ran("route add default gw 192.168.50.007"));
+    EXPECT_THAT(device.takeEvents(), Contains(ran("route add default gw 192.168.50.007")));
     EXPECT_THAT(device.textOf(remoteFile), testing::HasSubstr("\nGateway=192.168.50.7\n"));
 }
 
@@ -43,7 +43,7 @@ TEST_F(SetGateway, GoesOnWhenTheOldRouteCannotBeFlushed)
 {
     device.failCommand("ip", "no");
     EXPECT_TRUE(manager.setGateway("0.0.0.0"));
-    EXPECT_EQ(device.takeEvents().front(), failedToRun("ip route flush 0/0"));
+    EXPECT_THAT(device.takeEvents(), Contains(failedToRun("ip route flush 0/0")));
 }
 
 TEST_F(SetGateway, EmitsTheRouteToolsWordsAndChangesNothingMore)
@@ -85,7 +85,7 @@ TEST_F(SetGatewayUnderDhcp, IsRefusedEvenWithoutADefaultRoute)
             SCOPED_TRACE(gateway + ' ' + name);
             EXPECT_FALSE(manager.setGateway(gateway));
             expectEvents({emitted("Gateway from DHCP not overwritten!")});
-            EXPECT_EQ(log.lines.back(), "1 Gateway from DHCP not overwritten!");
+            EXPECT_THAT(log.lines, Contains("1 Gateway from DHCP not overwritten!"));
         }
         device.unplug("remote");
         device.settle();
@@ -99,6 +99,12 @@ TEST_F(SetGateway, IsRefusedForDhcpOfAnotherInterfaceThatSupportsIt)
     expectEvents({emitted("Gateway from DHCP not overwritten!")});
     manager.getInterfaces().at("local").dhcpSupported = false;
     EXPECT_TRUE(manager.setGateway("192.168.50.254"));
+}
+
+TEST_F(SetGatewayUnderDhcp, HasNothingToChangeForThePresentOne)
+{
+    EXPECT_FALSE(manager.setGateway("192.168.50.1"));
+    expectEvents({emitted("nothing to change")});
 }
 
 TEST_F(SetGatewayUnderDhcp, IsTakenWhenTheDefaultRouteHasTheZeroAddress)
@@ -129,7 +135,7 @@ TEST_F(SetGateway, FailsWithoutAnAddressWhenTheRouteIsGone)
     device.settle();
     EXPECT_FALSE(manager.setGateway("0.0.0.0"));
     expectEvents({kFlushed, emitted("internal error")});
-    EXPECT_EQ(log.lines.back(), "3 Writing to config file failed!");
+    EXPECT_THAT(log.lines, Contains("3 Writing to config file failed!"));
 }
 
 TEST_F(SetGateway, FailsWithoutAStatusWhenNoInterfaceHoldsIt)

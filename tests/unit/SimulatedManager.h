@@ -62,5 +62,6 @@ using networksimulation::failedToWrite;
 using networksimulation::published;
 using networksimulation::ran;
 using networksimulation::wrote;
+using testing::Contains;
 using testing::ElementsAre;
 using velbase2::nsa::common::IpSettings;
