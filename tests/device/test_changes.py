@@ -29,51 +29,6 @@ def refuse(box, *arguments, code=1):
     return result.stderr
 
 
-def test_a_change_is_live_when_velnetctl_returns(box):
-    lease, = box.ipv4("remote")
-    accept(box, "set-ip", "remote", "192.168.50.20", "255.255.255.0", "--wait", "20")
-    assert (box.ipv4("remote"), box.gateways()) == (["192.168.50.20/24"], ["192.168.50.1"])
-    accept(box, "set-ip", "remote", "192.168.50.20/24", status="nothing to change")
-    accept(box, "set-gateway", "192.168.50.2", "--wait", "20")
-    assert (box.ipv4("remote"), box.gateways()) == (["192.168.50.20/24"], ["192.168.50.2"])
-    accept(box, "set-routes", "remote", "10.1.0.0/16", "via", "192.168.50.1", "10.2.0.7", "via", "192.168.50.2",
-           "--wait", "20", status="Routes updated")
-    assert box.routes("remote") == {("10.1.0.0/16", "192.168.50.1"), ("10.2.0.7", "192.168.50.2")}
-    accept(box, "set-routes", "remote", "--wait", "20", status="Routes updated")
-    accept(box, "set-gateway", "none", "--wait", "20")
-    assert (box.routes("remote"), box.gateways()) == (set(), [])
-    accept(box, "set-ip", "remote", "dhcp", "--wait", "20")
-    assert (box.ipv4("remote"), box.gateways()) == ([lease], ["192.168.50.1"])
-    accept(box, "set-ip", "local", "10.20.30.40/16", "--wait", "20")
-    assert box.ipv4("local") == ["10.20.30.40/16"]
-
-
-def test_dns_is_live_when_velnetctl_returns(box):
-    def resolver(verb):
-        return box.exec("resolvectl", verb).stdout.splitlines()[0].split()[1:]
-
-    addresses = ["192.168.50.1", "10.0.0.53"]
-    for index, address in enumerate(addresses):
-        accept(box, "set-dns", str(index), address, "--wait", "20")
-    accept(box, "set-domain", "box.example", "--wait", "20")
-    assert (resolver("dns"), resolver("domain")) == (addresses, ["box.example"])
-    assert "192.168.50.2" in box.exec("resolvectl", "query", "server").stdout
-    for index in range(2):
-        accept(box, "set-dns", str(index), "none", "--wait", "20")
-    accept(box, "set-domain", "--wait", "20")
-    assert (resolver("dns"), resolver("domain")) == ([], [])
-
-
-def test_another_process_reads_everything_back(box, static_remote):
-    accept(box, "set-routes", "remote", "10.1.0.0/16", "via", "192.168.50.2", status="Routes updated")
-    accept(box, "set-ip", "local", "dhcp")
-    shown = box.status()["interfaces"]
-    assert shown["local"]["configured"]["dhcp"] is True
-    assert shown["remote"]["configured"] == {"ip": "192.168.50.20", "mask": "255.255.255.0", "dhcp": False,
-                                              "gateway": "192.168.50.1"}
-    assert shown["remote"]["routes"] == "dst=10.1.0.0/16,gw=192.168.50.2"
-
-
 @pytest.mark.parametrize("prepare, reason", [
     ("mount -o bind,ro /etc/systemd /etc/systemd", "Read-only file system"),
     ("mount -t tmpfs none /etc/systemd", "No such file or directory"),
@@ -145,9 +100,3 @@ def test_an_interface_that_disappears_is_refused_and_served_when_it_is_back(box,
         box.exec("ip", "link", "set", "lost", "name", "local", "up")
     accept(box, "set-ip", "local", "10.0.0.1/8", "--wait", "20")
     monitor.wait_for("local", "live", {"ip": "10.0.0.1", "mask": "255.0.0.0", "dhcp": False, "gateway": ""})
-
-
-def test_velnetctl_waits_for_the_live_state_before_each_change(box, static_remote):
-    for last in (30, 31, 20):
-        accept(box, "set-ip", "remote", f"192.168.50.{last}/24")
-        assert f"Address=192.168.50.{last}/24\n[Route]\nGateway=192.168.50.1\n" in box.read(REMOTE)

@@ -9,32 +9,6 @@ using velbase2::nsa::common::IpSettings;
 static const IpSettings kStatic{"10.0.0.002", "255.255.255.0", false, "9.9.9.9"};
 static const IpSettings kDhcp{"x", "", true, "9.9.9.9"};
 
-TEST(ConfigHandler, WritesAStaticAddressAndAGateway)
-{
-    EXPECT_EQ(createConfig("eth0", kStatic, "10.0.0.001", false), R"([Match]
-Name=eth0
-
-[Network]
-Address=10.0.0.2/24
-[Route]
-Gateway=10.0.0.1
-
-)");
-}
-
-TEST(ConfigHandler, WritesTheLinesOfAnInternalInterface)
-{
-    EXPECT_EQ(createConfig("eth0", kStatic, "", true), R"([Match]
-Name=eth0
-
-[Network]
-LinkLocalAddressing=ipv6
-MulticastDNS=true
-Address=10.0.0.2/24
-
-)");
-}
-
 TEST(ConfigHandler, WritesAGatewayWithDhcpToo)
 {
     EXPECT_EQ(createConfig("eth0", kDhcp, "10.0.0.1", false), R"([Match]

@@ -3,9 +3,10 @@
 #include "networkhost/Missing.h"
 #include "networkhost/RealFiles.h"
 #include "networkhost/Requests.h"
-#include "networksimulation/NetworkManagerData.h"
+#include "networksimulation/Device.h"
+#include "velnetctl/Monitor.h"
 
-#include <functional>
+#include <sstream>
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -139,45 +140,6 @@ TEST(Requests, TellTheStepThatFailed)
     EXPECT_EQ(networkhost::setDnsDomain(device, "a\nb").reason, "'a\\x0ab': control characters are not allowed");
 }
 
-TEST(AHostThatDoesNotWait, GetsWhatTheGuideSays)
-{
-    using networksimulation::NetworkManager;
-    struct Case
-    {
-        const char* name;
-        std::function<bool(NetworkManager&)> second; // right after a setIp to 192.168.50.30
-        const char* status;
-        const char* addressAndGateway; // in the file
-    };
-    const auto setIp = [](const char* address) {
-        return [=](NetworkManager& manager) { return manager.setIp("remote", {address, "255.255.255.0", false, ""}); };
-    };
-    const Case cases[] = {
-        {"back to the old address, which the cell still holds", setIp("192.168.50.20"), "nothing to change",
-         "Address=192.168.50.30/24\n[Route]\nGateway=192.168.50.1\n\n"},
-        {"to another one, while there is no default route to carry over", setIp("192.168.50.40"), "OK",
-         "Address=192.168.50.40/24\n\n"},
-        {"another gateway, while there is no address to reach it",
-         [](NetworkManager& manager) { return manager.setGateway("192.168.50.2"); },
-         "SIOCADDRT: Network is unreachable", "Address=192.168.50.30/24\n[Route]\nGateway=192.168.50.1\n\n"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        networksimulation::Device device;
-        ASSERT_TRUE(networkhost::setIp(device, "remote", {"192.168.50.20", "255.255.255.0", false, ""}).isDone);
-        device.settle();
-        NetworkManager manager;
-        refresh(manager);
-        ASSERT_TRUE(setIp("192.168.50.30")(manager));
-        std::string status;
-        manager.getSignals().requestStatus.connect([&status](const std::string& text) { status = text; });
-        c.second(manager);
-        EXPECT_EQ(status, c.status);
-        EXPECT_EQ(device.textOf("/etc/systemd/network/02_remote.network"),
-                  std::string("[Match]\nName=remote\n\n[Network]\n") + c.addressAndGateway);
-    }
-}
-
 TEST(RealFiles, AreReplacedWhole)
 {
     const TemporaryDirectory directory;
@@ -206,4 +168,15 @@ TEST(RealFiles, AreReplacedWhole)
     EXPECT_THAT(names, testing::ElementsAre("a", "x.conf"));
     EXPECT_FALSE(files.remove(path));
     EXPECT_FALSE(files.remove(path));
+}
+
+TEST(ChangePrinter, PrintsAChangeALine)
+{
+    std::ostringstream output;
+    velnetctl::ChangePrinter(output, false).print("remote", "link", true);
+    velnetctl::ChangePrinter(output, true).print("host", "hostname", std::string("a\x1b"));
+    EXPECT_THAT(output.str(),
+                testing::MatchesRegex(
+                    "20..-..-..T..:..:..\\....Z  remote  link        up\n"
+                    "\\{\"time\":\".*Z\",\"source\":\"host\",\"name\":\"hostname\",\"value\":\"a.*u001b\"\\}\n"));
 }

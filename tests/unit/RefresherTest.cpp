@@ -62,29 +62,6 @@ TEST_F(Refresher, PublishesEachFirstReadingAndThenOnlyChanges)
     EXPECT_THAT(pass(), ElementsAre(published("host", "hostname", "other")));
 }
 
-TEST_F(Refresher, LeavesAnInterfaceWithoutMacAddressAsItWas)
-{
-    pass();
-    device.removeInterface("local");
-    device.put("/etc/hostname", "other\n");
-    EXPECT_THAT(pass(), ElementsAre(published("host", "hostname", "other")));
-}
-
-TEST_F(Refresher, PublishesFirstReadingsThatAreEmptyToo)
-{
-    device.removeInterface("local");
-    device.removeInterface("remote");
-    device.put("/etc/hostname", "");
-    EXPECT_THAT(pass(), ElementsAre(published("host", "gateway", "none"), published("host", "hostname", "none")));
-}
-
-TEST_F(Refresher, PublishesASpeedOfZeroWhileTheLinkIsDown)
-{
-    pass();
-    device.unplug("local");
-    EXPECT_THAT(pass(), ElementsAre(published("local", "link", "down"), published("local", "speed", "0")));
-}
-
 TEST_F(Refresher, ReadsInAFixedOrderAndNoSpeedWhileTheLinkIsDown)
 {
     device.unplug("local");
@@ -97,36 +74,10 @@ TEST_F(Refresher, ReadsInAFixedOrderAndNoSpeedWhileTheLinkIsDown)
                                           "/sys/class/net/remote/duplex", "/proc/net/route", "/etc/hostname"));
 }
 
-TEST_F(Refresher, TakesTheFirstAddressThatIsNotLinkLocalForTheSettings)
-{
-    device.unplug("local");
-    device.settle();
-    pass();
-    device.addAddress("local", "169.254.3.4/16");
-    EXPECT_THAT(pass(), ElementsAre(published("local", "addresses", "169.254.3.4/16, fe80::c0ff:fea8:a01")));
-    device.addAddress("local", "10.0.0.5/8");
-    EXPECT_THAT(pass(), ElementsAre(published("local", "addresses", "169.254.3.4/16, 10.0.0.5/8, fe80::c0ff:fea8:a01"),
-                                    published("local", "live", "10.0.0.5/8")));
-}
-
-TEST_F(Refresher, PublishesAChangeToDhcpAsSettingsAlone)
-{
-    pass();
-    device.put("/etc/systemd/network/01_local.network", "[Network]\nDHCP=yes\n");
-    EXPECT_THAT(pass(), ElementsAre(published("local", "live", "192.168.10.1/24 by DHCP")));
-}
-
 TEST_F(Refresher, EndsThePassWhenASlotThrowsAndKeepsWhatItHasAssigned)
 {
     cells.interfaces.at("local").link.connect([](const auto&) { throw std::runtime_error("slot"); });
     EXPECT_THROW(pass(), std::runtime_error);
     EXPECT_THAT(device.takeEvents(), Contains(published("local", "link", "up")));
     EXPECT_THAT(pass(), Contains(published("local", "speed", "10000")));
-}
-
-TEST_F(Refresher, LogsItsBeginningAndItsEnd)
-{
-    const RecordingLog log;
-    pass();
-    EXPECT_THAT(log.lines, ElementsAre("1 refresh...", "1 refresh done!"));
 }

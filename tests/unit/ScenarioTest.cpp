@@ -1,44 +1,87 @@
 // SPDX-License-Identifier: MIT
-#include "SimulatedScenario.h"
+// Registers a test for each scenario of tests/scenarios, named after its file and its heading.
+#include "networkhost/DaemonFile.h"
+#include "scenario/SimulatedScenario.h"
 
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
 #include <fstream>
-#include <memory>
 
 #include <gtest/gtest.h>
 
-/// What the file expects of a step stands below it, indented. In the device box the same file is held.
-TEST(Scenario, ComesOutAsRecordedOnTheSimulatedDevice)
+namespace {
+
+struct RecordedStep
 {
-    velbase2::system::log::setMinimumLevel(velbase2::system::log::kFileProblem);
-    std::ifstream file(SCENARIOS);
-    std::unique_ptr<SimulatedScenario> scenario;
-    std::string name;
     std::string step;
-    std::string expected;
-    const auto check = [&] {
-        if (!step.empty()) {
-            EXPECT_EQ(scenario->run(step), expected) << name << ": " << step;
+    std::string expected; // stands below the step, indented
+};
+
+class RecordedScenario : public testing::Test
+{
+public:
+    explicit RecordedScenario(const std::vector<RecordedStep>& steps) : steps_(steps) {}
+
+    void TestBody() override
+    {
+        SimulatedScenario scenario;
+        ASSERT_FALSE(steps_.empty());
+        for (const auto& recorded : steps_) {
+            EXPECT_EQ(scenario.run(recorded.step), recorded.expected) << recorded.step;
         }
-        expected.clear();
-    };
-    int steps = 0;
+    }
+
+private:
+    std::vector<RecordedStep> steps_;
+};
+
+/// "GoesToDHCP" of "goes to DHCP [simulated]".
+std::string testName(const std::string& heading)
+{
+    std::string name;
+    for (auto word : networkhost::wordsOf(heading.substr(0, heading.find('[')))) {
+        word.erase(std::remove_if(word.begin(), word.end(), [](unsigned char letter) { return !std::isalnum(letter); }),
+                   word.end());
+        word.front() = static_cast<char>(std::toupper(static_cast<unsigned char>(word.front())));
+        name += word;
+    }
+    return name;
+}
+
+void registerScenario(const std::string& suite, const std::string& heading, const std::vector<RecordedStep>& steps)
+{
+    testing::RegisterTest(suite.c_str(), testName(heading).c_str(), nullptr, nullptr, __FILE__, __LINE__,
+                          [steps]() -> testing::Test* { return new RecordedScenario(steps); });
+}
+
+void registerFile(const std::filesystem::path& path)
+{
+    std::ifstream file(path);
+    std::string heading;
+    std::vector<RecordedStep> steps;
     std::string line;
     while (std::getline(file, line)) {
         if (line.rfind("== ", 0) == 0) {
-            check();
-            step.clear();
-            name = line;
-            scenario.reset(); // there is one simulated device at a time
-            scenario = std::make_unique<SimulatedScenario>();
+            if (!heading.empty()) {
+                registerScenario(path.stem(), heading, steps);
+            }
+            heading = line.substr(3);
+            steps.clear();
         } else if (line.rfind("> ", 0) == 0) {
-            check();
-            step = line.substr(2);
-            ++steps;
+            steps.push_back({line.substr(2), ""});
         } else {
-            expected += (line.empty() ? line : line.substr(4)) + '\n';
+            steps.at(steps.size() - 1).expected += (line.empty() ? line : line.substr(4)) + '\n';
         }
     }
-    check();
-    EXPECT_GT(steps, 40);
-    velbase2::system::log::setMinimumLevel(velbase2::system::log::kNotable);
+    registerScenario(path.stem(), heading, steps);
 }
+
+const bool areRegistered = [] {
+    for (const auto& entry : std::filesystem::directory_iterator(SCENARIOS)) {
+        registerFile(entry.path());
+    }
+    return true;
+}();
+
+} // namespace

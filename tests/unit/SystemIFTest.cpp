@@ -27,20 +27,6 @@ struct SystemOfTexts : networkmanager::SystemIF
     std::string failing, errorText;
 };
 
-TEST(SystemIF, ReadsTheKernelsStateOfAnInterface)
-{
-    SystemOfTexts system;
-    system.files = {{"/sys/class/net/eth0/address", "00:aa"},
-                    {"/sys/class/net/eth0/speed", "1000"},
-                    {"/sys/class/net/eth0/duplex", "full"},
-                    {"/etc/hostname", "device"}};
-    EXPECT_EQ(system.getMacAddress("eth0"), "00:aa");
-    EXPECT_EQ(system.getSpeed("eth0"), "1000");
-    EXPECT_EQ(system.getDuplex("eth0"), "full");
-    EXPECT_EQ(system.getHostname(), "device");
-    EXPECT_EQ(system.getMacAddress("eth1"), "");
-}
-
 TEST(SystemIF, HasALinkWhenTheStateIsExactlyUp)
 {
     SystemOfTexts system;
@@ -90,37 +76,6 @@ TEST(SystemIF, FindsTheGatewayOfRemoteInTheRouteTable)
         system.files["/proc/net/route"] = c.table;
         EXPECT_EQ(system.getGateway(), c.gateway);
     }
-}
-
-TEST(SystemIF, RestartsTheResolver)
-{
-    SystemOfTexts system;
-    EXPECT_TRUE(system.reloadResolveD());
-    EXPECT_EQ(system.commands, Lines{"sudo /bin/systemctl restart systemd-resolved"});
-}
-
-TEST(SystemIF, RestartsTheNetworkDaemonAfterTheUnitFilesWereRead)
-{
-    SystemOfTexts system;
-    const Lines commands = {"sudo /bin/systemctl daemon-reload", "sudo /bin/systemctl restart systemd-networkd"};
-    EXPECT_TRUE(system.reloadSettings());
-    EXPECT_EQ(system.commands, commands);
-    system.failing = commands[1];
-    EXPECT_FALSE(system.reloadSettings());
-    system.failing = commands[0];
-    EXPECT_FALSE(system.reloadSettings());
-    EXPECT_EQ(system.commands, (Lines{commands[0], commands[1], commands[0], commands[1], commands[0]}));
-}
-
-TEST(SystemIF, DeletesTheGateway)
-{
-    SystemOfTexts system;
-    const RecordingLog recorded;
-    EXPECT_TRUE(system.deleteGateway());
-    EXPECT_EQ(system.commands, Lines{"ip route flush 0/0"});
-    EXPECT_EQ(recorded.lines, Lines{"2 delete default gateway"});
-    system.failing = "ip";
-    EXPECT_FALSE(system.deleteGateway());
 }
 
 TEST(SystemIF, SetsTheGatewayOrTellsTheToolsWords)

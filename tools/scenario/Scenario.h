@@ -10,16 +10,37 @@
 #include <string>
 #include <vector>
 
+/// A line such as "set-ip remote dhcp".
+class Step
+{
+public:
+    explicit Step(const std::string& line);
+
+    /// The word of that number; empty when there are fewer.
+    std::string word(std::size_t index) const;
+
+    /// All behind that many words, with "\\n", "\\r", "\\t", "\\e" and "\\s" (a blank) for what they stand for.
+    std::string textAfter(std::size_t count) const;
+
+private:
+    std::string line_;
+    std::vector<std::string> words_;
+};
+
 /// A manager over a device, real or simulated, that is told one step after the other and tells what comes of each:
 /// files, commands, statuses, cells, and what changed in kernel and resolver. The same steps give the same text on
 /// both.
 class Scenario
 {
 public:
-    /// Does what comes from outside: "plug IF", "unplug IF", "add-address IF ADDRESS". The device outlives it.
-    using Surroundings = std::function<void(const std::vector<std::string>& words)>;
+    /// Does what comes from outside, as "plug IF", and returns what there is to tell.
+    using Surroundings = std::function<std::string(const Step& step)>;
 
+    /// The device outlives it.
     Scenario(networkhost::IDevice& device, Surroundings surroundings);
+    Scenario(const Scenario&) = delete;
+    Scenario& operator=(const Scenario&) = delete;
+    ~Scenario();
 
     /// Does one step, lets the daemons settle, refreshes the cells. What came of it, one thing a line.
     std::string run(const std::string& step);
@@ -27,8 +48,11 @@ public:
 private:
     class Recorder;
 
-    void ask(const std::string& step);
+    void ask(const Step& step);
+    void change(const Step& step);
+    void runVelnetctl(const Step& step);
     void settle();
+    void refresh();
     void tell(const std::string& text);
     std::string liveText();
     std::string changesSince(const std::string& before) const;
