@@ -68,17 +68,6 @@ def test_a_daemon_that_does_not_start_is_told_and_the_file_stands(box):
         box.restart_networkd()
 
 
-def test_a_change_while_the_default_route_is_away_keeps_the_configured_gateway(box, static_remote):
-    box.run("link", "remote", "down")
-    wait_until(lambda: not box.gateways(), "the default route is away")
-    result = box.velnetctl("set-ip", "remote", "192.168.50.30/24", "--wait", "1", check=False)
-    assert "warning: the live state lacks the" in result.stderr
-    assert "Address=192.168.50.30/24\n[Route]\nGateway=192.168.50.1\n" in box.read(REMOTE)
-    assert result.returncode == 1 and "still lacks the address 192.168.50.30 of remote; it shows" in result.stderr
-    box.run("link", "remote", "up")
-    wait_until(lambda: box.ipv4("remote") == ["192.168.50.30/24"], "the new address comes with the carrier")
-
-
 def test_a_cable_that_is_pulled_in_the_middle_of_a_change_delays_it(box, static_remote):
     change = subprocess.Popen([*box.command, "exec", VELNETCTL, "set-ip", "remote", "192.168.50.30/24", "--wait", "20"])
     wait_until(lambda: "192.168.50.30" in box.read(REMOTE), "the file is written")

@@ -33,8 +33,15 @@ bool isKnownFile(const std::string& path, const std::string& text)
     return entry != known.end() && std::regex_match(text, entry->second);
 }
 
-struct HostileText : StaticSimulatedManager
+struct HostileText : SimulatedManager
 {
+    HostileText()
+    {
+        manager.setIp("remote", {"192.168.50.2", "255.255.255.0", false, ""}); // DHCP refuses a gateway
+        device.settle();
+        device.takeEvents();
+    }
+
     /// The text with up to three insertions of what means something to a shell, to a daemon or to the library.
     std::string spoilt(std::string text)
     {

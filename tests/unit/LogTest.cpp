@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "RecordingLog.h"
 #include "base/LogLine.h"
+#include "networksimulation/RecordingLog.h"
 
 #include <future>
 
+#include <gtest/gtest.h>
+
+using networksimulation::RecordingLog;
 using namespace velbase2::system::log;
 
 TEST(Log, WritesALineWithThePriorityOfItsLevelToStandardError)

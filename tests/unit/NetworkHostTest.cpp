@@ -87,20 +87,6 @@ TEST(Missing, IsTheFirstThingThatTheLiveStateLacks)
     EXPECT_EQ(missing(remote({{}, true, "", {}}), live), "an address of remote by DHCP");
 }
 
-TEST(Missing, IsWaitedForOnTheClockOfTheDevice)
-{
-    networksimulation::Device device;
-    const auto configuration = networkhost::readConfiguration(device.files());
-    device.unplug("remote");
-    device.settle();
-    const auto start = device.now();
-    EXPECT_EQ(waitUntilLive(device, configuration, std::chrono::seconds(1)), "an address of remote by DHCP");
-    EXPECT_EQ(device.now() - start, std::chrono::seconds(1));
-    device.plug("remote");
-    EXPECT_EQ(waitUntilLive(device, configuration, std::chrono::seconds(1)), "");
-    EXPECT_LT(device.now() - start, std::chrono::seconds(2));
-}
-
 TEST(Configuration, IsReadAsTheDaemonsReadIt)
 {
     networksimulation::Device device;

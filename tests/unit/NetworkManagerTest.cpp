@@ -29,6 +29,7 @@ TEST(EthernetInterfaces, AreLocalAndRemoteWhichHoldsTheGateway)
     EXPECT_THAT(local, FieldsAre("local", "01_local.network", true, false, true));
     EXPECT_THAT(remote, FieldsAre("remote", "02_remote.network", true, true, false));
     EXPECT_EQ(manager.getInterfaces().size(), 2U);
+    EXPECT_THAT([&] { manager.getInterface("eth9"); }, ThrowsMessage<std::out_of_range>("map::at"));
 }
 
 TEST(EthernetInterfaces, HaveNoSecondHolderOfTheGateway)
@@ -46,11 +47,6 @@ TEST(EthernetInterfaces, KeepWhatIsRegisteredUnderTheSameName)
     registry.addInterface("eth9", "8", true, false, false);
     const networkmanager::EthParams& eth9 = registry.interfaces.at("eth9");
     EXPECT_THAT(eth9, FieldsAre("eth9", "9", false, false, true));
-}
-
-TEST_F(NetworkManager, ThrowsForAnUnknownInterface)
-{
-    EXPECT_THAT([this] { manager.getInterface("eth9"); }, ThrowsMessage<std::out_of_range>("map::at"));
 }
 
 TEST_F(NetworkManager, LoadsTheFilesOfItsInterfacesWhenItIsMade)

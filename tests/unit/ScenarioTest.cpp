@@ -49,22 +49,20 @@ std::string testName(const std::string& heading)
     return name;
 }
 
-void registerScenario(const std::string& suite, const std::string& heading, const std::vector<RecordedStep>& steps)
-{
-    testing::RegisterTest(suite.c_str(), testName(heading).c_str(), nullptr, nullptr, __FILE__, __LINE__,
-                          [steps]() -> testing::Test* { return new RecordedScenario(steps); });
-}
-
 void registerFile(const std::filesystem::path& path)
 {
     std::ifstream file(path);
     std::string heading;
     std::vector<RecordedStep> steps;
+    const auto registerScenario = [&] {
+        testing::RegisterTest(path.stem().c_str(), testName(heading).c_str(), nullptr, nullptr, __FILE__, __LINE__,
+                              [steps]() -> testing::Test* { return new RecordedScenario(steps); });
+    };
     std::string line;
     while (std::getline(file, line)) {
         if (line.rfind("== ", 0) == 0) {
             if (!heading.empty()) {
-                registerScenario(path.stem(), heading, steps);
+                registerScenario();
             }
             heading = line.substr(3);
             steps.clear();
@@ -74,7 +72,7 @@ void registerFile(const std::filesystem::path& path)
             steps.at(steps.size() - 1).expected += (line.empty() ? line : line.substr(4)) + '\n';
         }
     }
-    registerScenario(path.stem(), heading, steps);
+    registerScenario();
 }
 
 const bool areRegistered = [] {

@@ -2,18 +2,20 @@
 #include "networkmanager/system/SocketReader.h"
 
 #include "OwnProcess.h"
-#include "RecordingLog.h"
 #include "base/ExecuteCommand.h"
 #include "networkmanager/system/IPSettingsExtractor.h"
+#include "networksimulation/RecordingLog.h"
 
 #include <fstream>
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
 
 using networkmanager::SocketReader;
+using networksimulation::RecordingLog;
 using velbase2::nsa::common::enums::IpAddressFamily;
 using velbase2::nsa::common::structs::IpAddress;
 using Lines = std::vector<std::string>;
@@ -66,14 +68,6 @@ TEST(SocketReader, HasNothingOfAnUnknownInterface)
     EXPECT_EQ(recorded.lines, Lines());
     EXPECT_EQ(reader.getInterfaceMac("eth99"), "");
     EXPECT_EQ(recorded.lines, Lines{"1 could not query MAC-Address from interface eth99"});
-}
-
-TEST(SocketReader, AsksForAnyOption)
-{
-    const SocketReader reader;
-    const auto request = networkmanager::getInterfaceGenericOption(reader.fd(), SIOCGIFINDEX, "lo", "index");
-    ASSERT_TRUE(request.has_value());
-    EXPECT_EQ(request->ifr_ifindex, static_cast<int>(::if_nametoindex("lo")));
 }
 
 TEST(SocketReader, OpensItsSocketAsSoonAsItCan)

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "networkmanager/system/SystemIF.h"
 
-#include "RecordingLog.h"
 #include "TemporaryDirectory.h"
+#include "networksimulation/RecordingLog.h"
 
 #include <fstream>
 #include <map>
 
+#include <gtest/gtest.h>
+
+using networksimulation::RecordingLog;
 using Lines = std::vector<std::string>;
 
 /// Reads and runs nothing real. Commands that begin with `failing` fail.

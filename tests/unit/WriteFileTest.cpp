@@ -52,18 +52,13 @@ struct WriteFile : testing::Test
     const std::string path = directory.file("x");
 };
 
-TEST_F(WriteFile, CreatesAFileThatAllMayReadWhateverTheUmask)
+TEST_F(WriteFile, ReplacesTheWholeContentAndKeepsTheModeWhichIs0644OfANewFileWhateverTheUmask)
 {
     const auto umaskOfTheHost = ::umask(0077);
     EXPECT_FALSE(writeFile(path, kLong));
     ::umask(umaskOfTheHost);
     EXPECT_EQ(textOf(path), kLong);
     EXPECT_EQ(modeOf(path), 0644U);
-}
-
-TEST_F(WriteFile, ReplacesTheWholeContentAndKeepsTheMode)
-{
-    EXPECT_FALSE(writeFile(path, kLong));
     ::chmod(path.c_str(), 0600);
     EXPECT_FALSE(writeFile(path, kShort));
     EXPECT_EQ(textOf(path), kShort);
