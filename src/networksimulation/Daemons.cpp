@@ -32,6 +32,17 @@ std::pair<std::string, std::string> split(const std::string& address)
     return {address.substr(0, slash), iphelper::subnetBitsToMask(std::stoi(address.substr(slash + 1)))};
 }
 
+networkhost::Route routeOf(const KernelRoute& route)
+{
+    return {networkhost::withPrefixLength(route.destination, route.mask), route.gateway};
+}
+
+bool isUnderstood(const networkhost::Route& route)
+{
+    return networkhost::canonicalNetwork(route.destination) == route.destination &&
+           networkhost::isCanonicalAddress(route.gateway);
+}
+
 bool everyAddress(const KernelAddress& /*own*/)
 {
     return true;
@@ -66,10 +77,9 @@ void Networkd::takeOverRoutes(const std::string& interfaceName, ConfiguredInterf
 {
     // networkd takes over a route that it finds and that the files still ask for, without a look at its gateway. One
     // that is not on-link goes with its address all the same; but where no static address is waited for, networkd has
-    // taken it for present by then, and does not bring it back.
+    // taken it for present by then, and brings it back at most with a lease.
     const auto stays = [&](const KernelRoute& route) {
-        const networkhost::Route found{networkhost::withPrefixLength(route.destination, route.mask), route.gateway};
-        const auto entry = std::find(wanted.routes.begin(), wanted.routes.end(), found);
+        const auto entry = std::find(wanted.routes.begin(), wanted.routes.end(), routeOf(route));
         if (route.interfaceName != interfaceName || entry == wanted.routes.end()) {
             return false;
         }
@@ -125,10 +135,8 @@ void Networkd::addRoutes(const std::string& interfaceName, const ConfiguredInter
     // Without a static address, networkd has the kernel take every gateway for one that is reached directly.
     const bool isOnLink = wanted.addresses.empty();
     for (const auto& route : routes) {
-        const bool isUnderstood = networkhost::canonicalNetwork(route.destination) == route.destination &&
-                                  networkhost::isCanonicalAddress(route.gateway);
         // The kernel refuses what it does not reach, and networkd does not ask again.
-        if (isUnderstood && (isOnLink || kernel_.reaches(interfaceName, route.gateway))) {
+        if (isUnderstood(route) && (isOnLink || kernel_.reaches(interfaceName, route.gateway))) {
             const auto [destination, mask] = split(route.destination);
             kernel_.routes.push_back({interfaceName, destination, mask, route.gateway, 0, isOnLink});
         }
@@ -143,6 +151,20 @@ void Networkd::acquireLease(const std::string& interfaceName)
     if (!server.router.empty()) {
         kernel_.routes.push_back({interfaceName, kDirect, kDirect, server.router, kDhcpMetric});
         kernel_.routes.push_back({interfaceName, server.router, kHostMask, kDirect, kDhcpMetric});
+    }
+    addLostRoutes(interfaceName);
+}
+
+void Networkd::addLostRoutes(const std::string& interfaceName)
+{
+    for (const auto& route : configuration_.interfaces.at(interfaceName).routes) {
+        const bool isThere = std::any_of(kernel_.routes.begin(), kernel_.routes.end(), [&](const KernelRoute& present) {
+            return present.interfaceName == interfaceName && routeOf(present) == route;
+        });
+        if (!isThere && isUnderstood(route) && kernel_.reaches(interfaceName, route.gateway)) {
+            const auto [destination, mask] = split(route.destination);
+            kernel_.routes.push_back({interfaceName, destination, mask, route.gateway, 0, true});
+        }
     }
 }
 

@@ -49,6 +49,7 @@ private:
     void assignAddresses(const std::string& interfaceName, const networkhost::ConfiguredInterface& wanted);
     void addRoutes(const std::string& interfaceName, const networkhost::ConfiguredInterface& wanted);
     void acquireLease(const std::string& interfaceName);
+    void addLostRoutes(const std::string& interfaceName);
 
     Kernel& kernel_;
     const networkhost::IFiles& files_;
