@@ -36,7 +36,8 @@ std::optional<int> parsePrefixLength(const std::string& text)
 {
     const bool isNumber =
         !text.empty() && text.size() <= 2 && text.find_first_not_of("0123456789") == std::string::npos;
-    if (!isNumber || std::stoi(text) > 32) {
+    const bool hasLeadingZero = text.size() > 1 && text.front() == '0'; // the daemons read it as octal
+    if (!isNumber || hasLeadingZero || std::stoi(text) > 32) {
         return std::nullopt;
     }
     return std::stoi(text);

@@ -79,6 +79,16 @@ ConfiguredInterface readInterface(const IFiles& files, const std::string& networ
     return iface;
 }
 
+/// Without the "#name" behind a server, which serves to check its certificate.
+std::string withoutNames(const std::string& servers)
+{
+    std::string addresses;
+    for (const auto& server : wordsOf(servers)) {
+        addresses += server.substr(0, server.find('#')) + ' ';
+    }
+    return addresses;
+}
+
 void readResolver(const IFiles& files, Configuration& configuration)
 {
     std::vector<std::string> names;
@@ -94,7 +104,7 @@ void readResolver(const IFiles& files, Configuration& configuration)
         for (const auto& section : readSections(files, path)) {
             for (const auto& [key, value] : section.entries) {
                 if (section.name == "Resolve" && key == "DNS") {
-                    assignList(configuration.dnsServers, value);
+                    assignList(configuration.dnsServers, withoutNames(value));
                 } else if (section.name == "Resolve" && key == "Domains") {
                     assignList(configuration.searchDomains, value);
                 }

@@ -3,7 +3,6 @@
 
 #include "networkhost/Addresses.h"
 #include "networkmanager/BuiltInInterfaces.h"
-#include "networkmanager/system/Helper.h"
 
 #include <algorithm>
 
@@ -26,7 +25,7 @@ std::vector<std::string> liveAddresses(const LiveInterface& live)
 {
     std::vector<std::string> addresses;
     for (const auto& entry : live.addresses) {
-        if (networkmanager::helper::isIpv4AndNotApipa(entry)) {
+        if (entry.family == velbase2::nsa::common::enums::IpAddressFamily::IPv4) {
             addresses.push_back(withPrefixLength(entry.address, entry.mask));
         }
     }
@@ -38,7 +37,13 @@ std::string withoutPrefixLength(const std::string& address)
     return address.substr(0, address.find('/'));
 }
 
-Missing missingAddress(const std::string& name, const ConfiguredInterface& wanted, const LiveInterface& live)
+bool isLinkLocal(const std::string& address)
+{
+    return address.rfind("169.254.", 0) == 0;
+}
+
+Missing missingAddress(const std::string& name, const ConfiguredInterface& wanted, const LiveInterface& live,
+                       const ConfiguredInterface* before)
 {
     const auto present = liveAddresses(live);
     for (const auto& address : wanted.addresses) {
@@ -54,9 +59,18 @@ Missing missingAddress(const std::string& name, const ConfiguredInterface& wante
         return "an address of " + name + " by DHCP";
     }
     // The first one is what the interface counts as having: an older one before it is about to go.
+    const auto isWanted = [&](const std::string& address) {
+        return holds(wanted.addresses, address) || (wanted.dhcp && isLeased(address));
+    };
+    const auto first = std::find_if_not(present.begin(), present.end(), isLinkLocal);
     const bool asksForOne = wanted.dhcp || !wanted.addresses.empty();
-    if (asksForOne && !holds(wanted.addresses, present.front()) && !(wanted.dhcp && isLeased(present.front()))) {
-        return "the removal of the address " + withoutPrefixLength(present.front()) + " of " + name;
+    if (asksForOne && first != present.end() && !isWanted(*first)) {
+        return "the removal of the address " + withoutPrefixLength(*first) + " of " + name;
+    }
+    for (const auto& address : before != nullptr ? before->addresses : std::vector<std::string>()) {
+        if (holds(present, address) && !isWanted(address)) {
+            return "the removal of the address " + withoutPrefixLength(address) + " of " + name;
+        }
     }
     return {};
 }
@@ -94,7 +108,7 @@ Missing missingOfInterface(const std::string& name, const ConfiguredInterface& w
     if (!live.isPresent) {
         return "the interface " + name;
     }
-    auto answer = missingAddress(name, wanted, live);
+    auto answer = missingAddress(name, wanted, live, before);
     if (answer.empty() && holdsGateway(name)) {
         // One that no file asked for may be somebody's own.
         const bool mustBeGone = before != nullptr && (before->dhcp || !before->gateway.empty());
@@ -134,6 +148,12 @@ Missing missingOfResolver(const Configuration& wanted, const LiveState& live,
             return "the removal of the nameserver " + server;
         }
     }
+    for (const auto& domain : before ? before->searchDomains : std::vector<std::string>()) {
+        const auto searched = searchedDomain(domain);
+        if (!holds(wanted.searchDomains, domain) && holds(live.searchDomains, searched)) {
+            return "the removal of the search domain " + searched;
+        }
+    }
     return {};
 }
 
@@ -155,9 +175,9 @@ Missing waitUntilLive(IDevice& device, const Configuration& wanted, std::chrono:
                       const std::optional<Configuration>& before)
 {
     constexpr std::chrono::milliseconds kPause(20);
-    const auto end = device.now() + limit;
+    const auto start = device.now();
     auto answer = missing(wanted, readLiveState(device), before);
-    while (!answer.empty() && device.now() < end) {
+    while (!answer.empty() && device.now() - start < limit) {
         device.pause(kPause);
         answer = missing(wanted, readLiveState(device), before);
     }

@@ -72,7 +72,7 @@ std::error_code RealFiles::read(const std::string& path, std::string& text) cons
     if (!error) {
         text = std::move(found);
     }
-    return error;
+    return {error.value(), std::generic_category()};
 }
 
 std::error_code RealFiles::replace(const std::string& path, const std::string& text)

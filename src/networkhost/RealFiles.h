@@ -9,7 +9,9 @@
 
 namespace networkhost {
 
-/// The files of the device that the process runs on. Reads at most 16 MiB of a file and waits for no FIFO.
+/// The files of the device that the process runs on. Reads at most 16 MiB of a file and waits for no FIFO. A
+/// symbolic link is replaced itself, not what it leads to. When only the sync of the directory failed, the file has
+/// changed all the same.
 class RealFiles : public IFiles
 {
 public:

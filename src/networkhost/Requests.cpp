@@ -7,6 +7,7 @@
 #include "networkhost/Configuration.h"
 #include "networkhost/Missing.h"
 #include "networkhost/ReportingSystem.h"
+#include "networkmanager/BuiltInInterfaces.h"
 #include "networkmanager/NetworkManagerImpl.h"
 #include "networkmanager/RequestStatus.h"
 
@@ -90,6 +91,29 @@ Outcome run(IDevice& device, const std::function<bool(Manager&)>& operation, con
     return outcome;
 }
 
+/// Whether the library takes a prefix length with a text behind it, or before it, which the daemons ignore.
+bool hasOddLength(const std::string& destination)
+{
+    const auto slash = destination.find('/');
+    return slash != std::string::npos && !faultOfPrefixLength(destination.substr(slash + 1)).empty() &&
+           networkmanager::checkValidRoute(destination);
+}
+
+/// What the daemons would ignore although the library takes it; empty for nothing.
+std::string faultOfLengths(const std::string& routes)
+{
+    try {
+        for (const auto& route : networkmanager::extract(routes)) {
+            if (hasOddLength(route.destination)) {
+                return "Invalid route format: " + route.destination + ": " + faultOfDestination(route.destination);
+            }
+        }
+    } catch (const std::logic_error&) {
+        return {}; // the library says why
+    }
+    return {};
+}
+
 /// The routes with their addresses in canonical text: the daemons ignore some that the library accepts.
 std::string canonicalRoutes(const std::string& routes)
 {
@@ -126,8 +150,11 @@ std::string faultOfRoutes(const std::string& status)
 bool isConfiguredGateway(const IFiles& files, const std::string& gateway)
 {
     const auto configuration = readConfiguration(files);
-    return std::any_of(configuration.interfaces.begin(), configuration.interfaces.end(),
-                       [&](const auto& entry) { return entry.second.dhcp || entry.second.gateway == gateway; });
+    return std::any_of(networkmanager::kBuiltInInterfaces.begin(), networkmanager::kBuiltInInterfaces.end(),
+                       [&](const auto& builtIn) {
+                           const auto& configured = configuration.interfaces.at(builtIn.name);
+                           return builtIn.holdsGateway && (configured.dhcp || configured.gateway == gateway);
+                       });
 }
 
 /// Which interface takes its settings by DHCP, and so brings the gateway.
@@ -208,8 +235,10 @@ Outcome setDnsDomain(IDevice& device, const std::string& domain)
 
 Outcome setRoutes(IDevice& device, const std::string& interfaceName, const std::string& routes)
 {
-    if (const auto fault = faultOfText(routes, true); !fault.empty()) {
-        return refused(fault);
+    for (const auto& fault : {faultOfText(routes, true), faultOfLengths(routes)}) {
+        if (!fault.empty()) {
+            return refused(fault);
+        }
     }
     try {
         auto outcome = run(

@@ -30,6 +30,7 @@ std::string toText(const IpSettings& settings)
 std::string toText(const std::vector<IpAddress>& addresses)
 {
     std::vector<std::string> texts;
+    texts.reserve(addresses.size());
     for (const auto& address : addresses) {
         texts.push_back(withPrefixLength(address.address, address.mask));
     }

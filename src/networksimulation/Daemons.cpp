@@ -95,15 +95,17 @@ void Networkd::linkChanged(const std::string& interfaceName)
 {
     const auto& iface = kernel_.interfaces.at(interfaceName);
     schedule_.cancel(interfaceName);
-    if (iface.isPresent && iface.hasCable) {
-        configure(interfaceName, configuration_.interfaces.at(interfaceName));
-        return;
-    }
-    schedule_.after(kLossOfCarrier, interfaceName, [this, interfaceName] {
+    const auto loseAll = [this, interfaceName] {
         leases_.erase(interfaceName);
         kernel_.strip(
             interfaceName, [](const KernelAddress& own) { return !own.isByHand; }, everyRoute);
-    });
+    };
+    if (iface.isPresent && iface.hasCable) {
+        loseAll(); // where the loss was not noticed yet
+        configure(interfaceName, configuration_.interfaces.at(interfaceName));
+    } else {
+        schedule_.after(kLossOfCarrier, interfaceName, loseAll);
+    }
 }
 
 void Networkd::configure(const std::string& interfaceName, const ConfiguredInterface& wanted)
@@ -111,7 +113,8 @@ void Networkd::configure(const std::string& interfaceName, const ConfiguredInter
     schedule_.after(kAddresses, interfaceName, [=] { assignAddresses(interfaceName, wanted); });
     schedule_.after(kRoutes, interfaceName, [=] { addRoutes(interfaceName, wanted); });
     if (wanted.dhcp && dhcpServers.count(interfaceName) > 0) {
-        schedule_.after(kLease, interfaceName, [=] { acquireLease(interfaceName); });
+        schedule_.after(kLease, interfaceName,
+                        [=, server = dhcpServers.at(interfaceName)] { acquireLease(interfaceName, server); });
     }
 }
 
@@ -143,9 +146,8 @@ void Networkd::addRoutes(const std::string& interfaceName, const ConfiguredInter
     }
 }
 
-void Networkd::acquireLease(const std::string& interfaceName)
+void Networkd::acquireLease(const std::string& interfaceName, const DhcpServer& server)
 {
-    const auto& server = dhcpServers.at(interfaceName);
     leases_[interfaceName] = server;
     kernel_.interfaces.at(interfaceName).addresses.push_back({server.address, server.mask, kDhcpMetric, false});
     if (!server.router.empty()) {

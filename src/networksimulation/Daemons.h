@@ -48,7 +48,7 @@ private:
     void configure(const std::string& interfaceName, const networkhost::ConfiguredInterface& wanted);
     void assignAddresses(const std::string& interfaceName, const networkhost::ConfiguredInterface& wanted);
     void addRoutes(const std::string& interfaceName, const networkhost::ConfiguredInterface& wanted);
-    void acquireLease(const std::string& interfaceName);
+    void acquireLease(const std::string& interfaceName, const DhcpServer& server);
     void addLostRoutes(const std::string& interfaceName);
 
     Kernel& kernel_;

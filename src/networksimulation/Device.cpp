@@ -3,6 +3,7 @@
 
 #include "base/IpHelper.h"
 #include "base/Paths.h"
+#include "networkhost/Addresses.h"
 #include "networksimulation/Files.h"
 #include "networksimulation/System.h"
 
@@ -29,7 +30,7 @@ constexpr const char* kLocalFile =
     "[Match]\nName=local\n\n[Network]\nLinkLocalAddressing=ipv6\nMulticastDNS=true\nAddress=192.168.10.1/24\n";
 constexpr const char* kRemoteFile = "[Match]\nName=remote\n\n[Network]\nDHCP=ipv4\n";
 
-Device* theDevice = nullptr;
+Device* theDevice = nullptr; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): a loader has to find it
 
 bool startsWith(const std::string& text, std::string_view beginning)
 {
@@ -132,13 +133,15 @@ void Device::removeInterface(const std::string& interfaceName)
 void Device::restoreInterface(const std::string& interfaceName)
 {
     const std::lock_guard guard(lock_);
-    kernel_.interfaces.at(interfaceName).isPresent = true;
-    networkd_.linkChanged(interfaceName);
+    if (!std::exchange(kernel_.interfaces.at(interfaceName).isPresent, true)) {
+        networkd_.linkChanged(interfaceName);
+    }
 }
 
 void Device::setDhcpServer(const std::string& interfaceName, const DhcpServer& server)
 {
     const std::lock_guard guard(lock_);
+    static_cast<void>(kernel_.interfaces.at(interfaceName));
     if (server.address.empty()) {
         networkd_.dhcpServers.erase(interfaceName);
     } else {
@@ -150,6 +153,9 @@ void Device::addAddress(const std::string& interfaceName, const std::string& add
 {
     const std::lock_guard guard(lock_);
     const auto slash = address.find('/');
+    if (slash == std::string::npos || networkhost::canonicalAddress(address) != address) {
+        throw std::invalid_argument("not an address with its prefix length: " + address);
+    }
     const auto mask = velbase2::system::iphelper::subnetBitsToMask(std::stoi(address.substr(slash + 1)));
     kernel_.interfaces.at(interfaceName).addresses.push_back({address.substr(0, slash), mask, 0, true});
 }
@@ -180,6 +186,9 @@ void Device::failCommand(const std::string& command, const std::string& words)
 void Device::hang(const std::string& daemon)
 {
     const std::lock_guard guard(lock_);
+    if (daemon != kNetworkd && daemon != kResolved) {
+        throw std::invalid_argument("no such daemon: " + daemon);
+    }
     hangs_[daemon] = false;
 }
 

@@ -68,24 +68,25 @@ public:
     /// An empty address: there is no server any more. It counts at the next restart or new link.
     void setDhcpServer(const std::string& interfaceName, const DhcpServer& server);
 
-    /// By hand, as with "ip address add": "10.9.8.7/24".
+    /// By hand, as with "ip address add": "10.9.8.7/24". Throws std::invalid_argument for another text.
     void addAddress(const std::string& interfaceName, const std::string& address);
 
     // Files. These are no events.
 
-    /// Empty when there is none.
+    /// Empty when there is none. Below /sys, /proc and /run stands what kernel and daemons show, whatever is put there.
     std::string textOf(const std::string& path) const;
     void put(const std::string& path, const std::string& text);
 
     // Faults, until repair()
 
-    /// Writes to that path fail; `error` is an errno value.
+    /// Writes to that path and its removal fail; `error` is an errno value.
     void failWrite(const std::string& path, int error);
 
     /// Commands that begin so do nothing and return 1, with these words on standard error.
     void failCommand(const std::string& command, const std::string& words);
 
-    /// Restarts of the daemon, "systemd-networkd" or "systemd-resolved", return at once but take no effect.
+    /// Restarts of the daemon, "systemd-networkd" or "systemd-resolved", return at once but take no effect. Throws
+    /// std::invalid_argument for another name.
     void hang(const std::string& daemon);
 
     /// Ends all faults; what hung goes on.

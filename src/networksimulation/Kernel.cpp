@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <sstream>
 #include <tuple>
 
 #include <arpa/inet.h>
@@ -33,8 +34,11 @@ in_addr_t bitsOf(const std::string& address)
 std::string linkLocalAddress(const std::string& macAddress)
 {
     std::array<unsigned int, 6> mac{};
-    // NOLINTNEXTLINE(cert-err34-c): a text of another form gives zeros
-    std::sscanf(macAddress.c_str(), "%x:%x:%x:%x:%x:%x", &mac[0], &mac[1], &mac[2], &mac[3], &mac[4], &mac[5]);
+    std::istringstream bytes(macAddress); // a text of another form gives zeros
+    for (auto& byte : mac) {
+        bytes >> std::hex >> byte;
+        bytes.ignore(); // the colon
+    }
     in6_addr address{};
     const std::array<unsigned int, 8> identifier = {mac[0] ^ 2U, mac[1], mac[2], 0xFF, 0xFE, mac[3], mac[4], mac[5]};
     address.s6_addr[0] = 0xFE;

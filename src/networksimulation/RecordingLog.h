@@ -11,7 +11,8 @@
 namespace networksimulation {
 
 /// Records the whole log as "LEVEL line" as long as it lives, and restores the default sink and level. Lines of another
-/// tag than the library's stand behind it. One at a time; `lines` is to be read while no other thread logs.
+/// tag than the library's stand behind it. One at a time; `lines` is to be read while no other thread
+/// logs, and it outlives every manager that runs.
 class RecordingLog
 {
 public:

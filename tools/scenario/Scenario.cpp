@@ -18,7 +18,7 @@
 #include <utility>
 
 using networkhost::toText;
-namespace log = velbase2::system::log;
+namespace logging = velbase2::system::log;
 
 namespace {
 
@@ -100,10 +100,10 @@ Scenario::Scenario(networkhost::IDevice& device, Surroundings surroundings)
       manager_(backend_, std::make_unique<Recorder>(device.system(), *this))
 {
     ::setenv("NO_COLOR", "1", 1); // what velnetctl prints is told as it is
-    log::setMinimumLevel(log::kFileProblem + 1);
+    logging::setMinimumLevel(logging::kFileProblem + 1);
     refresh();
     shown_ = liveText();
-    log::setSink([this](int level, std::string_view /*tag*/, std::string_view line) {
+    logging::setSink([this](int level, std::string_view /*tag*/, std::string_view line) {
         tell("logged " + std::to_string(level) + ' ' + std::string(line));
     });
     manager_.getSignals().requestStatus.connect(
@@ -115,8 +115,8 @@ Scenario::Scenario(networkhost::IDevice& device, Surroundings surroundings)
 
 Scenario::~Scenario()
 {
-    log::setSink({});
-    log::setMinimumLevel(log::kNotable);
+    logging::setSink({});
+    logging::setMinimumLevel(logging::kNotable);
 }
 
 std::string Scenario::run(const std::string& step)
@@ -160,7 +160,7 @@ void Scenario::ask(const Step& step)
     } else if (verb == "velnetctl") {
         runVelnetctl(step);
     } else if (verb == "log") {
-        log::setMinimumLevel(std::stoi(step.word(1)));
+        logging::setMinimumLevel(std::stoi(step.word(1)));
     } else if (verb == "no-dhcp") {
         manager_.getInterfaces().at(step.word(1)).dhcpSupported = false;
     } else if (verb == "no-gateway") {
@@ -203,8 +203,12 @@ void Scenario::runVelnetctl(const Step& step)
     velnetctl::Session session{device_, output, errors};
     auto words = networkhost::wordsOf(step.textAfter(1));
     const int code = velnetctl::run(words, session);
-    tell(output.str() + errors.str() + "exit code " + std::to_string(code));
-    log::setMinimumLevel(log::kFileProblem + 1);
+    const auto printed = output.str() + errors.str();
+    tell(printed + "exit code " + std::to_string(code));
+    if (!networkhost::faultOfText(printed, true).empty()) {
+        tell("control characters reach the terminal"); // tell() itself makes them visible
+    }
+    logging::setMinimumLevel(logging::kFileProblem + 1);
 }
 
 void Scenario::settle()

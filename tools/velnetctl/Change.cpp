@@ -38,9 +38,9 @@ const networkmanager::BuiltInInterface& gatewayInterface()
 /// A change of the gateway while an address is away would lose it: it is read from the live state.
 void settle(Session& session, const std::string& interfaceName)
 {
-    const auto configuration = networkhost::readConfiguration(session.device.files());
-    const auto lacking =
-        networkhost::waitUntilLive(session.device, onlyInterface(configuration, interfaceName), kTimeToSettle);
+    auto configured = onlyInterface(networkhost::readConfiguration(session.device.files()), interfaceName);
+    configured.interfaces.at(interfaceName).routes.clear(); // no change reads them
+    const auto lacking = networkhost::waitUntilLive(session.device, configured, kTimeToSettle);
     if (!lacking.empty()) {
         warn(session, "the live state lacks " + lacking + ", which is configured");
     }

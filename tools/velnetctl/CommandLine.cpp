@@ -13,6 +13,7 @@
 #include <functional>
 #include <limits>
 #include <map>
+#include <sstream>
 
 #include <CLI/CLI.hpp>
 
@@ -249,7 +250,14 @@ int run(const std::vector<std::string>& arguments, Session& session)
         app.parse(
             std::vector<std::string>(arguments.rbegin(), arguments.rend())); // CLI11 takes the last argument first
     } catch (const CLI::ParseError& error) {
-        return app.exit(error, session.output, session.errors) == 0 ? kGood : kWrongUsage; // 0: --help and --version
+        std::ostringstream errors;
+        const bool isGood = app.exit(error, session.output, errors) == 0; // --help and --version
+        std::istringstream lines(errors.str());
+        std::string line;
+        while (std::getline(lines, line)) {
+            session.errors << networkhost::printable(line) << '\n'; // they repeat what was typed
+        }
+        return isGood ? kGood : kWrongUsage;
     }
 
     constexpr int kNothing = velbase2::system::log::kFileProblem + 1; // velnetctl itself tells what failed

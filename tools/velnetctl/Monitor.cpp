@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Monitor.h"
 
+#include "base/FileDescriptor.h"
 #include "networkhost/Cells.h"
 #include "networkmanager/NetworkManager.h"
 
@@ -39,7 +40,8 @@ int openEndSignals()
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
     ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    return ::signalfd(-1, &signals, SFD_CLOEXEC);
+    // Above the standard streams, one of which may be closed.
+    return velbase2::system::atLeast(STDERR_FILENO + 1, ::signalfd(-1, &signals, SFD_CLOEXEC));
 }
 
 /// Waits for an end signal, or for the end of all readers of standard output. True for the signal.
@@ -56,8 +58,8 @@ bool awaitEnd(int endSignals)
 
 bool ChangePrinter::isComplete()
 {
-    // A reader that stalls holds the lock up for as long as it likes.
-    const std::unique_lock guard(lock_, std::try_to_lock);
+    // Not for long: a reader that stalls holds the lock up for as long as it likes.
+    const std::unique_lock guard(lock_, std::chrono::milliseconds(200));
     return guard.owns_lock() && output_.good();
 }
 
@@ -70,12 +72,15 @@ void ChangePrinter::printLine(const std::string& source, const char* cell, const
         output_ << timeStamp() << "  " << std::left << std::setw(8) << source << std::setw(12) << cell << text;
     }
     output_ << '\n' << std::flush;
+    if (!output_) {
+        ::kill(::getpid(), SIGTERM); // nobody reads any more
+    }
 }
 
 void monitor(std::ostream& output, bool json)
 {
-    const int endSignals = openEndSignals(); // before the manager starts its thread
-    std::signal(SIGPIPE, SIG_IGN);           // a reader that is gone shows in the stream
+    const int endSignals = openEndSignals();          // before the manager starts its thread
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN)); // a reader that is gone shows in the stream
     ChangePrinter printer(output, json);
     networkmanager::detail::NetworkManager<networkmanager::NetworkManagerData> manager;
     networkhost::connectToEachCell(manager, [&printer](const std::string& source, const char* cell,

@@ -23,7 +23,7 @@ public:
         printLine(source, cell, networkhost::printable(networkhost::toText(content)), toJson(content));
     }
 
-    /// Whether all lines so far were written; false also while one is being written.
+    /// Whether all lines so far were written. Waits a moment for one that is being written.
     bool isComplete();
 
 private:
@@ -31,7 +31,7 @@ private:
 
     std::ostream& output_;
     bool json_;
-    std::mutex lock_;
+    std::timed_mutex lock_;
 };
 
 /// Runs a manager and prints every change as it is published, until SIGINT or SIGTERM, or until nobody reads standard

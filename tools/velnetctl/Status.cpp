@@ -4,6 +4,7 @@
 #include "Json.h"
 #include "Text.h"
 #include "base/IpHelper.h"
+#include "networkhost/Addresses.h"
 #include "networkhost/Backend.h"
 #include "networkhost/Cells.h"
 #include "networkhost/Checks.h"
@@ -81,7 +82,8 @@ void printInterface(std::ostream& output, const EthInterface& iface, const Snaps
     const auto& configured = configuration.interfaces.at(iface.name);
     output << '\n' << colored(Color::Bold, iface.name) << '\n';
     printLine(output, "link", linkText(iface));
-    printLine(output, "configured", configuredText(configured) + "  (" + iface.networkFile + ')');
+    printLine(output, "configured",
+              networkhost::printable(configuredText(configured)) + "  (" + iface.networkFile + ')');
     printLine(output, "routes", networkhost::printable(toText(iface.routes.get().value_or(""))));
     if (!iface.macAddress.get()) {
         return;
@@ -128,7 +130,8 @@ IpSettings settingsOf(const networkhost::ConfiguredInterface& configured)
         const auto& address = configured.addresses.front();
         const auto slash = address.find('/');
         settings.ip = address.substr(0, slash);
-        settings.mask = iphelper::subnetBitsToMask(std::stoi(address.substr(slash + 1)));
+        const auto length = networkhost::parsePrefixLength(address.substr(std::min(slash, address.size() - 1) + 1));
+        settings.mask = length ? iphelper::subnetBitsToMask(*length) : std::string();
     }
     return settings;
 }
