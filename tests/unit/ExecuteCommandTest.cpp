@@ -24,6 +24,10 @@ static thread_local std::size_t largestAllocation = SIZE_MAX;
     void* const memory = size <= largestAllocation ? std::malloc(size) : nullptr;
     return memory != nullptr ? memory : throw std::bad_alloc();
 }
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept
+{
+    return std::malloc(size);
+}
 [[gnu::noinline]] void operator delete(void* memory) noexcept
 {
     std::free(memory);
