@@ -18,14 +18,14 @@ bool wantsColor()
 }
 
 /// How many letters are to be inserted, deleted or changed.
-std::size_t editDistance(const std::string& left, const std::string& right)
+std::size_t editDistance(const std::string& from, const std::string& to)
 {
-    std::vector<std::size_t> row(right.size() + 1);
+    std::vector<std::size_t> row(to.size() + 1);
     std::iota(row.begin(), row.end(), 0);
-    for (std::size_t i = 0; i < left.size(); ++i) {
+    for (std::size_t i = 0; i < from.size(); ++i) {
         auto diagonal = std::exchange(row[0], i + 1);
-        for (std::size_t j = 0; j < right.size(); ++j) {
-            const std::size_t change = diagonal + (left[i] == right[j] ? 0 : 1);
+        for (std::size_t j = 0; j < to.size(); ++j) {
+            const std::size_t change = diagonal + (from[i] == to[j] ? 0 : 1);
             diagonal = row[j + 1];
             row[j + 1] = std::min({row[j] + 1, row[j + 1] + 1, change});
         }
