@@ -36,11 +36,6 @@ Outcome refused(const std::string& reason, const std::string& status = {})
     return outcome;
 }
 
-bool isManaged(Manager& manager, const std::string& interfaceName)
-{
-    return manager.getInterfaces().count(interfaceName) > 0;
-}
-
 /// Without a live gateway, as with the cable out, the one of the files is carried over.
 class SystemThatKeepsTheGateway : public ReportingSystem
 {
@@ -181,19 +176,19 @@ Outcome setIp(IDevice& device, const std::string& interfaceName, const IpSetting
         canonical.mask = iphelper::cleanupIP(settings.mask);
     }
     const auto configuration = readConfiguration(device.files());
+    const auto configured = configuration.interfaces.find(interfaceName);
+    if (configured == configuration.interfaces.end()) {
+        return refused("there is no managed interface '" + printable(interfaceName) + "'",
+                       networkmanager::status::kInternalError);
+    }
     const auto operation = [&](Manager& manager) {
         // The cell holds what the file says. The library takes an equal request for done, and so it is only when the
         // daemons have it.
-        if (isManaged(manager, interfaceName) &&
-            !missing(onlyInterface(configuration, interfaceName), readLiveState(device)).empty()) {
+        if (!missing(onlyInterface(configuration, interfaceName), readLiveState(device)).empty()) {
             manager.getInterfaces().at(interfaceName).ipSettings.assign_and_signal(IpSettings());
         }
         return manager.setIp(interfaceName, canonical);
     };
-    const auto configured = configuration.interfaces.find(interfaceName);
-    if (configured == configuration.interfaces.end()) {
-        return run(device, operation, "there is no managed interface '" + printable(interfaceName) + "'");
-    }
     return run<SystemThatKeepsTheGateway>(device, operation, interfaceName + " is absent: it has no MAC address",
                                           configured->second.gateway);
 }

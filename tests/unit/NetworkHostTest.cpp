@@ -122,6 +122,7 @@ TEST(Requests, TellTheStepThatFailed)
     const auto notRestarted = networkhost::setRoutes(device, "local", "");
     EXPECT_EQ(notRestarted.status, "internal error");
     EXPECT_EQ(notRestarted.reason, "'sudo /bin/systemctl restart systemd-networkd' failed: Job failed.");
+    EXPECT_EQ(networkhost::setIp(device, "eth9", {"", "", true, ""}).reason, "there is no managed interface 'eth9'");
     EXPECT_EQ(networkhost::setRoutes(device, "eth9", "").reason, "there is no managed interface 'eth9'");
     EXPECT_EQ(networkhost::setDnsDomain(device, "a\nb").reason, "'a\\x0ab': control characters are not allowed");
 }
