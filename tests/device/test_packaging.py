@@ -29,9 +29,9 @@ def drop_in(box, unit, text):
 @pytest.fixture
 def host(box, settings):
     """Runs a command in place of the host, with everything else that velnet-host.service says, but for the changes."""
-    library = re.search(r"libVelNetworkManager.* => (.*) \(", box.exec("ldd", VELNETCTL).stdout)[1]
+    libraries = re.findall(r"libVelNetwork.* => (.*) \(", box.exec("ldd", VELNETCTL).stdout)
     box.exec("cp", VELNETCTL, "/usr/bin/")  # the project may lie in /home, which the unit hides
-    box.exec("cp", library, "/usr/lib/")
+    box.exec("cp", *libraries, "/usr/lib/")
 
     def run(*command, changes=""):
         start = f"[Service]\nType=oneshot\nRestart=no\nExecStart=\nExecStart={shlex.join(command)}\n{changes}"
