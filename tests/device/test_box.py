@@ -8,7 +8,7 @@ import subprocess
 
 import pytest
 
-from conftest import DEVICEBOX, VELNETCTL
+from conftest import DEVICEBOX, VELNETCTL, Box
 
 PROJECT = DEVICEBOX.parents[2]
 CAP_SYS_TIME = 1 << 25
@@ -74,6 +74,29 @@ def test_a_box_removes_no_files_that_it_did_not_make(booted_box, other_checkout)
     finally:
         assert devicebox_of(other_checkout, "--name", name, "down").returncode == 0
     assert all(file.exists() for file in strangers)
+
+
+def test_a_power_cut_keeps_what_was_written_until_the_box_is_taken_down():
+    name, boot_id = f"t{os.getpid()}", "/proc/sys/kernel/random/boot_id"
+    box = Box(name)
+    try:
+        box.run("up")
+        box.write("/etc/written", "text")
+        before = box.read(boot_id)
+        box.run("cut")
+        status, refused = box.run("status", check=False), box.run("cut", check=False)
+        assert status.returncode == 3 and "it was cut" in status.stdout
+        assert refused.returncode == 1 and "not up" in refused.stderr
+        box.run("up")
+        assert box.read("/etc/written") == "text" and box.read(boot_id) != before
+        box.run("cut")
+        box.run("down")
+        left = [*pathlib.Path("/run/velnet-devicebox").glob(name), *pathlib.Path("/sys/fs/cgroup").rglob(f"*-{name}")]
+        assert not left and f"/{name}/" not in pathlib.Path("/proc/mounts").read_text()
+        box.run("up")
+        assert box.exec("test", "-e", "/etc/written", check=False).returncode == 1
+    finally:
+        box.run("down")
 
 
 @pytest.mark.parametrize("script", ["check", "demo"])
