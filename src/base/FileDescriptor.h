@@ -23,6 +23,9 @@ public:
     int get() const noexcept { return fd_; }
     bool isOpen() const noexcept { return fd_ >= 0; }
 
+    /// The caller's from here on.
+    int release() noexcept { return std::exchange(fd_, -1); }
+
     void reset(int fd = -1) noexcept
     {
         if (isOpen()) {

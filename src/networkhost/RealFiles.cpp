@@ -3,15 +3,22 @@
 
 #include "base/FileDescriptor.h"
 #include "base/ReadFile.h"
+#include "networkhost/LockHolder.h"
+#include "networkhost/Place.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 #include <string_view>
+#include <utility>
 
 #include <fcntl.h>
+#include <linux/limits.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace networkhost {
@@ -20,83 +27,174 @@ using velbase2::system::FileDescriptor;
 
 namespace {
 
-std::error_code lastError()
+std::error_code errorOf(int value)
 {
-    return {errno, std::generic_category()};
+    return {value, std::generic_category()};
 }
 
-std::string directoryOf(const std::string& path)
+/// Of a system call that returned this.
+std::error_code errorOfCall(int result)
 {
-    return std::filesystem::path(path).parent_path().string();
+    return errorOf(result == 0 ? 0 : errno);
 }
 
-bool writeAll(int fd, std::string_view text)
+std::error_code writeAll(int fd, std::string_view text)
 {
     while (!text.empty()) {
         const ssize_t count = ::write(fd, text.data(), text.size());
-        if (count < 0 && errno == EINTR) {
-            continue;
+        if (count < 0 && errno != EINTR) {
+            return errorOf(errno);
         }
-        if (count < 0) {
-            return false;
-        }
-        text.remove_prefix(static_cast<std::size_t>(count));
+        text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     }
-    return true;
+    return {};
 }
 
-/// The mode and owner that the file at `path` has, or a new file's.
-bool takeOverRights(int fd, const std::string& path)
+/// To the file that is open, from the one at `place`.
+std::error_code copyAttributes(int fd, const Place& place)
 {
-    struct stat old = {};
-    if (::stat(path.c_str(), &old) != 0) {
-        return errno == ENOENT && ::fchmod(fd, 0644) == 0; // whatever the host's umask
+    const auto old = "/proc/self/fd/" + std::to_string(place.directory.get()) + '/' + place.name;
+    std::string names(XATTR_LIST_MAX, '\0');
+    const ssize_t size = ::llistxattr(old.c_str(), names.data(), names.size());
+    if (size < 0) {
+        return errorOf(errno == ENOTSUP ? 0 : errno);
     }
-    // Whoever may not give a file away owns it already, or cannot keep its owner.
-    const bool isOwned = ::fchown(fd, old.st_uid, old.st_gid) == 0 || old.st_uid == ::geteuid();
-    return isOwned && ::fchmod(fd, old.st_mode & 07777U) == 0;
+    names.resize(static_cast<std::size_t>(size));
+    std::istringstream list(names);
+    std::string name;
+    while (std::getline(list, name, '\0')) {
+        if (name == "security.capability") {
+            continue; // as the bits that lend rights: not for a text
+        }
+        std::string value(XATTR_SIZE_MAX, '\0');
+        const ssize_t length = ::lgetxattr(old.c_str(), name.c_str(), value.data(), value.size());
+        if (length < 0 || ::fsetxattr(fd, name.c_str(), value.data(), static_cast<std::size_t>(length), 0) != 0) {
+            return errorOf(errno);
+        }
+    }
+    return {};
 }
 
-bool syncDirectory(const std::string& directory)
+std::error_code setRights(int fd, const Rights& rights)
 {
-    const FileDescriptor fd(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return fd.isOpen() && ::fsync(fd.get()) == 0;
+    struct stat made = {};
+    if (::fstat(fd, &made) != 0) {
+        return errorOf(errno);
+    }
+    const bool isRight = made.st_uid == rights.user && made.st_gid == rights.group;
+    if (!isRight && ::fchown(fd, rights.user, rights.group) != 0) {
+        return errorOf(errno);
+    }
+    return errorOfCall(::fchmod(fd, rights.mode));
+}
+
+std::error_code rightsAt(const Place& place, Rights& rights)
+{
+    struct stat status = {};
+    if (::fstatat(place.directory.get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        return errorOf(errno);
+    }
+    rights = {status.st_mode & 0777U, status.st_uid, status.st_gid};
+    return {};
+}
+
+/// Gives the new file what the one at `place` has, or a new file's rights.
+std::error_code takeOver(int fd, const Place& place, const Rights* wanted)
+{
+    Rights rights;
+    const auto missing = rightsAt(place, rights);
+    if (missing == std::errc::no_such_file_or_directory) {
+        return wanted != nullptr ? setRights(fd, *wanted) : errorOfCall(::fchmod(fd, 0644)); // whatever the umask
+    }
+    const auto error = missing ? missing : setRights(fd, wanted != nullptr ? *wanted : rights);
+    return error ? error : copyAttributes(fd, place);
+}
+
+/// Fills the file that is open, down to the disk.
+std::error_code fill(int fd, const std::string& text)
+{
+    const auto error = writeAll(fd, text);
+    return error ? error : errorOfCall(::fsync(fd));
+}
+
+std::error_code replaceAt(const Place& place, const std::string& text, const Rights* rights)
+{
+    // Always the same one: what a crash leaves is gone with the next change. The daemons read no file of such a name.
+    const auto beside = '.' + place.name + ".new";
+    const int directory = place.directory.get();
+    ::unlinkat(directory, beside.c_str(), 0);
+    const FileDescriptor fd(
+        ::openat(directory, beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!fd.isOpen()) {
+        return errorOf(errno);
+    }
+    auto error = takeOver(fd.get(), place, rights);
+    if (!error) {
+        error = fill(fd.get(), text);
+    }
+    if (!error) {
+        error = errorOfCall(::renameat(directory, beside.c_str(), directory, place.name.c_str()));
+    }
+    if (error) {
+        ::unlinkat(directory, beside.c_str(), 0);
+        return error;
+    }
+    return errorOfCall(::fsync(directory));
+}
+
+class FileLock : public IFiles::Lock
+{
+public:
+    explicit FileLock(FileDescriptor&& file) : file_(std::move(file)) {}
+    FileLock(const FileLock&) = delete;
+    FileLock& operator=(const FileLock&) = delete;
+
+    /// By hand: the lock would outlive the descriptor in a child that the host has forked meanwhile.
+    ~FileLock() override { ::flock(file_.get(), LOCK_UN); }
+
+private:
+    FileDescriptor file_;
+};
+
+/// Whoever may only read must not be able to lock it.
+FileDescriptor openLockFile(const Place& place)
+{
+    constexpr int kFlags = O_RDWR | O_NOFOLLOW | O_CLOEXEC;
+    const int directory = place.directory.get();
+    FileDescriptor file(::openat(directory, place.name.c_str(), kFlags | O_CREAT | O_EXCL, 0600));
+    if (!file.isOpen()) {
+        return FileDescriptor(errno == EEXIST ? ::openat(directory, place.name.c_str(), kFlags) : -1);
+    }
+    struct stat parent = {};
+    if (::fstat(directory, &parent) == 0 && ::fchown(file.get(), static_cast<uid_t>(-1), parent.st_gid) == 0) {
+        ::fchmod(file.get(), parent.st_mode & 0660U);
+    }
+    return file;
 }
 
 } // namespace
 
 std::error_code RealFiles::read(const std::string& path, std::string& text) const
 {
+    Place place;
+    if (const auto error = locate(path, place)) {
+        return error;
+    }
+    const FileDescriptor file(
+        ::openat(place.directory.get(), place.name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    struct stat status = {};
+    if (!file.isOpen() || ::fstat(file.get(), &status) != 0) {
+        return errorOf(errno);
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return errorOf(EINVAL);
+    }
     std::string found;
-    const auto error = velbase2::system::readFile(path, found);
+    const auto error = velbase2::system::readAll(file.get(), found);
     if (!error) {
         text = std::move(found);
     }
     return {error.value(), std::generic_category()};
-}
-
-std::error_code RealFiles::replace(const std::string& path, const std::string& text)
-{
-    auto beside = path + ".XXXXXX"; // neither networkd nor resolved reads a file of such a name
-    const FileDescriptor fd(::mkostemp(beside.data(), O_CLOEXEC));
-    if (!fd.isOpen()) {
-        return lastError();
-    }
-    if (!takeOverRights(fd.get(), path) || !writeAll(fd.get(), text) || ::fsync(fd.get()) != 0 ||
-        ::rename(beside.c_str(), path.c_str()) != 0) {
-        const auto error = lastError();
-        ::unlink(beside.c_str());
-        return error;
-    }
-    return syncDirectory(directoryOf(path)) ? std::error_code() : lastError();
-}
-
-std::error_code RealFiles::remove(const std::string& path)
-{
-    if (::unlink(path.c_str()) != 0) {
-        return errno == ENOENT ? std::error_code() : lastError();
-    }
-    return syncDirectory(directoryOf(path)) ? std::error_code() : lastError();
 }
 
 std::error_code RealFiles::list(const std::string& directory, std::vector<std::string>& names) const
@@ -112,6 +210,122 @@ std::error_code RealFiles::list(const std::string& directory, std::vector<std::s
         names = std::move(found);
     }
     return error;
+}
+
+std::error_code RealFiles::replace(const std::string& path, const std::string& text, const Rights* rights)
+{
+    Place place;
+    const auto error = locate(path, place);
+    return error ? error : replaceAt(place, text, rights);
+}
+
+std::error_code RealFiles::overwrite(const std::string& path, const std::string& text)
+{
+    Place place;
+    if (const auto error = locate(path, place)) {
+        return error;
+    }
+    std::string old;
+    const FileDescriptor fd(
+        ::openat(place.directory.get(), place.name.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (!fd.isOpen()) {
+        return errorOf(errno);
+    }
+    struct stat status = {};
+    if (::fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink != 1) {
+        return errorOf(EPERM); // by another name it may be somebody else's
+    }
+    if (const auto error = velbase2::system::readAll(fd.get(), old)) {
+        return {error.value(), std::generic_category()};
+    }
+    const auto put = [&fd](const std::string& content) {
+        // Cut at the end, not at the beginning: a reader never meets an empty file.
+        auto error = errorOfCall(::lseek(fd.get(), 0, SEEK_SET) == 0 ? 0 : -1);
+        error = error ? error : writeAll(fd.get(), content);
+        error = error ? error : errorOfCall(::ftruncate(fd.get(), static_cast<off_t>(content.size())));
+        return error ? error : errorOfCall(::fsync(fd.get()));
+    };
+    const auto error = put(text);
+    if (error) {
+        put(old);
+    }
+    return error;
+}
+
+std::error_code RealFiles::remove(const std::string& path)
+{
+    Place place;
+    if (const auto error = locate(path, place, LastLink::IsMeant)) {
+        return error == std::errc::no_such_file_or_directory ? std::error_code() : error;
+    }
+    if (::unlinkat(place.directory.get(), place.name.c_str(), 0) != 0) {
+        return errorOf(errno == ENOENT ? 0 : errno);
+    }
+    return errorOfCall(::fsync(place.directory.get()));
+}
+
+std::error_code RealFiles::rename(const std::string& from, const std::string& to)
+{
+    Place place;
+    if (const auto error = locate(from, place)) {
+        return error;
+    }
+    const auto name = std::filesystem::path(to).filename().string();
+    const int directory = place.directory.get();
+    const auto error = errorOfCall(::renameat(directory, place.name.c_str(), directory, name.c_str()));
+    return error ? error : errorOfCall(::fsync(directory));
+}
+
+std::error_code RealFiles::rightsOf(const std::string& path, Rights& rights) const
+{
+    Place place;
+    const auto error = locate(path, place);
+    return error ? error : rightsAt(place, rights);
+}
+
+std::error_code RealFiles::makeDirectory(const std::string& path)
+{
+    Place place;
+    if (const auto error = locate(path, place)) {
+        return error;
+    }
+    struct stat parent = {};
+    if (::fstat(place.directory.get(), &parent) != 0) {
+        return errorOf(errno);
+    }
+    if (::mkdirat(place.directory.get(), place.name.c_str(), 0700) != 0 && errno != EEXIST) {
+        return errorOf(errno);
+    }
+    const FileDescriptor made(
+        ::openat(place.directory.get(), place.name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!made.isOpen()) {
+        return errorOf(errno);
+    }
+    struct stat status = {};
+    if (::fstat(made.get(), &status) == 0 && status.st_uid == ::geteuid()) {
+        static_cast<void>(
+            ::fchown(made.get(), static_cast<uid_t>(-1), parent.st_gid)); // or it stays the caller's alone
+        ::fchmod(made.get(), parent.st_mode & 0777U);
+    }
+    return errorOfCall(::fsync(place.directory.get()));
+}
+
+std::error_code RealFiles::tryLock(const std::string& path, std::unique_ptr<Lock>& lock, std::string& holder)
+{
+    Place place;
+    if (const auto error = locate(path, place)) {
+        return error;
+    }
+    FileDescriptor file = openLockFile(place);
+    if (!file.isOpen()) {
+        return errorOf(errno);
+    }
+    if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        holder = lockHolder(file.get());
+        return errorOf(EWOULDBLOCK);
+    }
+    lock = std::make_unique<FileLock>(std::move(file)); // where there are no locks, too: better than no change
+    return {};
 }
 
 } // namespace networkhost

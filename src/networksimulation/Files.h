@@ -11,16 +11,22 @@ namespace networksimulation {
 
 class Device;
 
-/// The files of the simulated device.
+/// The files of the simulated device. All have the rights of a new one, and every lock is free.
 class Files : public networkhost::IFiles
 {
 public:
     explicit Files(Device& device) : device_(device) {}
 
     std::error_code read(const std::string& path, std::string& text) const override;
-    std::error_code replace(const std::string& path, const std::string& text) override;
-    std::error_code remove(const std::string& path) override;
     std::error_code list(const std::string& directory, std::vector<std::string>& names) const override;
+    std::error_code replace(const std::string& path, const std::string& text,
+                            const networkhost::Rights* rights = nullptr) override;
+    std::error_code overwrite(const std::string& path, const std::string& text) override;
+    std::error_code remove(const std::string& path) override;
+    std::error_code rename(const std::string& from, const std::string& to) override;
+    std::error_code rightsOf(const std::string& path, networkhost::Rights& rights) const override;
+    std::error_code makeDirectory(const std::string& path) override;
+    std::error_code tryLock(const std::string& directory, std::unique_ptr<Lock>& lock, std::string& holder) override;
 
 private:
     Device& device_;

@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: MIT
+#include "networkhost/Place.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <deque>
+#include <filesystem>
+#include <iterator>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace networkhost {
+
+using velbase2::system::FileDescriptor;
+
+namespace {
+
+constexpr int kFlags = O_PATH | O_CLOEXEC;
+constexpr int kMostLinks = 40; // as the kernel's
+
+std::error_code errorOf(int value)
+{
+    return {value, std::generic_category()};
+}
+
+bool isTrusted(const struct stat& status)
+{
+    return status.st_uid == 0 || status.st_uid == ::geteuid();
+}
+
+/// On the way along a path.
+struct Walk
+{
+    std::deque<std::string> parts; // still to go
+    FileDescriptor directory;      // reached
+    int links = 0;
+    bool isLinked = false; // the last part was a link
+};
+
+void putInFront(std::deque<std::string>& parts, const std::filesystem::path& path)
+{
+    std::deque<std::string> inFront;
+    std::copy_if(path.begin(), path.end(), std::back_inserter(inFront), [](const auto& part) { return !part.empty(); });
+    parts.insert(parts.begin(), inFront.begin(), inFront.end());
+}
+
+/// Goes on along the link that is open, the next part of the walk.
+std::error_code follow(const FileDescriptor& link, const struct stat& status, Walk& walk)
+{
+    if (++walk.links > kMostLinks || !isTrusted(status)) {
+        return errorOf(ELOOP);
+    }
+    std::array<char, PATH_MAX> target = {};
+    const ssize_t size = ::readlinkat(link.get(), "", target.data(), target.size());
+    if (size <= 0) {
+        return errorOf(size < 0 ? errno : ENOENT);
+    }
+    walk.isLinked = walk.isLinked || walk.parts.empty();
+    putInFront(walk.parts, std::string(target.data(), static_cast<std::size_t>(size)));
+    return {};
+}
+
+std::error_code arrive(const Walk& walk, const std::string& name, Place& place)
+{
+    place.directory.reset(::openat(walk.directory.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    place.name = name;
+    return errorOf(place.directory.isOpen() ? 0 : errno);
+}
+
+} // namespace
+
+std::error_code locate(const std::string& path, Place& place, LastLink lastLink)
+{
+    Walk walk;
+    putInFront(walk.parts, path);
+    while (!walk.parts.empty()) {
+        const auto part = walk.parts.front();
+        walk.parts.pop_front();
+        const bool isLast = walk.parts.empty();
+        const bool isRoot = part == "/";
+        FileDescriptor next(isRoot ? ::open("/", kFlags | O_DIRECTORY)
+                                   : ::openat(walk.directory.get(), part.c_str(), kFlags | O_NOFOLLOW));
+        struct stat status = {};
+        if (!next.isOpen() || ::fstat(next.get(), &status) != 0) {
+            const int error = errno;
+            return isLast && error == ENOENT ? arrive(walk, part, place) : errorOf(error);
+        }
+        const bool isMeant = isLast && lastLink == LastLink::IsMeant;
+        if (S_ISLNK(status.st_mode) && !isMeant) {
+            if (const auto error = follow(next, status, walk)) {
+                return error;
+            }
+        } else if (isLast && !isRoot) {
+            return walk.isLinked && !isTrusted(status) ? errorOf(ELOOP) : arrive(walk, part, place);
+        } else {
+            walk.directory.reset(next.release());
+        }
+    }
+    return errorOf(EISDIR);
+}
+
+} // namespace networkhost
