@@ -23,13 +23,6 @@ std::optional<std::pair<std::string, std::string>> parseAddress(const std::strin
     return std::pair(address, iphelper::subnetBitsToMask(*length));
 }
 
-std::uint32_t bitsOf(const std::string& address)
-{
-    in_addr_t bits = 0;
-    ::inet_pton(AF_INET, iphelper::cleanupIP(address).c_str(), &bits);
-    return ntohl(bits);
-}
-
 } // namespace
 
 std::optional<int> parsePrefixLength(const std::string& text)
@@ -61,9 +54,16 @@ std::optional<std::string> canonicalNetwork(const std::string& text)
                   : std::nullopt;
 }
 
+std::uint32_t addressBits(const std::string& address)
+{
+    in_addr_t bits = 0;
+    ::inet_pton(AF_INET, iphelper::cleanupIP(address).c_str(), &bits);
+    return ntohl(bits);
+}
+
 std::string networkOf(const std::string& address, const std::string& mask)
 {
-    return iphelper::dotted(bitsOf(address) & bitsOf(mask));
+    return iphelper::dotted(addressBits(address) & addressBits(mask));
 }
 
 std::string withPrefixLength(const std::string& address, const std::string& mask)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -19,6 +20,9 @@ std::optional<std::string> canonicalAddress(const std::string& text);
 
 /// The same with the bits of the host cleared: "10.0.0.0/8".
 std::optional<std::string> canonicalNetwork(const std::string& text);
+
+/// The address as a number, 127.0.0.1 as 0x7F000001; 0 for what is none.
+std::uint32_t addressBits(const std::string& address);
 
 /// The address with the bits of the host cleared. "0.0.0.0" for what is no address or no mask.
 std::string networkOf(const std::string& address, const std::string& mask);

@@ -11,12 +11,12 @@ namespace networkhost {
 class Backend
 {
 public:
-    explicit Backend(const IFiles& files) : files_(files) {}
+    explicit Backend(const IReadableFiles& files) : files_(files) {}
 
     bool load(networkmanager::EthInterface& iface) const;
 
 private:
-    const IFiles& files_;
+    const IReadableFiles& files_;
 };
 
 } // namespace networkhost

@@ -7,6 +7,7 @@
 #include "networkhost/DaemonFile.h"
 #include "networkmanager/BuiltInInterfaces.h"
 
+#include <algorithm>
 #include <tuple>
 
 namespace networkhost {
@@ -16,7 +17,7 @@ namespace paths = velbase2::system::paths;
 
 namespace {
 
-std::vector<DaemonSection> readSections(const IFiles& files, const std::string& path)
+std::vector<DaemonSection> readSections(const IReadableFiles& files, const std::string& path)
 {
     std::string text;
     return files.read(path, text) ? std::vector<DaemonSection>() : parseDaemonFile(text);
@@ -62,7 +63,7 @@ void addRoute(ConfiguredInterface& iface, const DaemonSection& section)
     }
 }
 
-ConfiguredInterface readInterface(const IFiles& files, const std::string& networkFile)
+ConfiguredInterface readInterface(const IReadableFiles& files, const std::string& networkFile)
 {
     ConfiguredInterface iface;
     for (const char* suffix : paths::kInNetworkdsOrder) {
@@ -89,7 +90,7 @@ std::string withoutNames(const std::string& servers)
     return addresses;
 }
 
-void readResolver(const IFiles& files, Configuration& configuration)
+void readResolver(const IReadableFiles& files, Configuration& configuration)
 {
     std::vector<std::string> names;
     files.list(paths::kResolverDirectory, names);
@@ -132,7 +133,15 @@ bool operator==(const Configuration& left, const Configuration& right)
            left.searchDomains == right.searchDomains;
 }
 
-Configuration readConfiguration(const IFiles& files)
+std::string gatewayInterface()
+{
+    const auto* const holder =
+        std::find_if(networkmanager::kBuiltInInterfaces.begin(), networkmanager::kBuiltInInterfaces.end(),
+                     [](const auto& builtIn) { return builtIn.holdsGateway; });
+    return holder == networkmanager::kBuiltInInterfaces.end() ? "" : holder->name;
+}
+
+Configuration readConfiguration(const IReadableFiles& files)
 {
     Configuration configuration;
     for (const auto& iface : networkmanager::kBuiltInInterfaces) {

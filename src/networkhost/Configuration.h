@@ -42,11 +42,14 @@ struct Configuration
     std::vector<std::string> searchDomains;
 };
 
+/// The name of the interface into whose file the default gateway is written.
+std::string gatewayInterface();
+
 bool operator==(const ConfiguredInterface& left, const ConfiguredInterface& right);
 bool operator==(const Configuration& left, const Configuration& right);
 
 /// Reads what is configured now, as the daemons would read it. A file that cannot be read asks for nothing.
-Configuration readConfiguration(const IFiles& files);
+Configuration readConfiguration(const IReadableFiles& files);
 
 /// What is configured for that interface alone, or for systemd-resolved alone.
 Configuration onlyInterface(const Configuration& configuration, const std::string& interfaceName);

@@ -2,7 +2,6 @@
 #include "networkhost/Missing.h"
 
 #include "networkhost/Addresses.h"
-#include "networkmanager/BuiltInInterfaces.h"
 
 #include <algorithm>
 
@@ -13,12 +12,6 @@ template <class List, class X>
 bool holds(const List& list, const X& value)
 {
     return std::find(list.begin(), list.end(), value) != list.end();
-}
-
-bool holdsGateway(const std::string& interfaceName)
-{
-    return std::any_of(networkmanager::kBuiltInInterfaces.begin(), networkmanager::kBuiltInInterfaces.end(),
-                       [&](const auto& builtIn) { return builtIn.name == interfaceName && builtIn.holdsGateway; });
 }
 
 std::vector<std::string> liveAddresses(const LiveInterface& live)
@@ -109,7 +102,7 @@ Missing missingOfInterface(const std::string& name, const ConfiguredInterface& w
         return "the interface " + name;
     }
     auto answer = missingAddress(name, wanted, live, before);
-    if (answer.empty() && holdsGateway(name)) {
+    if (answer.empty() && name == gatewayInterface()) {
         // One that no file asked for may be somebody's own.
         const bool mustBeGone = before != nullptr && (before->dhcp || !before->gateway.empty());
         answer = missingDefaultRoute(wanted, live, state.gateway, mustBeGone);

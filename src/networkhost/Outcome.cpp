@@ -7,15 +7,35 @@ namespace networkhost {
 
 std::string Failure::text() const
 {
-    if (step == Step::WriteFile) {
-        return "cannot write " + subject + ": " + (words.empty() ? error.message() : words);
+    if (step == Step::RunCommand) {
+        return "'" + subject + "' failed" + (words.empty() ? " without a word" : ": " + words);
     }
-    return "'" + subject + "' failed" + (words.empty() ? " without a word" : ": " + words);
+    const auto why = error == std::errc::too_many_symbolic_link_levels
+                         ? "a symbolic link on the way, or its target, belongs neither to root nor to the caller"
+                         : error.message();
+    return (step == Step::ReadFile ? "cannot read " : "cannot write ") + subject + ": " + (words.empty() ? why : words);
 }
 
 bool Outcome::isNothingToChange() const
 {
     return status == networkmanager::status::kNothingToChange;
+}
+
+Outcome refused(const std::string& reason, const std::string& status)
+{
+    Outcome outcome;
+    outcome.status = status;
+    outcome.reason = reason;
+    return outcome;
+}
+
+std::string textOf(const std::vector<Failure>& failures)
+{
+    std::string text;
+    for (const auto& failure : failures) {
+        text += (text.empty() ? "" : "; ") + failure.text();
+    }
+    return text;
 }
 
 } // namespace networkhost

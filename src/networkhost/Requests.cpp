@@ -2,11 +2,12 @@
 #include "networkhost/Requests.h"
 
 #include "base/IpHelper.h"
+#include "networkhost/Addresses.h"
 #include "networkhost/Backend.h"
 #include "networkhost/Checks.h"
 #include "networkhost/Configuration.h"
 #include "networkhost/Missing.h"
-#include "networkhost/ReportingSystem.h"
+#include "networkhost/PlanningSystem.h"
 #include "networkmanager/BuiltInInterfaces.h"
 #include "networkmanager/NetworkManagerImpl.h"
 #include "networkmanager/RequestStatus.h"
@@ -28,62 +29,58 @@ namespace {
 
 using Manager = networkmanager::detail::NetworkManagerImpl<Backend>;
 
-Outcome refused(const std::string& reason, const std::string& status = {})
+constexpr const char* kNoAddress = "0.0.0.0"; // stands for none
+
+Plan refusedPlan(const std::string& title, const std::string& reason, const std::string& status = {})
 {
-    Outcome outcome;
-    outcome.status = status;
-    outcome.reason = reason;
-    return outcome;
+    Plan plan;
+    plan.title = title;
+    plan.outcome = refused(reason, status);
+    return plan;
 }
 
-/// Without a live gateway, as with the cable out, the one of the files is carried over.
-class SystemThatKeepsTheGateway : public ReportingSystem
+Plan unknownInterface(const std::string& title, const std::string& interfaceName)
 {
-public:
-    SystemThatKeepsTheGateway(networkmanager::ISystemIF& device, std::vector<Failure>& failures, std::string configured)
-        : ReportingSystem(device, failures), configured_(std::move(configured))
-    {}
+    return refusedPlan(title, "there is no managed interface '" + printable(interfaceName) + "'",
+                       networkmanager::status::kInternalError);
+}
 
-    std::string getGateway() const override
-    {
-        const auto live = ReportingSystem::getGateway();
-        return live.empty() ? configured_ : live;
+/// The request as velnetctl's command.
+std::string titleOf(const std::vector<std::string>& words)
+{
+    std::string title;
+    for (const auto& word : words) {
+        title += (title.empty() || word.empty() ? "" : " ") + printable(word);
     }
+    return title;
+}
 
-private:
-    std::string configured_;
-};
-
-/// For a gateway that the kernel has already and the files have not.
-class SystemWithGateway : public ReportingSystem
-{
-public:
-    using ReportingSystem::ReportingSystem;
-
-    std::string getGateway() const override { return {}; } // whatever it is, it is to be written
-    bool checkSettingsGateway(const std::string& /*gateway*/, std::string& /*errorMessage*/) override { return true; }
-};
+using Operation = std::function<bool(Manager& manager, PlanningSystem& system)>;
 
 /// Runs the operation of a manager that is not started. `reason` serves where the library gives none.
-template <class System = ReportingSystem, class... More>
-Outcome run(IDevice& device, const std::function<bool(Manager&)>& operation, const std::string& reason, More... more)
+Plan makePlan(IDevice& device, const std::string& title, const Operation& operation, const std::string& reason = {})
 {
-    Outcome outcome;
+    Plan plan;
+    plan.title = title;
     const Backend backend(device.files());
-    Manager manager(backend, std::make_unique<System>(device.system(), outcome.failures, more...));
+    auto owned = std::make_unique<PlanningSystem>(device, plan);
+    auto& system = *owned;
+    Manager manager(backend, std::move(owned));
+    auto& outcome = plan.outcome;
     manager.getSignals().requestStatus.connect([&outcome](const std::string& status) { outcome.status = status; });
-    outcome.isDone = operation(manager);
-    if (outcome.isDone) {
-        return outcome;
+    outcome.isDone = operation(manager, system);
+    if (!outcome.isDone) {
+        outcome.reason = textOf(outcome.failures);
+        if (outcome.reason.empty()) {
+            const bool isSilent = outcome.status.empty() || outcome.status == networkmanager::status::kInternalError;
+            outcome.reason = isSilent ? reason : outcome.status;
+        }
+        plan.files.clear();
+        plan.preparations.clear();
+        plan.activations.clear();
     }
-    for (const auto& failure : outcome.failures) {
-        outcome.reason += (outcome.reason.empty() ? "" : "; ") + failure.text();
-    }
-    if (outcome.reason.empty()) {
-        const bool isSilent = outcome.status.empty() || outcome.status == networkmanager::status::kInternalError;
-        outcome.reason = isSilent ? reason : outcome.status;
-    }
-    return outcome;
+    judge(device, plan);
+    return plan;
 }
 
 /// Whether the library takes a prefix length with a text behind it, or before it, which the daemons ignore.
@@ -145,11 +142,8 @@ std::string faultOfRoutes(const std::string& status)
 bool isConfiguredGateway(const IFiles& files, const std::string& gateway)
 {
     const auto configuration = readConfiguration(files);
-    return std::any_of(networkmanager::kBuiltInInterfaces.begin(), networkmanager::kBuiltInInterfaces.end(),
-                       [&](const auto& builtIn) {
-                           const auto& configured = configuration.interfaces.at(builtIn.name);
-                           return builtIn.holdsGateway && (configured.dhcp || configured.gateway == gateway);
-                       });
+    const auto& configured = configuration.interfaces.at(gatewayInterface());
+    return configured.dhcp || configured.gateway == gateway;
 }
 
 /// Which interface takes its settings by DHCP, and so brings the gateway.
@@ -163,90 +157,152 @@ std::string dhcpInterface(IDevice& device)
     return {};
 }
 
+/// The one to keep: as live, or without one, as with the cable out, as configured.
+std::string presentGateway(IDevice& device, const ConfiguredInterface& configured)
+{
+    const auto live = device.system().getGateway();
+    return live.empty() ? configured.gateway : live;
+}
+
 } // namespace
 
-Outcome setIp(IDevice& device, const std::string& interfaceName, const IpSettings& settings)
+Plan planIp(IDevice& device, const std::string& interfaceName, const IpSettings& settings)
 {
+    const auto title =
+        titleOf({"set-ip", interfaceName, settings.dhcp ? "dhcp" : withPrefixLength(settings.ip, settings.mask),
+                 settings.gateway.empty() ? "" : "--gateway " + settings.gateway});
     if (const auto fault = faultOfSettings(settings); !fault.empty()) {
-        return refused(fault, networkmanager::status::kInvalidIpOrMask);
-    }
-    auto canonical = settings;
-    if (!settings.dhcp) {
-        canonical.ip = iphelper::cleanupIP(settings.ip);
-        canonical.mask = iphelper::cleanupIP(settings.mask);
+        return refusedPlan(title, fault, networkmanager::status::kInvalidIpOrMask);
     }
     const auto configuration = readConfiguration(device.files());
     const auto configured = configuration.interfaces.find(interfaceName);
     if (configured == configuration.interfaces.end()) {
-        return refused("there is no managed interface '" + printable(interfaceName) + "'",
-                       networkmanager::status::kInternalError);
+        return unknownInterface(title, interfaceName);
     }
-    const auto operation = [&](Manager& manager) {
+    if (!settings.gateway.empty()) {
+        if (const auto fault = faultOfAddress(settings.gateway); !fault.empty()) {
+            return refusedPlan(title, fault, networkmanager::status::kInvalidIpOrMask);
+        }
+        if (settings.dhcp || interfaceName != gatewayInterface()) {
+            return refusedPlan(title, settings.dhcp ? "with DHCP, the gateway comes with the lease"
+                                                    : interfaceName + " does not hold the default gateway");
+        }
+    }
+    auto canonical = settings;
+    canonical.gateway.clear();
+    if (!settings.dhcp) {
+        canonical.ip = iphelper::cleanupIP(settings.ip);
+        canonical.mask = iphelper::cleanupIP(settings.mask);
+    }
+    const auto gateway =
+        settings.gateway.empty() ? presentGateway(device, configured->second) : iphelper::cleanupIP(settings.gateway);
+    const auto written = gateway == kNoAddress ? std::string() : gateway;
+    const bool isOtherGateway = !settings.gateway.empty() && written != configured->second.gateway;
+    const auto operation = [&](Manager& manager, PlanningSystem& system) {
+        system.setGateway(written);
         // The cell holds what the file says. The library takes an equal request for done, and so it is only when the
         // daemons have it.
-        if (!missing(onlyInterface(configuration, interfaceName), readLiveState(device)).empty()) {
+        if (isOtherGateway || !missing(onlyInterface(configuration, interfaceName), readLiveState(device)).empty()) {
             manager.getInterfaces().at(interfaceName).ipSettings.assign_and_signal(IpSettings());
         }
         return manager.setIp(interfaceName, canonical);
     };
-    return run<SystemThatKeepsTheGateway>(device, operation, interfaceName + " is absent: it has no MAC address",
-                                          configured->second.gateway);
+    return makePlan(device, title, operation, interfaceName + " is absent: it has no MAC address");
 }
 
-Outcome setGateway(IDevice& device, const std::string& gateway)
+Plan planGateway(IDevice& device, const std::string& gateway)
 {
+    const auto title = titleOf({"set-gateway", gateway});
     if (const auto fault = faultOfAddress(gateway); !fault.empty()) {
-        return refused(fault, networkmanager::status::kInvalidIpOrMask);
+        return refusedPlan(title, fault, networkmanager::status::kInvalidIpOrMask);
     }
     const auto address = iphelper::cleanupIP(gateway);
-    const auto operation = [&](Manager& manager) { return manager.setGateway(address); };
     const std::string reason = "the request was refused";
-    auto outcome = run(device, operation, reason);
-    if (outcome.isNothingToChange() && !isConfiguredGateway(device.files(), address)) {
-        outcome = run<SystemWithGateway>(device, operation, reason);
+    auto plan = makePlan(
+        device, title, [&](Manager& manager, PlanningSystem&) { return manager.setGateway(address); }, reason);
+    if (plan.outcome.isNothingToChange() && !isConfiguredGateway(device.files(), address)) {
+        const auto operation = [&](Manager& manager, PlanningSystem& system) {
+            system.ignoreGateway(); // whatever it is, it is to be written
+            return manager.setGateway(address);
+        };
+        plan = makePlan(device, title, operation, reason);
     }
-    if (outcome.status == networkmanager::status::kGatewayFromDhcp) {
+    if (plan.outcome.status == networkmanager::status::kGatewayFromDhcp) {
         const auto name = dhcpInterface(device);
-        outcome.reason += " " + name + " uses DHCP: give " + name + " a static address first (set-ip)";
+        plan.outcome.reason += " " + name + " uses DHCP: give " + name + " a static address first (set-ip)";
     }
-    return outcome;
+    return plan;
 }
 
-Outcome setDnsServer(IDevice& device, const std::string& address, unsigned int index)
+Plan planDnsServer(IDevice& device, const std::string& address, unsigned int index)
 {
+    const auto title = titleOf({"set-dns", std::to_string(index), address});
     if (const auto fault = faultOfAddress(address); !fault.empty()) {
-        return refused(fault);
+        return refusedPlan(title, fault);
     }
-    return run(device, [&](Manager& manager) { return manager.setDnsServer(iphelper::cleanupIP(address), index); }, {});
+    return makePlan(device, title, [&](Manager& manager, PlanningSystem&) {
+        return manager.setDnsServer(iphelper::cleanupIP(address), index);
+    });
 }
 
-Outcome setDnsDomain(IDevice& device, const std::string& domain)
+Plan planDnsDomain(IDevice& device, const std::string& domain)
 {
+    const auto title = titleOf({"set-domain", domain});
     if (const auto fault = faultOfText(domain); !fault.empty()) {
-        return refused(fault);
+        return refusedPlan(title, fault);
     }
-    return run(device, [&](Manager& manager) { return manager.setDnsDomain(domain); }, {});
+    return makePlan(device, title, [&](Manager& manager, PlanningSystem&) { return manager.setDnsDomain(domain); });
 }
 
-Outcome setRoutes(IDevice& device, const std::string& interfaceName, const std::string& routes)
+Plan planRoutes(IDevice& device, const std::string& interfaceName, const std::string& routes)
 {
-    for (const auto& fault : {faultOfText(routes, true), faultOfLengths(routes)}) {
-        if (!fault.empty()) {
-            return refused(fault);
-        }
+    const auto title = titleOf({"set-routes", interfaceName, routes});
+    if (const auto fault = faultOfText(routes, true); !fault.empty()) {
+        return refusedPlan(title, fault);
     }
     try {
-        auto outcome = run(
-            device, [&](Manager& manager) { return manager.setRoutes(interfaceName, canonicalRoutes(routes)); }, {});
-        if (const auto fault = faultOfRoutes(outcome.status); !fault.empty()) {
-            outcome.reason += ": " + fault;
+        auto plan = makePlan(device, title, [&](Manager& manager, PlanningSystem&) {
+            return manager.setRoutes(interfaceName, canonicalRoutes(routes));
+        });
+        if (const auto fault = faultOfRoutes(plan.outcome.status); !fault.empty()) {
+            plan.outcome.reason += ": " + fault;
         }
-        return outcome;
+        if (const auto fault = faultOfLengths(routes); !fault.empty()) {
+            plan.concerns = {fault};
+        }
+        return plan;
     } catch (const std::out_of_range& error) {
         const bool isUnknown = error.what() == std::string("map::at");
-        return refused(isUnknown ? "there is no managed interface '" + printable(interfaceName) + "'"
-                                 : "a route without \"gw=\", or a prefix length out of range");
+        return isUnknown ? unknownInterface(title, interfaceName)
+                         : refusedPlan(title, "a route without \"gw=\", or a prefix length out of range");
     }
+}
+
+Outcome setIp(IDevice& device, const std::string& interfaceName, const IpSettings& settings,
+              const ApplyOptions& options)
+{
+    return apply(device, planIp(device, interfaceName, settings), options);
+}
+
+Outcome setGateway(IDevice& device, const std::string& gateway, const ApplyOptions& options)
+{
+    return apply(device, planGateway(device, gateway), options);
+}
+
+Outcome setDnsServer(IDevice& device, const std::string& address, unsigned int index, const ApplyOptions& options)
+{
+    return apply(device, planDnsServer(device, address, index), options);
+}
+
+Outcome setDnsDomain(IDevice& device, const std::string& domain, const ApplyOptions& options)
+{
+    return apply(device, planDnsDomain(device, domain), options);
+}
+
+Outcome setRoutes(IDevice& device, const std::string& interfaceName, const std::string& routes,
+                  const ApplyOptions& options)
+{
+    return apply(device, planRoutes(device, interfaceName, routes), options);
 }
 
 } // namespace networkhost

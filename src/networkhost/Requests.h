@@ -2,32 +2,42 @@
 #pragma once
 
 #include "../base/IpSettings.h"
+#include "Apply.h"
 #include "IDevice.h"
-#include "Outcome.h"
+#include "Plan.h"
 
 #include <string>
 
-/// The set operations of a manager, with the reason of a refusal or failure. Each builds a manager of its own, which
-/// reads the files, and is through when the daemons are restarted: waitUntilLive() tells when they have the setting.
-/// The cells of a manager that runs follow with its next refresh, but for `routes`.
+/// The set operations of a manager as plans, with the reason of a refusal. Each builds a manager of its own, which
+/// reads the files and touches nothing; apply() and tryOut() carry the plan out. The second form of each applies it at
+/// once, and is through when the daemons are restarted: waitUntilLive() tells when they have the setting. The cells of
+/// a manager that runs follow with its next refresh, but for `routes`.
 ///
 /// No exceptions but std::bad_alloc. One call at a time for each device.
 namespace networkhost {
 
-/// "nothing to change" only when the settings are configured and live. A static interface that holds the gateway keeps
-/// the live one, or without one, as with the cable out, the configured one.
-Outcome setIp(IDevice& device, const std::string& interfaceName, const velbase2::nsa::common::IpSettings& settings);
+/// `settings.gateway` is the gateway of a static interface that holds it ("0.0.0.0" for none). When it is empty, the
+/// live one is kept, or without one, as with the cable out, the configured one.
+/// "nothing to change" only when the settings are configured and live.
+Plan planIp(IDevice& device, const std::string& interfaceName, const velbase2::nsa::common::IpSettings& settings);
+Outcome setIp(IDevice& device, const std::string& interfaceName, const velbase2::nsa::common::IpSettings& settings,
+              const ApplyOptions& options = {});
 
 /// "0.0.0.0" removes the gateway. "nothing to change" only when the gateway is configured and live.
-Outcome setGateway(IDevice& device, const std::string& gateway);
+Plan planGateway(IDevice& device, const std::string& gateway);
+Outcome setGateway(IDevice& device, const std::string& gateway, const ApplyOptions& options = {});
 
 /// "0.0.0.0" clears the slot.
-Outcome setDnsServer(IDevice& device, const std::string& address, unsigned int index);
+Plan planDnsServer(IDevice& device, const std::string& address, unsigned int index);
+Outcome setDnsServer(IDevice& device, const std::string& address, unsigned int index, const ApplyOptions& options = {});
 
 /// Control characters are refused: they would end the line of the file.
-Outcome setDnsDomain(IDevice& device, const std::string& domain);
+Plan planDnsDomain(IDevice& device, const std::string& domain);
+Outcome setDnsDomain(IDevice& device, const std::string& domain, const ApplyOptions& options = {});
 
 /// `routes` as for NetworkManagerImpl::setRoutes. Control characters are refused, but for line feeds.
-Outcome setRoutes(IDevice& device, const std::string& interfaceName, const std::string& routes);
+Plan planRoutes(IDevice& device, const std::string& interfaceName, const std::string& routes);
+Outcome setRoutes(IDevice& device, const std::string& interfaceName, const std::string& routes,
+                  const ApplyOptions& options = {});
 
 } // namespace networkhost

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "IDevice.h"
+#include "Outcome.h"
+#include "Plan.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+/// The steps that apply() and trials are made of. The caller holds the change lock.
+namespace networkhost {
+
+/// A file as it was before a change.
+struct SavedFile
+{
+    std::string path;
+    std::optional<std::string> text; // none: there was no file
+    Rights rights;
+    std::optional<std::string> changedTo; // the checksum of the text that the change gives it; none: it removes it
+};
+
+/// 16 hexadecimal digits.
+std::string checksumOf(const std::string& text);
+
+/// Why the plan must not be carried out now; empty when it may.
+std::string refusalOf(IDevice& device, const Plan& plan, bool force);
+
+/// The files of the plan as they are now.
+std::vector<SavedFile> savedFilesOf(IDevice& device, const Plan& plan);
+
+/// Runs the commands and writes the files. Stops at the first step that fails. `allowsInPlace`: see apply().
+Outcome carryOut(IDevice& device, const Plan& plan, bool allowsInPlace);
+
+/// Whether the files are as they were.
+bool areBack(const IFiles& files, const std::vector<SavedFile>& saved);
+
+/// Puts the files back: what differs from the saved one is replaced, what was not there is removed. Can be repeated.
+/// Where a file has no room to be replaced, it is written in place; in the place of somebody else's symbolic link comes
+/// the file. The failures, none when all files are back.
+std::vector<Failure> restoreFiles(IDevice& device, const std::vector<SavedFile>& saved);
+
+/// Makes the daemons read the files again, each that reads one of them. Those that did not, in words; "" when all did.
+std::string restartDaemons(IDevice& device, const std::vector<SavedFile>& files);
+
+} // namespace networkhost

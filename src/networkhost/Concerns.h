@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "Configuration.h"
+#include "LiveState.h"
+
+#include <string>
+#include <vector>
+
+/// What is doubtful about a configuration that the library and the daemons take, in sentences. Thread-safe.
+namespace networkhost {
+
+/// What would cut the device off, or never become live: addresses that are no host's, two interfaces in one subnet, a
+/// gateway or a route that leads nowhere, a search domain that is none. Of interfaces with DHCP, the live addresses
+/// count.
+std::vector<std::string> concernsOf(const Configuration& configuration, const LiveState& live);
+
+/// Routes from which the live gateway is misread.
+std::vector<std::string> misreadRoutes(const Configuration& configuration);
+
+} // namespace networkhost

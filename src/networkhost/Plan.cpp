@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: MIT
+#include "networkhost/Plan.h"
+
+#include "base/Paths.h"
+#include "networkhost/Concerns.h"
+#include "networkhost/LiveState.h"
+#include "networkmanager/BuiltInInterfaces.h"
+
+#include <algorithm>
+#include <array>
+#include <set>
+#include <sstream>
+#include <string_view>
+
+namespace networkhost {
+
+namespace paths = velbase2::system::paths;
+
+namespace {
+
+bool startsWith(const std::string& text, const std::string& beginning)
+{
+    return text.compare(0, beginning.size(), beginning) == 0;
+}
+
+bool endsWith(const std::string& text, const std::string& end)
+{
+    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+std::string trimmed(const std::string& line)
+{
+    const auto first = line.find_first_not_of(" \t\r");
+    return first == std::string::npos ? "" : line.substr(first, line.find_last_not_of(" \t\r") + 1 - first);
+}
+
+std::vector<std::string> trimmedLines(const std::optional<std::string>& text)
+{
+    std::vector<std::string> lines;
+    std::istringstream input(text.value_or(""));
+    std::string line;
+    while (std::getline(input, line)) {
+        lines.push_back(trimmed(line));
+    }
+    return lines;
+}
+
+/// What the library itself writes, and so takes away when it is asked for something else.
+bool isOwnKey(const std::string& path, const std::string& key)
+{
+    constexpr std::array<std::string_view, 6> kKeys = {"Name", "Address", "DHCP", "Gateway", "DNS", "Domains"};
+    return std::find(kKeys.begin(), kKeys.end(), key) != kKeys.end() ||
+           (endsWith(path, paths::kRoutesDropIn) && key == "Destination");
+}
+
+const FileChange* find(const Plan& plan, const std::string& path)
+{
+    const auto found =
+        std::find_if(plan.files.begin(), plan.files.end(), [&](const auto& file) { return file.path == path; });
+    return found == plan.files.end() ? nullptr : &*found;
+}
+
+/// What is in `after` and not in `before`.
+std::vector<std::string> added(const std::vector<std::string>& before, std::vector<std::string> after)
+{
+    const auto isOld = [&before](const std::string& text) {
+        return std::find(before.begin(), before.end(), text) != before.end();
+    };
+    after.erase(std::remove_if(after.begin(), after.end(), isOld), after.end());
+    return after;
+}
+
+} // namespace
+
+std::vector<std::string> droppedLines(const FileChange& file)
+{
+    const auto after = trimmedLines(file.after);
+    const bool hasMany = endsWith(file.path, paths::kRoutesDropIn); // sections of the same keys
+    std::string section;
+    std::set<std::string> seen; // own keys, one of each in each kind of section
+    std::vector<std::string> dropped;
+    for (const auto& line : trimmedLines(file.before)) {
+        if (line.empty() || line.front() == '[') {
+            section = line.empty() ? section : line;
+            continue;
+        }
+        const auto key = trimmed(line.substr(0, line.find('=')));
+        const bool isFirst = isOwnKey(file.path, key) && (seen.insert(section + key).second || hasMany);
+        if (!isFirst && std::find(after.begin(), after.end(), line) == after.end()) {
+            dropped.push_back(line);
+        }
+    }
+    return dropped;
+}
+
+void judge(IDevice& device, Plan& plan)
+{
+    const auto live = readLiveState(device);
+    const auto before = readConfiguration(device.files());
+    const auto after = readConfiguration(PlannedFiles(device.files(), plan));
+    plan.concerns = added(concernsOf(before, live), concernsOf(after, live));
+    plan.warnings = added(misreadRoutes(before), misreadRoutes(after));
+    for (const auto& file : plan.files) {
+        for (const auto& line : droppedLines(file)) {
+            plan.warnings.push_back(file.path + " loses the line '" + line + '\'');
+        }
+    }
+}
+
+Configuration concernedBy(const Plan& plan, const Configuration& configuration)
+{
+    const auto isConcerned = [&plan](const std::string& beginning) {
+        return std::any_of(plan.files.begin(), plan.files.end(),
+                           [&](const auto& file) { return startsWith(file.path, beginning); });
+    };
+    Configuration concerned;
+    for (const auto& builtIn : networkmanager::kBuiltInInterfaces) {
+        if (isConcerned(paths::ofInterface(builtIn.networkFile))) {
+            concerned.interfaces[builtIn.name] = configuration.interfaces.at(builtIn.name);
+        }
+    }
+    if (isConcerned(paths::kResolverDirectory)) {
+        concerned.dnsServers = configuration.dnsServers;
+        concerned.searchDomains = configuration.searchDomains;
+    }
+    return concerned;
+}
+
+std::error_code PlannedFiles::read(const std::string& path, std::string& text) const
+{
+    const auto* const planned = find(plan_, path);
+    if (planned == nullptr) {
+        return files_.read(path, text);
+    }
+    if (!planned->after) {
+        return std::make_error_code(std::errc::no_such_file_or_directory);
+    }
+    text = *planned->after;
+    return {};
+}
+
+std::error_code PlannedFiles::list(const std::string& directory, std::vector<std::string>& names) const
+{
+    std::vector<std::string> found;
+    if (const auto error = files_.list(directory, found)) {
+        return error;
+    }
+    std::set<std::string> all(found.begin(), found.end());
+    for (const auto& file : plan_.files) {
+        if (startsWith(file.path, directory)) {
+            const auto name = file.path.substr(directory.size());
+            file.after ? static_cast<void>(all.insert(name)) : static_cast<void>(all.erase(name));
+        }
+    }
+    names.assign(all.begin(), all.end());
+    return {};
+}
+
+} // namespace networkhost
