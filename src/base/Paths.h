@@ -15,6 +15,8 @@ inline constexpr const char* kHostname = "/etc/hostname";
 inline constexpr const char* kRouteTable = "/proc/net/route";
 inline constexpr const char* kInterfaceStates = "/sys/class/net/";
 
+inline constexpr const char* kBootId = "/proc/sys/kernel/random/boot_id"; // another one after each start
+
 inline constexpr const char* kLeases = "/run/systemd/netif/leases/"; // networkd's, named by interface index
 inline constexpr const char* kResolverState = "/run/systemd/resolve/resolv.conf"; // what resolved itself uses
 

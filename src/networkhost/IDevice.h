@@ -17,11 +17,18 @@ public:
     virtual networkmanager::ISystemIF& system() = 0;
     virtual IFiles& files() = 0;
 
-    /// On a clock that never goes back.
+    /// On a clock that never goes back and begins with the boot.
     virtual std::chrono::milliseconds now() const = 0;
 
     /// Returns when that time has gone by on this clock.
     virtual void pause(std::chrono::milliseconds duration) = 0;
+
+    /// Sees that a process of its own guards the pending trial (see Guard.h); one that does is enough. False when none
+    /// came up.
+    virtual bool startGuard() = 0;
+
+    /// Whether an unconfirmed trial is rolled back at the next boot.
+    virtual bool hasBootGuard() = 0;
 };
 
 } // namespace networkhost

@@ -1,18 +1,87 @@
 // SPDX-License-Identifier: MIT
 #include "networkhost/RealDevice.h"
 
+#include "base/ExecuteCommand.h"
+#include "networkhost/Record.h"
+
+#include <ctime>
 #include <thread>
+#include <utility>
 
 namespace networkhost {
+namespace {
+
+using velbase2::system::executeCommand;
+
+bool isGood(const std::string& command)
+{
+    return executeCommand(command).returnCode == 0;
+}
+
+std::string quoted(const std::string& word)
+{
+    std::string text;
+    for (const char character : word) {
+        text += character == '\'' ? "'\\''" : std::string(1, character);
+    }
+    return '\'' + text + '\'';
+}
+
+} // namespace
+
+RealDevice::RealDevice(std::string velnetctl) : velnetctl_(std::move(velnetctl)) {}
 
 std::chrono::milliseconds RealDevice::now() const
 {
-    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch());
+    ::timespec time = {};
+    ::clock_gettime(CLOCK_BOOTTIME, &time); // goes on while the device sleeps
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::seconds(time.tv_sec) +
+                                                                 std::chrono::nanoseconds(time.tv_nsec));
 }
 
 void RealDevice::pause(std::chrono::milliseconds duration)
 {
     std::this_thread::sleep_for(duration);
+}
+
+bool RealDevice::startGuard()
+{
+    using std::chrono::seconds;
+    if (waitForGuard(seconds(0))) {
+        return true;
+    }
+    const bool isUnitActive = isGood("systemctl is-active --quiet velnet-guard.path"); // it has seen the record
+    if (isUnitActive && waitForGuard(seconds(3))) {
+        return true;
+    }
+    // As a unit of its own it survives that of the caller, and comes back when it is killed.
+    const auto guard = quoted(velnetctl_) + " guard";
+    if (isGood("systemd-run --quiet --collect --property=Restart=on-failure " + guard) && waitForGuard(seconds(3))) {
+        return true;
+    }
+    return isGood(guard + " --detach") && waitForGuard(seconds(5));
+}
+
+bool RealDevice::hasBootGuard()
+{
+    return executeCommand("systemctl is-enabled velnet-guard-boot.service").output ==
+           "enabled\n"; // not for this boot only
+}
+
+bool RealDevice::waitForGuard(std::chrono::milliseconds limit)
+{
+    constexpr std::chrono::milliseconds kPause(10);
+    const auto end = now() + limit;
+    do {
+        std::unique_ptr<IFiles::Lock> lock;
+        std::string holder;
+        if (files_.tryLock(kGuardLock, lock, holder) == std::errc::operation_would_block) {
+            return true;
+        }
+        lock.reset(); // for the guard
+        pause(kPause);
+    } while (now() < end);
+    return false;
 }
 
 } // namespace networkhost

@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <memory>
+#include <string>
 
 namespace networkhost {
 
@@ -14,12 +15,20 @@ namespace networkhost {
 class RealDevice : public IDevice
 {
 public:
+    /// `velnetctl`: the program to run as a guard where systemd has none; looked for in PATH when it is no path.
+    explicit RealDevice(std::string velnetctl = "velnetctl");
+
     networkmanager::ISystemIF& system() override { return *system_; }
     IFiles& files() override { return files_; }
     std::chrono::milliseconds now() const override;
     void pause(std::chrono::milliseconds duration) override;
+    bool startGuard() override;
+    bool hasBootGuard() override;
 
 private:
+    bool waitForGuard(std::chrono::milliseconds limit);
+
+    std::string velnetctl_;
     std::unique_ptr<networkmanager::ISystemIF> system_ = networkmanager::SystemIF_Factory();
     RealFiles files_;
 };

@@ -4,6 +4,7 @@
 #include "base/IpHelper.h"
 #include "base/Paths.h"
 #include "networkhost/Addresses.h"
+#include "networkhost/Guard.h"
 #include "networksimulation/Files.h"
 #include "networksimulation/System.h"
 
@@ -97,6 +98,10 @@ void Device::settle()
 void Device::reboot()
 {
     const std::lock_guard guard(lock_);
+    texts_[paths::kBootId] = "boot " + std::to_string(++boots_) + '\n';
+    if (hasGuards_) {
+        networkhost::restoreAtBoot(*this, [](const std::string&) {});
+    }
     networkd_.restart();
     resolved_.restart();
     settle();
@@ -192,11 +197,29 @@ void Device::hang(const std::string& daemon)
     hangs_[daemon] = false;
 }
 
+void Device::removeGuards()
+{
+    const std::lock_guard guard(lock_);
+    hasGuards_ = false;
+}
+
+bool Device::startGuard()
+{
+    const std::lock_guard guard(lock_);
+    return hasGuards_;
+}
+
+bool Device::hasBootGuard()
+{
+    return startGuard();
+}
+
 void Device::repair()
 {
     const std::lock_guard guard(lock_);
     failingWrites_.clear();
     failingCommands_.clear();
+    hasGuards_ = true;
     for (const auto& [daemon, isWaiting] : std::exchange(hangs_, {})) {
         if (isWaiting) {
             restart(daemon);
@@ -266,6 +289,26 @@ bool Device::remove(const std::string& path, int& error)
     return true;
 }
 
+bool Device::rename(const std::string& from, const std::string& to, int& error)
+{
+    const std::lock_guard guard(lock_);
+    const auto fault = failingWrites_.find(to);
+    if (fault != failingWrites_.end() || texts_.count(from) == 0) {
+        error = fault == failingWrites_.end() ? ENOENT : fault->second;
+        return false;
+    }
+    texts_[to] = texts_[from];
+    texts_.erase(from);
+    events_.push_back(renamed(from, to));
+    return true;
+}
+
+void Device::makeDirectory(const std::string& path)
+{
+    const std::lock_guard guard(lock_);
+    directories_.insert(path + '/');
+}
+
 bool Device::run(const std::string& command, std::string& errorOutput)
 {
     const std::lock_guard guard(lock_);
@@ -315,7 +358,8 @@ std::optional<std::vector<std::string>> Device::list(const std::string& director
             names.insert(rest.substr(0, rest.find('/')));
         }
     }
-    if (names.empty() && std::find(shipped.begin(), shipped.end(), beginning) == shipped.end()) {
+    if (names.empty() && directories_.count(beginning) == 0 &&
+        std::find(shipped.begin(), shipped.end(), beginning) == shipped.end()) {
         return std::nullopt;
     }
     return std::vector<std::string>(names.begin(), names.end());

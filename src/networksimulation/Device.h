@@ -14,6 +14,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,10 @@ public:
     std::chrono::milliseconds now() const override;
     void pause(std::chrono::milliseconds duration) override { advance(duration); }
 
+    /// True, until removeGuards(). No guard runs by itself: networkhost::guardTrials() is one, on the caller's thread.
+    bool startGuard() override;
+    bool hasBootGuard() override;
+
     /// For a manager, which owns its system interface. The device outlives it.
     std::unique_ptr<networkmanager::ISystemIF> makeSystem();
 
@@ -53,7 +58,8 @@ public:
     /// Until the daemons have nothing left to do.
     void settle();
 
-    /// Starts both daemons with the present files, and settles.
+    /// Rolls back a trial that was not confirmed, unless there are no guards, starts both daemons with the present
+    /// files, and settles.
     void reboot();
 
     // Hardware and surroundings. Unknown names throw std::out_of_range.
@@ -89,6 +95,9 @@ public:
     /// std::invalid_argument for another name.
     void hang(const std::string& daemon);
 
+    /// As on a device without the units of packaging/, and without velnetctl.
+    void removeGuards();
+
     /// Ends all faults; what hung goes on.
     void repair();
 
@@ -111,11 +120,16 @@ private:
     std::optional<std::vector<std::string>> list(const std::string& directory) const;
     bool write(const std::string& path, const std::string& text, int& error);
     bool remove(const std::string& path, int& error);
+    bool rename(const std::string& from, const std::string& to, int& error);
+    void makeDirectory(const std::string& path);
     bool run(const std::string& command, std::string& errorOutput);
     void restart(const std::string& daemon);
 
     mutable std::recursive_mutex lock_;
     std::map<std::string, std::string> texts_; // of files, by path
+    std::set<std::string> directories_;        // made since, with a slash at the end
+    int boots_ = 0;
+    bool hasGuards_ = true;
     std::vector<Event> events_;
     std::map<std::string, int> failingWrites_;           // errno values by path
     std::map<std::string, std::string> failingCommands_; // words by the beginning of the command

@@ -29,6 +29,11 @@ Event removed(const std::string& path)
     return {"removed", path, {}};
 }
 
+Event renamed(const std::string& from, const std::string& to)
+{
+    return {"renamed", from, to};
+}
+
 Event ran(const std::string& command)
 {
     return {"ran", command, {}};

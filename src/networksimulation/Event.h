@@ -30,6 +30,9 @@ Event failedToWrite(const std::string& path, const std::string& text);
 /// A file was removed.
 Event removed(const std::string& path);
 
+/// A file got another name.
+Event renamed(const std::string& from, const std::string& to);
+
 /// A command was run and returned 0, or did not.
 Event ran(const std::string& command);
 Event failedToRun(const std::string& command);

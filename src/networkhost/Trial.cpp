@@ -1,0 +1,285 @@
+// SPDX-License-Identifier: MIT
+#include "networkhost/Trial.h"
+
+#include "networkhost/CarryOut.h"
+#include "networkhost/ChangeLock.h"
+#include "networkhost/LockHolder.h"
+#include "networkhost/Missing.h"
+#include "networkhost/Record.h"
+#include "networkhost/RollBack.h"
+
+#include <algorithm>
+
+namespace networkhost {
+
+using std::chrono::milliseconds;
+
+namespace {
+
+std::string secondsText(milliseconds time)
+{
+    constexpr milliseconds kSecond(1000);
+    return std::to_string((std::max(time, milliseconds(0)) + kSecond - milliseconds(1)) / kSecond) + " s";
+}
+
+bool isThere(const IFiles& files, const std::string& path)
+{
+    std::string text;
+    return files.read(path, text) != std::errc::no_such_file_or_directory;
+}
+
+Outcome failed(const std::string& step, const std::error_code& error)
+{
+    auto outcome = refused("");
+    outcome.failures = {{Failure::Step::WriteFile, step, error, {}}};
+    outcome.reason = textOf(outcome.failures);
+    return outcome;
+}
+
+/// Puts the record in place, and sees that somebody guards it. Until then the configuration is untouched.
+Outcome arm(IDevice& device, const Record& record)
+{
+    auto& files = device.files();
+    auto error = files.makeDirectory(kTrialDirectory);
+    error = error ? error : files.remove(kConfirmed);
+    error = error ? error : files.remove(kRolledBack);
+    error = error ? error : writeRecord(files, kTrial, record);
+    if (error) {
+        files.remove(kTrial); // it may be there, but for its sync
+        return failed(kTrial, error);
+    }
+    if (!device.startGuard()) {
+        files.remove(kTrial);
+        return refused("no guard came up that would roll the trial back");
+    }
+    Outcome armed;
+    armed.isDone = true;
+    return armed;
+}
+
+/// The pending trial's deadline, in one step. False when the trial is over.
+bool moveDeadline(IDevice& device, Record& record, milliseconds time, bool isLive)
+{
+    Record present;
+    if (readRecord(device.files(), kTrial, present) || present.deadline != record.deadline) {
+        return false;
+    }
+    present.deadline = device.now() + time;
+    present.isLive = isLive;
+    if (writeRecord(device.files(), kTrial, present)) {
+        return false;
+    }
+    record = present;
+    return true;
+}
+
+/// Waits for the setting; ends early when somebody confirms or rolls back.
+Missing waitForTrial(IDevice& device, const Configuration& wanted, const Configuration& before, milliseconds limit)
+{
+    constexpr milliseconds kSlice(200);
+    const auto end = device.now() + limit;
+    Missing lacking;
+    do {
+        lacking = waitUntilLive(device, wanted, std::min(kSlice, end - device.now()), before);
+    } while (!lacking.empty() && device.now() < end && isThere(device.files(), kTrial));
+    return lacking;
+}
+
+Outcome rolledBack(IDevice& device, Outcome outcome, const std::string& why)
+{
+    const auto back = rollBack(device, why);
+    outcome.isDone = false;
+    outcome.reason = why;
+    outcome.notes.push_back(back.isDone ? "the previous settings are back" : back.reason);
+    outcome.notes.insert(outcome.notes.end(), back.notes.begin(), back.notes.end());
+    return outcome;
+}
+
+/// Of a trial that is not to go on: rolls it back, unless somebody else has ended it.
+Outcome ended(IDevice& device, Outcome outcome, const std::string& why)
+{
+    if (isThere(device.files(), kTrial)) {
+        return rolledBack(device, outcome, why);
+    }
+    const auto state = endOfTrial(device);
+    outcome.isDone = state.kind == TrialState::Kind::Confirmed;
+    outcome.reason = outcome.isDone ? "" : state.text();
+    return outcome;
+}
+
+} // namespace
+
+Outcome tryOut(IDevice& device, const Plan& plan, const TrialOptions& options)
+{
+    if (!plan.outcome.isDone || plan.files.empty()) {
+        return plan.outcome;
+    }
+    const bool isRebootCovered = device.hasBootGuard();
+    if (options.requiresBootGuard && !isRebootCovered) {
+        return refused(
+            "nothing restores an unconfirmed trial at the next boot: velnet-guard-boot.service is not enabled");
+    }
+    auto turn = lockChanges(device);
+    if (!turn.refusal.empty()) {
+        return refused(turn.refusal);
+    }
+    if (const auto refusal = refusalOf(device, plan, options.force); !refusal.empty()) {
+        return refused(refusal);
+    }
+    const auto before = concernedBy(plan, readConfiguration(device.files()));
+    const auto limit = options.wait + options.time;
+    Record record;
+    record.title = plan.title;
+    record.by = thisProcess();
+    record.boot = bootId(device.files());
+    record.deadline = device.now() + limit;
+    record.files = savedFilesOf(device, plan);
+    if (record.boot.empty()) {
+        return refused("the id of this boot cannot be read: the trial could not be told from one of an earlier boot");
+    }
+    if (auto armed = arm(device, record); !armed.isDone) {
+        return armed;
+    }
+    auto outcome = carryOut(device, plan, false);
+    const bool isRecorded = outcome.isDone && moveDeadline(device, record, limit, false);
+    turn.lock.reset();
+    if (!isRecorded) {
+        return ended(device, outcome, outcome.isDone ? "its deadline could not be recorded" : outcome.reason);
+    }
+    if (!isRebootCovered) {
+        outcome.notes.emplace_back("a reboot is not covered: velnet-guard-boot.service is not enabled");
+    }
+    const auto wanted = concernedBy(plan, readConfiguration(device.files()));
+    const auto lacking = waitForTrial(device, wanted, before, options.wait);
+    turn = lockChanges(device);
+    if (lacking.empty() && turn.refusal.empty() && moveDeadline(device, record, options.time, true)) {
+        return outcome;
+    }
+    turn.lock.reset();
+    return ended(device, outcome,
+                 lacking.empty() ? "its countdown could not be recorded"
+                                 : "after " + secondsText(options.wait) + " the live state still lacked " + lacking);
+}
+
+Outcome confirmTrial(IDevice& device)
+{
+    const auto turn = lockChanges(device);
+    if (!turn.refusal.empty()) {
+        return refused(turn.refusal);
+    }
+    Record record;
+    if (const auto error = readRecord(device.files(), kTrial, record)) {
+        return refused(trialState(device).isPending() ? trialState(device).text() : "no trial is pending");
+    }
+    for (const auto& file : record.files) {
+        std::string text;
+        const bool isOld = !device.files().read(file.path, text) ? file.text == text : !file.text.has_value();
+        if (isOld && (file.text ? file.changedTo != checksumOf(*file.text) : file.changedTo.has_value())) {
+            return refused(file.path + " has not been changed: the trial was broken off, and will be rolled back");
+        }
+    }
+    Outcome outcome;
+    if (const auto error = device.files().rename(kTrial, kConfirmed)) {
+        if (!isThere(device.files(), kConfirmed)) {
+            return isThere(device.files(), kTrial) ? failed(kConfirmed, error)
+                                                   : refused("the trial is over: it is rolled back");
+        }
+        outcome.notes.push_back("a power cut at this moment would roll it back: " + error.message());
+    }
+    outcome.isDone = true;
+    return outcome;
+}
+
+Outcome rollBack(IDevice& device, const std::string& why)
+{
+    return rollBackTrial(device, why, {});
+}
+
+bool TrialState::isPending() const
+{
+    return kind != Kind::None && kind != Kind::Confirmed && kind != Kind::RolledBack;
+}
+
+std::string TrialState::text() const
+{
+    const auto pending = "a trial is pending: " + title + ", by " + by;
+    switch (kind) {
+    case Kind::None:
+        return "no trial is pending";
+    case Kind::Waiting:
+        return pending + "; it is not live yet, and is rolled back in " + secondsText(left);
+    case Kind::Counting:
+        return pending + "; it is rolled back in " + secondsText(left) + " unless it is confirmed (velnetctl confirm)";
+    case Kind::RollingBack:
+        return "a trial is pending: " + title + " is being rolled back";
+    case Kind::Unreadable:
+        return "a trial is pending, but its record cannot be read: " + why;
+    case Kind::Confirmed:
+        return "no trial is pending; the last one, " + title + ", was confirmed";
+    case Kind::RolledBack:
+        return "no trial is pending; the last one, " + title + ", was rolled back: " + why;
+    }
+    return {};
+}
+
+TrialState endOfTrial(IDevice& device)
+{
+    constexpr milliseconds kPause(50);
+    constexpr milliseconds kLimit(30000);
+    const auto end = device.now() + kLimit;
+    auto state = trialState(device);
+    while (state.kind == TrialState::Kind::RollingBack && device.now() < end) {
+        wakeGuard(device);
+        device.pause(kPause);
+        state = trialState(device);
+    }
+    return state;
+}
+
+void wakeGuard(IDevice& device)
+{
+    const auto state = trialState(device);
+    if (state.isPending() && state.kind != TrialState::Kind::Unreadable) {
+        device.startGuard();
+    }
+}
+
+TrialState trialState(IDevice& device)
+{
+    using Kind = TrialState::Kind;
+    struct Name
+    {
+        const char* path;
+        Kind kind;
+    };
+    for (const auto& [path, kind] : {Name{kTrial, Kind::Waiting}, Name{kRollback, Kind::RollingBack},
+                                     Name{kConfirmed, Kind::Confirmed}, Name{kRolledBack, Kind::RolledBack}}) {
+        Record record;
+        const auto error = readRecord(device.files(), path, record);
+        if (error == std::errc::no_such_file_or_directory) {
+            continue;
+        }
+        TrialState state;
+        state.kind = kind;
+        if (error) {
+            state.kind = state.isPending() ? Kind::Unreadable : Kind::None;
+            state.why = error == std::errc::bad_message
+                            ? std::string("it is damaged; nothing is touched; look into ") + kTrialDirectory +
+                                  ", and remove trial and rollback there to go on"
+                            : error.message();
+            return state;
+        }
+        state.kind = kind == Kind::Waiting && record.isLive ? Kind::Counting : kind;
+        state.title = record.title;
+        state.by = record.by;
+        state.isOfEarlierBoot = record.boot != bootId(device.files());
+        state.left = state.isOfEarlierBoot ? milliseconds(0) : record.deadline - device.now();
+        state.why = record.why;
+        std::transform(record.files.begin(), record.files.end(), std::back_inserter(state.files),
+                       [](const auto& file) { return file.path; });
+        return state;
+    }
+    return {};
+}
+
+} // namespace networkhost

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "IDevice.h"
+#include "Outcome.h"
+#include "Plan.h"
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+/// A change that goes back by itself unless it is confirmed: whatever becomes of the terminal, the process or the power
+/// supply. Its record lies with the configuration, and a guard in a process of its own rolls back (see Guard.h).
+///
+/// Safe to call from any thread and process: confirming and rolling back exclude each other.
+namespace networkhost {
+
+struct TrialOptions
+{
+    std::chrono::seconds time{60};                             // to confirm in, from when the setting is live
+    std::chrono::milliseconds wait = std::chrono::seconds(30); // at most, for the setting to become live
+    bool force = false;                                        // whatever the plan's concerns
+    bool requiresBootGuard = false;                            // refuse when a reboot is not covered
+};
+
+/// Carries out the plan as apply() does, but never in place, and waits until the live state shows it. When it is done,
+/// the countdown runs: confirmTrial() keeps the setting, and otherwise the previous files come back. When a step failed
+/// or the setting did not become live, they are back already, and the reason says what was lacking.
+Outcome tryOut(IDevice& device, const Plan& plan, const TrialOptions& options = {});
+
+/// Keeps the settings of the pending trial, for good once it is done.
+Outcome confirmTrial(IDevice& device);
+
+/// Brings the previous files back, byte for byte with mode and owner, and restarts the daemons. What somebody else has
+/// written meanwhile is kept beside the record. `why` is told to whoever asks.
+Outcome rollBack(IDevice& device, const std::string& why);
+
+/// How the pending trial, or else the last one, stands.
+struct TrialState
+{
+    enum class Kind { None, Waiting, Counting, RollingBack, Unreadable, Confirmed, RolledBack };
+
+    Kind kind = Kind::None;
+    std::string title;                // "set-ip remote 10.0.0.5/24"
+    std::string by;                   // "process 812 (velnetctl)"
+    std::chrono::milliseconds left{}; // until it is rolled back
+    std::string why;                  // it was rolled back, or cannot be read
+    std::vector<std::string> files;   // paths
+    bool isOfEarlierBoot = false;     // and so its time is over
+
+    /// Until it is over, other changes are refused.
+    bool isPending() const;
+
+    /// In a sentence: "a trial is pending: ...".
+    std::string text() const;
+};
+
+TrialState trialState(IDevice& device);
+
+/// The same, but waits while a roll-back is at work, 30 s at most.
+TrialState endOfTrial(IDevice& device);
+
+/// Starts a guard for a pending trial that has lost its own: both were killed, and systemd has none.
+void wakeGuard(IDevice& device);
+
+} // namespace networkhost
