@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "IDevice.h"
+#include "IFiles.h"
+#include "Plan.h"
+
+#include <string>
+#include <vector>
+
+/// All that is configured as one document, to keep, compare and give to another device. Its form, in JSON:
+/// docs/settings.schema.json. No exceptions but std::bad_alloc.
+namespace networkhost {
+
+/// The document of what is configured. What the form has no place for, as a second address, stands in it as a text
+/// that planSettings() refuses.
+std::string saveSettings(const IReadableFiles& files);
+
+/// Makes the files ask for what the document says, and for nothing else; a part that does so already is not written.
+/// "nothing to change" when all of them do, whatever is live. Refused for the document's faults, and when a file that
+/// the library does not write asks for something else.
+Plan planSettings(IDevice& device, const std::string& document);
+
+/// What is wrong with the document, each with its place: "interfaces.remote.routes[1].gateway: not an IPv4 address". Of
+/// text that is no JSON, the first fault with line and column.
+std::vector<std::string> faultsOfSettings(const std::string& document);
+
+} // namespace networkhost
