@@ -6,6 +6,7 @@
 #include "networkhost/Checks.h"
 #include "networkhost/DaemonFile.h"
 #include "networkhost/LiveState.h"
+#include "networkhost/LockHolder.h"
 #include "networkhost/Missing.h"
 #include "networkhost/Text.h"
 #include "networkmanager/Refresher.h"
@@ -34,6 +35,13 @@ std::vector<std::string> partsOf(const std::string& step)
     }
     parts.push_back(step.substr(begin));
     return parts;
+}
+
+void replaceAll(std::string& text, const std::string& old, const std::string& replacement)
+{
+    for (auto at = text.find(old); !old.empty() && at != std::string::npos; at = text.find(old, at)) {
+        text.replace(at, old.size(), replacement);
+    }
 }
 
 } // namespace
@@ -87,9 +95,7 @@ std::string Step::textAfter(std::size_t count) const
     const std::map<std::string, std::string> escapes = {
         {"\\e", "\x1b"}, {"\\n", "\n"}, {"\\r", "\r"}, {"\\t", "\t"}, {"\\s", " "}};
     for (const auto& [escape, meant] : escapes) {
-        for (auto at = text.find(escape); at != std::string::npos; at = text.find(escape, at)) {
-            text.replace(at, escape.size(), meant);
-        }
+        replaceAll(text, escape, meant);
     }
     return text;
 }
@@ -128,10 +134,8 @@ std::string Scenario::run(const std::string& step)
     settle();
     refresh();
     auto text = told_ + changesSince(std::exchange(shown_, liveText()));
-    for (auto position = text.find(lease_); !lease_.empty() && position != std::string::npos;
-         position = text.find(lease_)) {
-        text.replace(position, lease_.size(), "LEASE");
-    }
+    replaceAll(text, lease_, "LEASE");
+    replaceAll(text, networkhost::thisProcess(), "PROCESS");
     return text;
 }
 

@@ -3,8 +3,8 @@
 
 #include "networkhost/Backend.h"
 #include "networkhost/IDevice.h"
-#include "networkhost/ReportingSystem.h"
 #include "networkmanager/NetworkManagerImpl.h"
+#include "networkmanager/system/SystemIF.h"
 
 #include <functional>
 #include <string>

@@ -45,6 +45,10 @@ private:
         } else if (verb == "router") {
             device_.setDhcpServer("remote", {"192.168.50.100", "255.255.255.0", step.word(1), {}});
             device_.reboot();
+        } else if (verb == "reboot") {
+            device_.reboot();
+        } else if (verb == "no-guards") {
+            device_.removeGuards();
         } else if (verb == "repair") {
             device_.repair();
         } else if (verb == "load") {

@@ -1,25 +1,33 @@
 // SPDX-License-Identifier: MIT
 #include "Change.h"
 
+#include "PlanText.h"
+#include "Trial.h"
 #include "base/IpHelper.h"
-#include "networkhost/Addresses.h"
+#include "networkhost/Apply.h"
 #include "networkhost/Checks.h"
 #include "networkhost/Configuration.h"
 #include "networkhost/LiveState.h"
 #include "networkhost/Missing.h"
 #include "networkhost/Requests.h"
+#include "networkhost/Settings.h"
 #include "networkhost/Text.h"
-#include "networkmanager/BuiltInInterfaces.h"
+#include "networkhost/Trial.h"
 #include "networkmanager/RequestStatus.h"
 #include "networkmanager/system/Helper.h"
 
 #include <algorithm>
 #include <cctype>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
 
 namespace velnetctl {
 
 using networkhost::Configuration;
 using networkhost::Outcome;
+using networkhost::Plan;
 using velbase2::nsa::common::IpSettings;
 namespace iphelper = velbase2::system::iphelper;
 
@@ -28,12 +36,6 @@ namespace {
 constexpr const char* kNone = "none";
 constexpr const char* kNoAddress = "0.0.0.0";
 constexpr auto kTimeToSettle = std::chrono::seconds(3);
-
-const networkmanager::BuiltInInterface& gatewayInterface()
-{
-    return *std::find_if(networkmanager::kBuiltInInterfaces.begin(), networkmanager::kBuiltInInterfaces.end(),
-                         [](const auto& entry) { return entry.holdsGateway; });
-}
 
 /// A change of the gateway while an address is away would lose it: it is read from the live state.
 void settle(Session& session, const std::string& interfaceName)
@@ -46,17 +48,29 @@ void settle(Session& session, const std::string& interfaceName)
     }
 }
 
-/// Prints the outcome. True unless the request was refused or failed.
-bool report(Session& session, const Outcome& outcome)
+/// Prints why there is no change, or what went wrong with it.
+void printFailure(Session& session, const Outcome& outcome)
 {
-    if (outcome.isDone || outcome.isNothingToChange()) {
-        const bool isSilent = outcome.status.empty(); // the library emits nothing for DNS
-        session.output << (isSilent ? networkmanager::status::kOk : outcome.status) << std::endl;
-        return true;
-    }
     const bool isStatusToo = outcome.status == networkmanager::status::kInvalidIpOrMask;
     fail(session, isStatusToo ? outcome.status + ": " + outcome.reason : outcome.reason);
-    return false;
+    for (const auto& note : outcome.notes) {
+        fail(session, note);
+    }
+}
+
+/// True unless the request was refused or failed.
+bool report(Session& session, const Outcome& outcome)
+{
+    if (!outcome.isDone && !outcome.isNothingToChange()) {
+        printFailure(session, outcome);
+        return false;
+    }
+    const bool isSilent = outcome.status.empty(); // the library emits nothing for DNS
+    session.output << (isSilent ? networkmanager::status::kOk : outcome.status) << std::endl;
+    for (const auto& note : outcome.notes) {
+        warn(session, note);
+    }
+    return true;
 }
 
 std::string shownBy(const networkhost::LiveState& live)
@@ -69,15 +83,13 @@ std::string shownBy(const networkhost::LiveState& live)
     return text + "gateway " + networkhost::toText(live.gateway);
 }
 
-/// Waits for what `select` takes of the configuration.
-template <class Select>
-bool awaitEffect(Session& session, Wait wait, const Configuration& before, Select select)
+bool awaitEffect(Session& session, Seconds wait, const Plan& plan, const Configuration& before)
 {
     if (!wait) {
         return true;
     }
-    const auto wanted = select(networkhost::readConfiguration(session.device.files()));
-    const auto lacking = networkhost::waitUntilLive(session.device, wanted, *wait, select(before));
+    const auto wanted = concernedBy(plan, networkhost::readConfiguration(session.device.files()));
+    const auto lacking = networkhost::waitUntilLive(session.device, wanted, *wait, concernedBy(plan, before));
     if (!lacking.empty()) {
         fail(session, "after " + std::to_string(wait->count()) + " s the live state still lacks " + lacking +
                           "; it shows " + shownBy(networkhost::readLiveState(session.device)));
@@ -85,10 +97,56 @@ bool awaitEffect(Session& session, Wait wait, const Configuration& before, Selec
     return lacking.empty();
 }
 
-bool awaitInterface(Session& session, Wait wait, const Configuration& before, const std::string& interfaceName)
+bool tryPlan(Session& session, const Plan& plan, const ChangeOptions& options)
 {
-    return awaitEffect(session, wait, before,
-                       [&](const Configuration& configuration) { return onlyInterface(configuration, interfaceName); });
+    networkhost::TrialOptions trial;
+    trial.time = *options.trial;
+    trial.wait = options.wait.value_or(std::chrono::duration_cast<std::chrono::seconds>(trial.wait));
+    trial.force = true; // the concerns have been looked at
+    trial.requiresBootGuard = options.requiresBootGuard;
+    const auto outcome = networkhost::tryOut(session.device, plan, trial);
+    if (!outcome.isDone) {
+        printFailure(session, outcome);
+        return false;
+    }
+    for (const auto& note : outcome.notes) {
+        warn(session, note);
+    }
+    return awaitConfirmation(session, trial.time);
+}
+
+bool carryOut(Session& session, const Plan& plan, const ChangeOptions& options)
+{
+    for (const auto& warning : plan.warnings) {
+        warn(session, warning);
+    }
+    if (options.dryRun) {
+        printPlan(session, plan, options.json);
+    }
+    if (!plan.outcome.isDone) {
+        return (options.dryRun && plan.outcome.isNothingToChange()) || report(session, plan.outcome);
+    }
+    if (const auto trial = trialState(session.device); !options.dryRun && trial.isPending()) {
+        wakeGuard(session.device);
+        fail(session, trial.text());
+        return false;
+    }
+    if (!options.force && !plan.concerns.empty()) {
+        for (const auto& concern : plan.concerns) {
+            fail(session, concern);
+        }
+        fail(session, "nothing is changed; --force does it all the same");
+        return false;
+    }
+    if (options.dryRun) {
+        return true;
+    }
+    if (options.trial) {
+        return tryPlan(session, plan, options);
+    }
+    const auto before = networkhost::readConfiguration(session.device.files());
+    return report(session, networkhost::apply(session.device, plan, {true})) &&
+           awaitEffect(session, options.wait, plan, before);
 }
 
 std::string lowerCase(std::string text)
@@ -125,69 +183,88 @@ IpSettings requestedSettings(const std::string& address, const std::string& mask
     return settings;
 }
 
-void warnOfGateway(Session& session, const IpSettings& settings)
+/// "" for none given.
+std::string addressOrNone(const std::string& text)
 {
-    const auto gateway = session.device.system().getGateway();
-    const bool isOutside =
-        networkhost::networkOf(gateway, settings.mask) != networkhost::networkOf(settings.ip, settings.mask);
-    if (!gateway.empty() && !settings.dhcp && isOutside) {
-        warn(session,
-             "the gateway " + gateway + " is carried over and does not lie in the new subnet: its route will not come");
-    }
+    return lowerCase(text) == kNone ? kNoAddress : text;
+}
+
+std::string readAll(std::istream& input)
+{
+    return {std::istreambuf_iterator<char>(input), {}};
 }
 
 } // namespace
 
 bool setIp(Session& session, const std::string& interfaceName, const std::string& address, const std::string& mask,
-           Wait wait)
+           const std::string& gateway, const ChangeOptions& options)
 {
     if (const auto fault = faultOf(address, mask); !fault.empty()) {
         fail(session, std::string(networkmanager::status::kInvalidIpOrMask) + ": " + fault);
         return false;
     }
-    const auto settings = requestedSettings(address, mask);
+    auto settings = requestedSettings(address, mask);
+    settings.gateway = addressOrNone(gateway);
     settle(session, interfaceName);
-    if (interfaceName == gatewayInterface().name) {
-        warnOfGateway(session, settings);
-    }
-    const auto before = networkhost::readConfiguration(session.device.files());
-    return report(session, networkhost::setIp(session.device, interfaceName, settings)) &&
-           awaitInterface(session, wait, before, interfaceName);
+    return carryOut(session, networkhost::planIp(session.device, interfaceName, settings), options);
 }
 
-bool setGateway(Session& session, const std::string& gateway, Wait wait)
+bool setGateway(Session& session, const std::string& gateway, const ChangeOptions& options)
 {
-    const auto address = lowerCase(gateway) == kNone ? kNoAddress : gateway;
-    const std::string interfaceName = gatewayInterface().name;
+    const auto address = addressOrNone(gateway);
     if (networkhost::faultOfAddress(address).empty()) {
-        settle(session, interfaceName);
+        settle(session, networkhost::gatewayInterface());
     }
-    const auto before = networkhost::readConfiguration(session.device.files());
-    return report(session, networkhost::setGateway(session.device, address)) &&
-           awaitInterface(session, wait, before, interfaceName);
+    return carryOut(session, networkhost::planGateway(session.device, address), options);
 }
 
-bool setDns(Session& session, unsigned int index, const std::string& address, Wait wait)
+bool setDns(Session& session, unsigned int index, const std::string& address, const ChangeOptions& options)
 {
-    const auto server = lowerCase(address) == kNone ? kNoAddress : address;
-    const auto before = networkhost::readConfiguration(session.device.files());
-    return report(session, networkhost::setDnsServer(session.device, server, index)) &&
-           awaitEffect(session, wait, before, networkhost::onlyResolver);
+    return carryOut(session, networkhost::planDnsServer(session.device, addressOrNone(address), index), options);
 }
 
-bool setDomain(Session& session, const std::string& domain, Wait wait)
+bool setDomain(Session& session, const std::string& domain, const ChangeOptions& options)
 {
-    const auto before = networkhost::readConfiguration(session.device.files());
-    return report(session, networkhost::setDnsDomain(session.device, domain)) &&
-           awaitEffect(session, wait, before, networkhost::onlyResolver);
+    return carryOut(session, networkhost::planDnsDomain(session.device, domain), options);
 }
 
-bool setRoutes(Session& session, const std::string& interfaceName, const std::string& routes, Wait wait)
+bool setRoutes(Session& session, const std::string& interfaceName, const std::string& routes,
+               const ChangeOptions& options)
 {
     settle(session, interfaceName);
-    const auto before = networkhost::readConfiguration(session.device.files());
-    return report(session, networkhost::setRoutes(session.device, interfaceName, routes)) &&
-           awaitInterface(session, wait, before, interfaceName);
+    return carryOut(session, networkhost::planRoutes(session.device, interfaceName, routes), options);
+}
+
+bool applySettings(Session& session, const std::string& file, const ChangeOptions& options)
+{
+    std::ifstream input;
+    if (file != "-") {
+        input.open(file);
+    }
+    const auto document = readAll(file == "-" ? std::cin : input);
+    if (file != "-" && !input) {
+        fail(session, "cannot read " + file);
+        return false;
+    }
+    const auto faults = networkhost::faultsOfSettings(document);
+    for (const auto& fault : faults) {
+        fail(session, fault);
+    }
+    return faults.empty() && carryOut(session, networkhost::planSettings(session.device, document), options);
+}
+
+bool saveSettings(Session& session, const std::string& file)
+{
+    const auto document = networkhost::saveSettings(session.device.files());
+    if (file == "-") {
+        session.output << document << std::flush;
+        return true;
+    }
+    if (const auto error = session.device.files().replace(std::filesystem::absolute(file), document)) {
+        fail(session, "cannot write " + file + ": " + error.message());
+        return false;
+    }
+    return true;
 }
 
 } // namespace velnetctl

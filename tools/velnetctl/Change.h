@@ -9,24 +9,42 @@
 
 /// The verbs that change the device. Those of the interfaces first wait until the live state shows what the files ask
 /// for. Each prints the status to the output, or why it was refused to the errors. True on success and when there was
-/// nothing to change. With `wait`, true only when the live state shows the new setting within that time.
+/// nothing to change.
 namespace velnetctl {
 
-using Wait = std::optional<std::chrono::seconds>;
+using Seconds = std::optional<std::chrono::seconds>;
 
-/// `address` is "dhcp", "ADDRESS/LENGTH", or an address with its `mask`.
+struct ChangeOptions
+{
+    Seconds wait;        // true only when the live state shows the new setting within that time
+    bool dryRun = false; // print the plan, touch nothing
+    bool json = false;   // the plan
+    bool force = false;  // whatever the plan's concerns
+    Seconds trial;       // roll back unless it is confirmed within that time
+    bool requiresBootGuard = false;
+};
+
+/// `address` is "dhcp", "ADDRESS/LENGTH", or an address with its `mask`; `gateway` an address, "none", or empty for the
+/// present one.
 bool setIp(Session& session, const std::string& interfaceName, const std::string& address, const std::string& mask,
-           Wait wait);
+           const std::string& gateway, const ChangeOptions& options);
 
 /// `gateway` is an address or "none".
-bool setGateway(Session& session, const std::string& gateway, Wait wait);
+bool setGateway(Session& session, const std::string& gateway, const ChangeOptions& options);
 
 /// `address` is an address or "none".
-bool setDns(Session& session, unsigned int index, const std::string& address, Wait wait);
+bool setDns(Session& session, unsigned int index, const std::string& address, const ChangeOptions& options);
 
-bool setDomain(Session& session, const std::string& domain, Wait wait);
+bool setDomain(Session& session, const std::string& domain, const ChangeOptions& options);
 
 /// `routes` is the library's own text form.
-bool setRoutes(Session& session, const std::string& interfaceName, const std::string& routes, Wait wait);
+bool setRoutes(Session& session, const std::string& interfaceName, const std::string& routes,
+               const ChangeOptions& options);
+
+/// Makes the device as the document in the file says; "-" is standard input.
+bool applySettings(Session& session, const std::string& file, const ChangeOptions& options);
+
+/// Writes that document to the file; "-" is standard output.
+bool saveSettings(Session& session, const std::string& file);
 
 } // namespace velnetctl

@@ -4,11 +4,16 @@
 
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
 #include <iostream>
+#include <system_error>
 
 int main(int argc, char** argv)
 {
-    networkhost::RealDevice device;
+    // The guard is this very program, wherever it lies.
+    std::error_code noLink;
+    const auto self = std::filesystem::read_symlink("/proc/self/exe", noLink);
+    networkhost::RealDevice device(noLink ? "velnetctl" : self.string());
     velnetctl::Session session{device, std::cout, std::cerr};
     try {
         const int code = velnetctl::run({argv + 1, argv + argc}, session);
