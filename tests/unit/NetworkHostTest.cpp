@@ -1,15 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "TemporaryDirectory.h"
+#include "networkhost/LockHolder.h"
 #include "networkhost/Missing.h"
 #include "networkhost/RealFiles.h"
 #include "networkhost/Requests.h"
 #include "networksimulation/Device.h"
 #include "velnetctl/Monitor.h"
 
+#include <csignal>
 #include <sstream>
 
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using networkhost::Configuration;
 using networkhost::LiveState;
@@ -155,6 +159,55 @@ TEST(RealFiles, AreReplacedWhole)
     EXPECT_THAT(names, testing::ElementsAre("a", "x.conf"));
     EXPECT_FALSE(files.remove(path));
     EXPECT_FALSE(files.remove(path));
+}
+
+TEST(RealFiles, KeepTheOldTextWhenTheWriteFailsLate)
+{
+    const TemporaryDirectory directory;
+    const auto path = directory.file("x.conf");
+    networkhost::RealFiles files;
+    ASSERT_FALSE(files.replace(path, "old"));
+    struct rlimit limit = {};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
+    const struct rlimit narrow = {3, limit.rlim_max};
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &narrow), 0);
+    const auto replaced = files.replace(path, "too long");
+    const auto overwritten = files.overwrite(path, "too long");
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(replaced, std::errc::file_too_large);
+    EXPECT_EQ(overwritten, std::errc::file_too_large);
+    std::string text;
+    EXPECT_FALSE(files.read(path, text));
+    EXPECT_EQ(text, "old");
+    std::vector<std::string> names;
+    EXPECT_FALSE(files.list(directory.file(""), names));
+    EXPECT_THAT(names, testing::ElementsAre("x.conf"));
+}
+
+TEST(RealFiles, FollowLinksAndAreLocked)
+{
+    const TemporaryDirectory directory;
+    networkhost::RealFiles files;
+    ASSERT_FALSE(files.makeDirectory(directory.file("target")));
+    ASSERT_EQ(::symlink("target", directory.file("directory").c_str()), 0);
+    ASSERT_EQ(::symlink("directory/x.conf", directory.file("link").c_str()), 0);
+    EXPECT_FALSE(files.replace(directory.file("link"), "text"));
+    std::string text;
+    EXPECT_FALSE(files.read(directory.file("target/x.conf"), text));
+    EXPECT_EQ(text, "text");
+    EXPECT_FALSE(files.rename(directory.file("target/x.conf"), directory.file("target/y.conf")));
+    EXPECT_EQ(files.rename(directory.file("target/x.conf"), directory.file("target/y.conf")),
+              std::errc::no_such_file_or_directory);
+    std::unique_ptr<networkhost::IFiles::Lock> lock;
+    std::unique_ptr<networkhost::IFiles::Lock> another;
+    std::string holder;
+    EXPECT_FALSE(files.tryLock(directory.file("target/lock"), lock, holder));
+    EXPECT_EQ(files.tryLock(directory.file("target/lock"), another, holder), std::errc::operation_would_block);
+    EXPECT_EQ(holder, networkhost::thisProcess());
+    lock.reset();
+    EXPECT_FALSE(files.tryLock(directory.file("target/lock"), another, holder));
 }
 
 TEST(ChangePrinter, PrintsAChangeALine)

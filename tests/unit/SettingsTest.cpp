@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+#include "networkhost/Settings.h"
+
+#include "networkhost/Apply.h"
+#include "networksimulation/Device.h"
+
+#include <gtest/gtest.h>
+
+using networkhost::planSettings;
+using networkhost::saveSettings;
+using networksimulation::ran;
+using networksimulation::wrote;
+
+const std::string kRemote = "/etc/systemd/network/02_remote.network";
+const std::string kResolver = "/etc/systemd/resolved.conf.d/";
+
+TEST(Settings, AreSavedAndAppliedAndSavedTheSame)
+{
+    networksimulation::Device device;
+    device.put(kResolver + "dns_server_10.conf", "[Resolve]\nDNS=192.168.50.2\n");
+    const auto before = saveSettings(device.files());
+    EXPECT_EQ(before.find("{\n  \"interfaces\": {\n    \"local\": {\n      \"address\": \"192.168.10.1/24\",\n"), 0U);
+    EXPECT_TRUE(planSettings(device, before).outcome.isNothingToChange());
+    const auto plan = planSettings(device, R"({"interfaces": {"local": {"address": "192.168.10.1/24"},
+        "remote": {"address": "192.168.50.20/24", "routes": [{"destination": "10.1.0.0/16", "gateway": "192.168.50.2"},
+                                                             {"destination": "10.0.7.7/16", "gateway": "192.168.50.2"}]}},
+        "gateway": "192.168.50.1", "dns": {"servers": ["192.168.50.1"], "domains": ["a.example", "b.example"]}})");
+    EXPECT_TRUE(networkhost::apply(device, plan).isDone);
+    const std::vector<networksimulation::Event> expected = {
+        wrote(kRemote,
+              "[Match]\nName=remote\n\n[Network]\nAddress=192.168.50.20/24\n[Route]\nGateway=192.168.50.1\n\n"),
+        wrote(kRemote + ".d/50-routes.conf", "[Route]\nDestination=10.0.0.0/16\nGateway=192.168.50.2\n"
+                                             "[Route]\nDestination=10.1.0.0/16\nGateway=192.168.50.2\n"),
+        wrote(kResolver + "dns_server_0.conf", "[Resolve]\nDNS=192.168.50.1\n"),
+        wrote(kResolver + "dns_server_10.conf", "[Resolve]\n"),
+        wrote(kResolver + "dns_domain.conf", "[Resolve]\nDomains=a.example b.example\n"),
+        ran("sudo /bin/systemctl daemon-reload"),
+        ran("sudo /bin/systemctl restart systemd-networkd"),
+        ran("sudo /bin/systemctl restart systemd-resolved")};
+    EXPECT_EQ(device.takeEvents(), expected);
+    EXPECT_TRUE(networkhost::apply(device, planSettings(device, before)).isDone);
+    EXPECT_EQ(saveSettings(device.files()), before);
+}
+
+TEST(Settings, AreRefusedWhereAFileOfOthersAsksForMore)
+{
+    networksimulation::Device device;
+    const auto document = saveSettings(device.files());
+    device.put(kRemote, device.textOf(kRemote) + "[Route]\nDestination=10.9.0.0/16\nGateway=192.168.50.9\n");
+    const auto plan = planSettings(device, document);
+    ASSERT_EQ(plan.files.size(), 1U) << plan.outcome.reason; // by hand, but in a file of ours
+    EXPECT_EQ(plan.files[0].after, "[Match]\nName=remote\n\n[Network]\nDHCP=ipv4\n\n");
+    device.put(kResolver + "hand.conf", "[Resolve]\nDNS=9.9.9.9\n");
+    EXPECT_EQ(planSettings(device, document).outcome.reason,
+              "dns: a file that is not written here asks for something else: " + kResolver + "hand.conf");
+}
+
+TEST(Settings, HaveAllFaultsTold)
+{
+    const auto faults = networkhost::faultsOfSettings(R"({"interfaces": {"local": {"adress": null}, "remote":
+        {"address": "dhcp", "address": "dhcp", "routes": [{"destination": "10.1.0.0/33", "gateway": "::1"}]}},
+        "gateway": "192.168.50.1", "dns": {"servers": "192.168.50.1", "domains": ["a b"]}})");
+    const std::vector<std::string> expected = {
+        "interfaces.remote.address: the key stands twice",
+        "interfaces.local.address: missing",
+        "interfaces.local.adress: unknown key",
+        "interfaces.remote.routes[0].destination: '/33' is not a prefix length: 0 to 32 are",
+        "interfaces.remote.routes[0].gateway: not an IPv4 address",
+        "gateway: null is expected: with DHCP, it comes with the lease of remote",
+        "dns.servers: a list is expected",
+        "dns.domains[0]: a word without blanks, control characters and backslashes is expected"};
+    EXPECT_EQ(faults, expected);
+    EXPECT_EQ(networkhost::faultsOfSettings("{\n  \"gateway\": nil}").at(0).find("line 2, column 15: syntax error"),
+              0U);
+}

@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: MIT
+// Whatever ends a process in the middle of a trial: the guard leaves the files old, or new once they were confirmed.
+#include "networkhost/Trial.h"
+
+#include "networkhost/Guard.h"
+#include "networkhost/Requests.h"
+#include "networksimulation/Device.h"
+
+#include <functional>
+
+#include <gtest/gtest.h>
+
+using networkhost::TrialState;
+
+namespace {
+
+constexpr const char* kRemote = "/etc/systemd/network/02_remote.network";
+
+struct Killed
+{};
+
+/// The files of a device, for a process that is killed before one of its changes.
+class MortalFiles : public networkhost::IFiles
+{
+public:
+    MortalFiles(networkhost::IFiles& files, int& changesLeft) : files_(files), changesLeft_(changesLeft) {}
+
+    std::error_code read(const std::string& path, std::string& text) const override { return files_.read(path, text); }
+    std::error_code list(const std::string& path, std::vector<std::string>& names) const override
+    {
+        return files_.list(path, names);
+    }
+    std::error_code rightsOf(const std::string& path, networkhost::Rights& rights) const override
+    {
+        return files_.rightsOf(path, rights);
+    }
+    std::error_code tryLock(const std::string& path, std::unique_ptr<Lock>& lock, std::string& holder) override
+    {
+        return files_.tryLock(path, lock, holder);
+    }
+    std::error_code replace(const std::string& path, const std::string& text,
+                            const networkhost::Rights* rights) override
+    {
+        return survived().replace(path, text, rights);
+    }
+    std::error_code overwrite(const std::string& path, const std::string& text) override
+    {
+        return survived().overwrite(path, text);
+    }
+    std::error_code remove(const std::string& path) override { return survived().remove(path); }
+    std::error_code rename(const std::string& from, const std::string& to) override
+    {
+        return survived().rename(from, to);
+    }
+    std::error_code makeDirectory(const std::string& path) override { return survived().makeDirectory(path); }
+
+private:
+    networkhost::IFiles& survived()
+    {
+        if (changesLeft_-- == 0) {
+            throw Killed();
+        }
+        return files_;
+    }
+
+    networkhost::IFiles& files_;
+    int& changesLeft_;
+};
+
+/// The device as such a process has it.
+class MortalDevice : public networkhost::IDevice
+{
+public:
+    MortalDevice(networksimulation::Device& device, int& changesLeft)
+        : device_(device), files_(device.files(), changesLeft)
+    {}
+
+    networkmanager::ISystemIF& system() override { return device_.system(); }
+    networkhost::IFiles& files() override { return files_; }
+    std::chrono::milliseconds now() const override { return device_.now(); }
+    void pause(std::chrono::milliseconds duration) override { device_.pause(duration); }
+    bool startGuard() override { return device_.startGuard(); }
+    bool hasBootGuard() override { return device_.hasBootGuard(); }
+
+private:
+    networksimulation::Device& device_;
+    MortalFiles files_;
+};
+
+networkhost::Outcome startTrial(networkhost::IDevice& device)
+{
+    return tryOut(device, networkhost::planIp(device, "remote", {"192.168.50.20", "255.255.255.0", false, ""}));
+}
+
+/// Runs it on a device with a trial if one is wanted, killed before its changes number 0, 1, ... until it gets through.
+/// After each time the device is rebooted, or guarded to the end: `check` gets its files and how the trial ended.
+int killAtEveryChange(bool hasTrial, bool isRebooted, const std::function<void(networkhost::IDevice&)>& run,
+                      const std::function<void(const std::string& remote, TrialState::Kind kind)>& check)
+{
+    for (int killed = 0;; ++killed) {
+        networksimulation::Device device;
+        EXPECT_TRUE(!hasTrial || startTrial(device).isDone);
+        int changesLeft = killed;
+        MortalDevice process(device, changesLeft);
+        bool isThrough = true;
+        try {
+            run(process);
+        } catch (const Killed&) {
+            isThrough = false;
+        }
+        if (isRebooted) {
+            device.reboot();
+        } else {
+            networkhost::guardTrials(device, [](const std::string&) {});
+        }
+        SCOPED_TRACE("killed before change " + std::to_string(killed));
+        check(device.textOf(kRemote), trialState(device).kind);
+        if (isThrough) {
+            return killed;
+        }
+    }
+}
+
+} // namespace
+
+TEST(Trial, IsOldOrConfirmedWhereverItsProcessIsKilled)
+{
+    const auto old = networksimulation::Device().textOf(kRemote);
+    for (const bool isRebooted : {false, true}) {
+        const auto isOld = [&](const std::string& remote, TrialState::Kind kind) {
+            EXPECT_EQ(remote, old);
+            EXPECT_TRUE(kind == TrialState::Kind::None || kind == TrialState::Kind::RolledBack);
+        };
+        const auto isConfirmedOrOld = [&](const std::string& remote, TrialState::Kind kind) {
+            EXPECT_EQ(remote == old, kind == TrialState::Kind::RolledBack);
+            EXPECT_EQ(remote != old, kind == TrialState::Kind::Confirmed);
+        };
+        EXPECT_GT(killAtEveryChange(
+                      false, isRebooted, [](auto& device) { startTrial(device); }, isOld),
+                  5);
+        EXPECT_GT(killAtEveryChange(
+                      true, isRebooted, [](auto& device) { rollBack(device, "asked for"); }, isOld),
+                  2);
+        EXPECT_EQ(killAtEveryChange(
+                      true, isRebooted, [](auto& device) { confirmTrial(device); }, isConfirmedOrOld),
+                  2);
+    }
+}
+
+TEST(Trial, IsNotConfirmedBeforeItsFilesAreWritten)
+{
+    networksimulation::Device device;
+    int changesLeft = 5; // the directory, twice, what is left of the last trial, the record
+    MortalDevice process(device, changesLeft);
+    EXPECT_THROW(startTrial(process), Killed);
+    EXPECT_EQ(trialState(device).kind, TrialState::Kind::Waiting);
+    EXPECT_EQ(confirmTrial(device).reason,
+              std::string(kRemote) + " has not been changed: the trial was broken off, and will be rolled back");
+}
+
+TEST(Plan, IsNotCarriedOutWhenAFileHasChangedSince)
+{
+    networksimulation::Device device;
+    const auto plan = networkhost::planDnsDomain(device, "a.example");
+    ASSERT_TRUE(networkhost::setDnsDomain(device, "b.example").isDone);
+    EXPECT_EQ(networkhost::apply(device, plan).reason,
+              "/etc/systemd/resolved.conf.d/dns_domain.conf is no longer as the "
+              "plan saw it: somebody has changed it since");
+}
