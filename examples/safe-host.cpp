@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: MIT
+// A host that lets others change the settings of the device over a Unix socket, and cannot be locked out by them. Each
+// connection sends one line and gets one answer:
+//
+//   plan INTERFACE dhcp|ADDRESS/LENGTH [GATEWAY]            what would be written and run
+//   try SECONDS INTERFACE dhcp|ADDRESS/LENGTH [GATEWAY]     do it, and go back unless it is confirmed in time
+//   confirm, rollback, pending                              about the trial
+//
+// Usage: safe-host SOCKET [--simulated]
+#include <cerrno>
+#include <cstring>
+#include <iostream>
+#include <memory>
+#include <sstream>
+
+#include <base/IpHelper.h>
+#include <networkhost/Addresses.h>
+#include <networkhost/Diff.h>
+#include <networkhost/RealDevice.h>
+#include <networkhost/Requests.h>
+#include <networkhost/Trial.h>
+#include <networksimulation/Device.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace {
+
+std::string textOf(const networkhost::Outcome& outcome, const std::string& whenDone)
+{
+    auto text = (outcome.isDone ? whenDone : "refused: " + outcome.reason) + '\n';
+    for (const auto& note : outcome.notes) {
+        text += "note: " + note + '\n';
+    }
+    return text;
+}
+
+/// Of "remote 10.0.0.5/24 10.0.0.1"; what is wrong with it is the plan's outcome.
+networkhost::Plan planOf(networkhost::IDevice& device, std::istream& words)
+{
+    std::string interfaceName;
+    std::string address;
+    velbase2::nsa::common::IpSettings settings;
+    words >> interfaceName >> address >> settings.gateway;
+    settings.dhcp = address == "dhcp";
+    if (!settings.dhcp) {
+        const auto slash = std::min(address.find('/'), address.size());
+        const auto length = networkhost::parsePrefixLength(address.substr(std::min(slash + 1, address.size())));
+        settings.ip = address.substr(0, slash);
+        settings.mask = length ? velbase2::system::iphelper::subnetBitsToMask(*length) : "";
+    }
+    return networkhost::planIp(device, interfaceName, settings);
+}
+
+std::string describe(const networkhost::Plan& plan)
+{
+    auto text = textOf(plan.outcome, "would do");
+    for (const auto& concern : plan.concerns) {
+        text += "would be refused: " + concern + '\n';
+    }
+    for (const auto& warning : plan.warnings) {
+        text += "warning: " + warning + '\n';
+    }
+    return text + toDiff(plan);
+}
+
+std::string answer(networkhost::IDevice& device, const std::string& request)
+{
+    std::istringstream words(request);
+    std::string verb;
+    words >> verb;
+    if (verb == "plan") {
+        return describe(planOf(device, words));
+    }
+    if (verb == "try") {
+        unsigned int seconds = 0;
+        if (!(words >> seconds)) {
+            return "refused: try takes a number of seconds\n";
+        }
+        networkhost::TrialOptions options;
+        options.time = std::chrono::seconds(seconds);
+        return textOf(tryOut(device, planOf(device, words), options), "live: confirm it in time");
+    }
+    if (verb == "confirm") {
+        return textOf(networkhost::confirmTrial(device), "confirmed");
+    }
+    if (verb == "rollback") {
+        return textOf(networkhost::rollBack(device, "a client of the host asked for it"), "rolled back");
+    }
+    return verb == "pending" ? trialState(device).text() + '\n' : "refused: unknown request\n";
+}
+
+/// The first line that the client sends, at most 4 KiB of it.
+std::string readLine(int client)
+{
+    std::string line;
+    char character = 0;
+    while (line.size() < 4096 && ::read(client, &character, 1) == 1 && character != '\n') {
+        line += character;
+    }
+    return line;
+}
+
+/// Only the user that the host runs as may connect. -1, with errno, on failure.
+int listenAt(const std::string& path)
+{
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path) {
+        errno = ENAMETOOLONG;
+        return -1;
+    }
+    std::memcpy(address.sun_path, path.c_str(), path.size());
+    const int listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ::unlink(path.c_str()); // of a run before
+    ::umask(0177);
+    const bool isListening = listener >= 0 &&
+                             ::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
+                             ::listen(listener, 8) == 0;
+    return isListening ? listener : -1;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc < 2) {
+        std::cerr << "usage: safe-host SOCKET [--simulated]\n";
+        return 2;
+    }
+    const bool isSimulated = argc > 2 && std::string(argv[2]) == "--simulated";
+    const auto device = isSimulated ? std::unique_ptr<networkhost::IDevice>(new networksimulation::Device)
+                                    : std::make_unique<networkhost::RealDevice>();
+    const int listener = listenAt(argv[1]);
+    if (listener < 0) {
+        std::cerr << "safe-host: cannot listen at " << argv[1] << ": " << std::strerror(errno) << '\n';
+        return 1;
+    }
+    for (;;) {
+        const int client = ::accept(listener, nullptr, nullptr);
+        const timeval patience = {5, 0}; // with a client that sends no line
+        ::setsockopt(client, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+        const auto text = answer(*device, readLine(client));
+        ::send(client, text.data(), text.size(), MSG_NOSIGNAL);
+        ::close(client);
+    }
+}
