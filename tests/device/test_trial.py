@@ -1,0 +1,290 @@
+# SPDX-License-Identifier: MIT
+"""A trial ends with the old files unless it was confirmed, whatever happens: told by stat, sha256sum, ip and strace."""
+import collections
+import concurrent.futures
+import json
+import os
+import pty
+import re
+import subprocess
+
+import pytest
+
+from conftest import VELNETCTL, wait_until
+
+LOCAL = "/etc/systemd/network/01_local.network"
+
+# Files of its own, and no daemons: many trials can run at once. What the change asks for is live already.
+ASIDE = f"""
+mount -t tmpfs -o nr_inodes=64 none /mnt; cp -a /etc/systemd/. /mnt; mount --move /mnt /etc/systemd
+cd /etc/systemd/network; rm -rf .velnet
+printf '#!/bin/sh\\ncase $1 in is-*) exit 1; esac\\n' | install /dev/stdin /run/systemctl.$$
+mount --bind /run/systemctl.$$ /usr/bin/systemctl; rm /run/systemctl.$$
+mkdir -p 01_local.network.d
+printf '[Route]\\nDestination=10.1.0.0/16\\nGateway=192.168.10.2\\n' >01_local.network.d/50-routes.conf
+velnetctl={VELNETCTL} confirm="{VELNETCTL} confirm" rollback="{VELNETCTL} rollback" pending="{VELNETCTL} pending"
+change="{VELNETCTL} set-routes local 10.2.0.0/16 via 192.168.10.2"
+files() {{
+    echo "== $1"
+    find . ../resolved.conf.d -type f ! -name '.*' ! -path './.velnet/*' -exec stat -c '%n %a %U %G' {{}} \\; \\
+        -exec sha256sum {{}} \\; | sort
+}}
+await_end() {{ timeout 15 sh -c "until $pending >/dev/null; [ \\$? = 3 ]; do sleep 0.1; done" || echo "== pending"; }}
+"""
+EVERY = "EVERY_CALL" in os.environ
+POOL = concurrent.futures.ThreadPoolExecutor(8)
+
+
+@pytest.fixture
+def aside(box):
+    """Runs a script with ASIDE; its output, split at the marks of files."""
+    box.exec("ip", "route", "add", "10.2.0.0/16", "via", "192.168.10.2")
+
+    def run(script):
+        result = box.exec("unshare", "--mount", "sh", "-ec", ASIDE + script)
+        return dict(part.split("\n", 1) for part in re.split("^== ", result.stdout, flags=re.MULTILINE)[1:])
+    yield run
+    box.exec("ip", "route", "del", "10.2.0.0/16")
+
+
+def at_each_call(aside, before, victim, effect, most, kind=""):
+    """Runs the victim again and again, with the effect at one of its system calls after the other. How its files are
+    old and new, the calls of this kind, and for each that was tried (all, or `most` of them) what it left."""
+    told = aside(f"""files old; {before} >&2; echo '== calls'; strace -qqo /dev/fd/3 {victim} 3>&1 >&2
+        $confirm >&2 || true; files new""")
+    seen, calls = collections.Counter(), []
+    for line in re.findall(r"^\w+\(.*", told["calls"], re.MULTILINE)[1:]:
+        name = line.split("(")[0]
+        seen[name] += 1
+        if re.match(kind, line):
+            calls.append((name, seen[name]))
+    tried = calls if EVERY or len(calls) <= most else [calls[i * (len(calls) - 1) // (most - 1)] for i in range(most)]
+    print(f"{victim}: {effect} at {len(tried)} of {len(calls)} calls")
+    return told, calls, zip(tried, POOL.map(lambda call: aside(f"""{before} >&2; echo '== answer'
+        strace -qqo /dev/null -e inject={call[0]}:{effect}:when={call[1]} {victim} 2>&1 && echo done
+        files now; await_end; files end"""), tried))
+
+
+VICTIMS = pytest.mark.parametrize("before, victim", [
+    ("", "$change --try 1 --wait 5"), ("$change --try 3", "$confirm"), ("$change --try 3", "$rollback"),
+], ids=["trial", "confirm", "rollback"])
+
+
+@VICTIMS
+def test_killed_at_any_call_it_leaves_the_old_files_or_those_that_it_has_confirmed(aside, before, victim):
+    told, calls, tries = at_each_call(aside, before, victim, "signal=KILL", 16)
+
+    def expected(call):
+        is_confirmed = victim == "$confirm" and calls.index(call) > calls.index(("renameat", 1))
+        return told["new" if is_confirmed else "old"]
+    assert not [(call, left["answer"]) for call, left in tries if "pending" in left or left["end"] != expected(call)]
+
+
+@VICTIMS
+def test_with_any_call_failing_the_answer_is_what_is_left(aside, before, victim):
+    changing = r"mkdirat|openat.*O_CREAT|write\([^12]|fsync|rename|unlink|fch|clone"
+    told, _, tries = at_each_call(aside, before, victim, "error=ENOSPC", 12, changing)
+
+    def is_good(left):
+        is_done = "done\n" in left["answer"]
+        end = told["new" if is_done and victim == "$confirm" else "old"]
+        now = left["now"] if is_done or before else told["old"]  # what failed to begin is back at once
+        return "pending" not in left and (left["now"], left["end"]) == (now, end)
+    assert not [(call, left["answer"]) for call, left in tries if not is_good(left)]
+
+
+def test_a_trial_that_stalls_until_it_was_rolled_back_changes_nothing_afterwards(aside):
+    """The guard waits for its turn for 10 s, and goes on without. Call 2 puts the new file in place."""
+    left = aside("""files old; strace -qqo /dev/null -e inject=renameat:delay_enter=14000000:when=2 \\
+        $change --try 1 --wait 1 >&2 || true; await_end; files end""")
+    assert left["end"] == left["old"]
+
+
+@pytest.mark.parametrize("prepare, reason", [
+    ("while mktemp -p ..; do :; done", "No space left on device"),
+    ("mount -o remount,size=64k /etc/systemd; cat /dev/zero >../full || true", "No space left on device"),
+    ("mount -o remount,ro /etc/systemd", "Read-only file system"),
+    ('chown -R 0:0 .; chmod 755 .; change="setpriv --reuid=velnet --regid=velnet --init-groups $change"',
+     "Permission denied"),
+    ("mount --bind 01_local.network.d/50-routes.conf 01_local.network.d/50-routes.conf", "Device or resource busy"),
+], ids=["no inodes", "disk full", "read-only", "no permission", "mounted file"])
+def test_what_cannot_be_written_is_told_and_left_as_it_was(aside, prepare, reason):
+    left = aside(f"{prepare}; files old; echo '== answer'; $change --try 1 2>&1 || echo failed; files now; await_end")
+    assert reason in left["answer"] and left["answer"].endswith("failed\n") and left["now"] == left["old"]
+
+
+def test_of_ten_changes_at_once_each_is_refused_or_done_and_the_last_one_stands(aside):
+    left = aside("""echo '== answers'
+        for n in 0 1 2 3 4 5 6 7 8 9; do $velnetctl set-domain d$n.example 2>&1 | sed "s/^/$n /" & done; wait
+        echo '== file'; cat ../resolved.conf.d/dns_domain.conf""")
+    done = re.findall("^(.) OK$", left["answers"], re.MULTILINE)
+    refused = re.findall("^(.) velnetctl: .*(?:is no longer as the plan saw it|another change is at work)",
+                         left["answers"], re.MULTILINE)
+    assert done and sorted(done + refused) == list("0123456789")
+    assert left["file"] in [f"[Resolve]\nDomains=d{n}.example\n" for n in done]
+
+
+def test_while_a_trial_is_pending_every_other_change_is_refused(aside):
+    left = aside("""files old; $change --try 9 >&2; files new; echo '== answers'
+        for options in '' '--try 1' --dry-run; do
+            $velnetctl set-domain a.example $options 2>&1 >&3 || echo $?
+        done 3>&2
+        files now; $rollback >&2; files end""")
+    refusal = "velnetctl: a trial is pending: set-routes local .*\n1\n"
+    assert re.fullmatch(refusal * 2, left["answers"])
+    assert (left["now"], left["end"]) == (left["new"], left["old"])
+
+
+def test_the_answer_of_confirm_at_the_end_of_the_time_is_what_is_left(aside):
+    count = 1000 if EVERY else 24
+
+    def confirm(number):
+        return aside(f"""files old; $change --try 1 >&2; files new; sleep {0.75 + 0.25 * number / count}
+            echo '== answer'; $confirm >&2 && echo kept; await_end; files end""")
+    kept = 0
+    for left in POOL.map(confirm, range(count)):
+        assert left["end"] == left["new" if left["answer"] else "old"]
+        kept += left["answer"] == "kept\n"
+    print(f"{kept} of {count} confirmed")
+
+
+class Terminal:
+    """A caller in a terminal of its own, with the countdown in view."""
+
+    def __init__(self, box):
+        self.process, self.master = pty.fork()
+        if not self.process:
+            os.execv(box.command[0], [*box.command, "exec", VELNETCTL, "set-ip", "local", "10.0.0.1/8", "--try", "2"])
+        self.shown = b""
+        self.read_until(b"Enter keeps the setting; it is rolled back in 2 s")
+        wait_until(lambda: "10.0.0.1/8" in box.ipv4("local"), "the new address is live")
+
+    def read_until(self, text):
+        while text not in self.shown:
+            self.shown += os.read(self.master, 4096)
+
+
+def end_of_trial(box):
+    def end():
+        state = json.loads(box.velnetctl("pending", "--json", check=False).stdout)
+        return not state["pending"] and (state["state"], state["why"])
+    return wait_until(end, "the trial is over")
+
+
+@pytest.mark.parametrize("end", ["closed", "HUP", "TERM", "INT", "KILL"])
+def test_the_end_of_its_caller_does_not_keep_a_trial(box, end):
+    before = box.read(LOCAL)
+    terminal = Terminal(box)
+    if end == "closed":
+        os.close(terminal.master)
+    else:
+        caller = re.search(r"by process (\d+)", box.velnetctl("pending").stdout)[1]
+        box.exec("kill", "-" + end, caller)
+    assert os.waitstatus_to_exitcode(os.waitpid(terminal.process, 0)[1]) != 0
+    assert box.velnetctl("pending", check=False).returncode == 0 and box.read(LOCAL) != before
+    assert end_of_trial(box) == ("rolled back", "it was not confirmed in time")
+    assert box.read(LOCAL) == before
+
+
+@pytest.mark.parametrize("answer, state", [(b"\n", "confirmed"), (b"", "rolled back")])
+def test_enter_in_the_terminal_keeps_the_setting(box, settings, answer, state):
+    terminal = Terminal(box)
+    os.write(terminal.master, answer)
+    terminal.read_until(b"was " + state.encode())
+    assert os.waitstatus_to_exitcode(os.waitpid(terminal.process, 0)[1]) == (0 if answer else 1)
+    assert end_of_trial(box)[0] == state and ("10.0.0.1" in box.read(LOCAL)) == bool(answer)
+
+
+def test_who_cuts_off_the_way_it_came_by_has_it_back_after_the_time(box, settings):
+    def reaches():
+        connect = "timeout", "1", "bash", "-c", ": <>/dev/tcp/192.168.50.20/2323"
+        return box.run("peer", *connect, check=False).returncode == 0
+
+    box.velnetctl("set-ip", "remote", "192.168.50.20/24", "--wait", "20")
+    server = subprocess.Popen([*box.command, "exec", "systemd-socket-activate", "-a", "--inetd", "-l", "2323", "bash"])
+    try:
+        wait_until(reaches, "the far end reaches the device")
+        line = f"{VELNETCTL} set-ip remote 10.99.0.20/24 --gateway none --try 2"
+        session = f"exec 3<>/dev/tcp/192.168.50.20/2323; echo '{line}' >&3; timeout 1 cat <&3 || true"
+        box.run("peer", "bash", "-c", session)
+        wait_until(lambda: box.ipv4("remote") == ["10.99.0.20/24"], "the device has the wrong address")
+        assert not reaches()
+        wait_until(reaches, "the far end reaches the device again")
+        assert box.gateways() == ["192.168.50.1"]
+    finally:
+        server.terminate()
+        server.wait()
+
+
+@pytest.fixture
+def units(box, settings, installed):
+    box.exec("systemctl", "enable", "--now", "velnet-guard.path", "velnet-guard-boot.service")
+    yield
+    box.exec("systemctl", "disable", "--now", "velnet-guard.path", "velnet-guard-boot.service")
+
+
+def test_a_guard_that_is_killed_again_and_again_comes_back_and_rolls_back(box, units):
+    def guard():
+        return int(box.exec("systemctl", "show", "-P", "MainPID", "velnet-guard").stdout)
+
+    before = box.read(LOCAL)
+    box.velnetctl("set-ip", "local", "10.0.0.1/8", "--try", "4", "--require-boot-guard")
+    assert "10.0.0.1/8" in box.ipv4("local") and box.read(LOCAL) != before
+    for _ in range(3):
+        box.exec("kill", "-KILL", str(wait_until(guard, "there is a guard")))
+    assert end_of_trial(box) == ("rolled back", "it was not confirmed in time")
+    assert box.read(LOCAL) == before
+    wait_until(lambda: box.ipv4("local") == ["192.168.10.1/24"], "the old address is live")
+
+
+def test_a_unit_guards_a_trial_whose_caller_was_killed_before_it_could_start_a_guard(box, units):
+    before = box.read(LOCAL)
+    killed = box.exec("strace", "-e", "inject=clone3:signal=KILL:when=2", VELNETCTL, "set-ip", "local", "10.0.0.1/8",
+                      "--try", "1", "--wait", "5", check=False)
+    assert killed.returncode == -9 and "waiting" in box.velnetctl("pending", "--json").stdout
+    assert end_of_trial(box) == ("rolled back", "it was not confirmed in time") and box.read(LOCAL) == before
+
+
+def test_no_link_of_somebody_else_is_followed(aside):
+    """Made by velnet, which may write into the directories."""
+    left = aside("""as_velnet='setpriv --reuid=velnet --regid=velnet --init-groups'
+        echo own >/run/target.$$; mkdir -m 777 /run/target.d.$$
+        $as_velnet ln -s /run/target.$$ ../resolved.conf.d/dns_domain.conf
+        $as_velnet ln -sf /run/target.$$ 02_remote.network
+        $as_velnet ln -s /run/target.d.$$ .velnet
+        echo '== answers'
+        for change in "$velnetctl set-domain a.example" "$velnetctl set-ip remote 192.168.50.20/24 --gateway none" \
+            "$change --try 1"; do $change 2>&1 || echo $?; done
+        echo '== target'; cat /run/target.$$; ls /run/target.d.$$""")
+    reason = "a symbolic link on the way, or its target, belongs neither to root"
+    refusals = [f"velnetctl: cannot {verb} {path}: {reason}" for verb, path in
+                (("read", "/etc/systemd/resolved.conf.d/dns_domain.conf"), ("read", "/etc/systemd/network/02_remote.network"),
+                 ("write", "/etc/systemd/network/.velnet/trial"))]
+    assert all(refusal in left["answers"] for refusal in refusals) and left["answers"].count("\n1\n") == 3
+    assert left["target"] == "own\n"
+
+
+def test_roots_own_link_is_followed_and_stays(aside):
+    left = aside("""mv 01_local.network.d/50-routes.conf /run/routes.$$; cp /run/routes.$$ /run/old.$$
+        ln -s /run/routes.$$ 01_local.network.d/50-routes.conf
+        echo '== trial'; $change --try 1 >&2; readlink 01_local.network.d/50-routes.conf; cat /run/routes.$$
+        await_end; cmp /run/routes.$$ /run/old.$$
+        echo '== change'; $change >&2; readlink 01_local.network.d/50-routes.conf; cat /run/routes.$$""")
+    assert re.fullmatch("/run/routes.*\n.Route.\nDestination=10.2.0.0/16\nGateway=192.168.10.2\n", left["trial"])
+    assert left["change"] == left["trial"]
+
+
+def test_mode_owner_and_attributes_outlive_a_trial_and_a_change(box, settings):
+    seen = f"/proc/{re.search('PID (.*),', box.run('status').stdout)[1]}/root{LOCAL}"  # there is no setfattr inside
+
+    def kept():
+        return box.exec("stat", "-c", "%a %U %G", LOCAL).stdout, os.getxattr(seen, "user.note")
+
+    box.exec("chmod", "660", LOCAL)
+    box.exec("chown", "velnet:systemd-network", LOCAL)
+    os.setxattr(seen, "user.note", b"text")
+    before = box.read(LOCAL)
+    box.velnetctl("set-ip", "local", "10.0.0.1/8", "--try", "1")
+    assert box.read(LOCAL) != before and kept() == ("660 velnet systemd-network\n", b"text")
+    end_of_trial(box)
+    assert box.read(LOCAL) == before and kept() == ("660 velnet systemd-network\n", b"text")
