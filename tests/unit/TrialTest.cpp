@@ -3,6 +3,7 @@
 #include "networkhost/Trial.h"
 
 #include "networkhost/Guard.h"
+#include "networkhost/Record.h"
 #include "networkhost/Requests.h"
 #include "networksimulation/Device.h"
 
@@ -156,6 +157,32 @@ TEST(Trial, IsNotConfirmedBeforeItsFilesAreWritten)
     EXPECT_EQ(trialState(device).kind, TrialState::Kind::Waiting);
     EXPECT_EQ(confirmTrial(device).reason,
               std::string(kRemote) + " has not been changed: the trial was broken off, and will be rolled back");
+}
+
+TEST(Record, KeepsEveryByte)
+{
+    networksimulation::Device device;
+    device.put(kRemote, "# \xc3\xbc \xff\n" + device.textOf(kRemote));
+    const auto old = device.textOf(kRemote);
+    ASSERT_TRUE(startTrial(device).isDone);
+    ASSERT_NE(device.textOf(kRemote), old);
+    EXPECT_TRUE(rollBack(device, "asked for").isDone);
+    EXPECT_EQ(device.textOf(kRemote), old);
+}
+
+TEST(Record, IsOfNoUseWhenItNamesAFileOfSomebodyElse)
+{
+    networksimulation::Device device;
+    ASSERT_TRUE(startTrial(device).isDone);
+    networkhost::Record record;
+    ASSERT_FALSE(readRecord(device.files(), networkhost::kTrial, record));
+    for (const char* path :
+         {"/etc/passwd", "/etc/systemd/network/../passwd", "/etc/systemd/network/02_remote.network.d/x",
+          "/etc/systemd/resolved.conf.d/dns_server_.conf"}) {
+        record.files.front().path = path;
+        ASSERT_FALSE(writeRecord(device.files(), networkhost::kTrial, record));
+        EXPECT_EQ(trialState(device).kind, TrialState::Kind::Unreadable) << path;
+    }
 }
 
 TEST(Plan, IsNotCarriedOutWhenAFileHasChangedSince)
