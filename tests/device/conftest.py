@@ -77,6 +77,13 @@ class Box:
         self.exec("systemctl", "restart", "systemd-networkd")
 
 
+def end_of_trial(box):
+    def end():
+        state = json.loads(box.velnetctl("pending", "--json", check=False).stdout)
+        return not state["pending"] and (state["state"], state["why"])
+    return wait_until(end, "the trial is over")
+
+
 class Monitor:
     """velnetctl monitor --json, running in the box; collects what it prints."""
 
@@ -128,9 +135,9 @@ def box(booted_box):
 def settings(box):
     """For tests that change settings: puts the files of the daemons back."""
     directories = "/etc/systemd/network", "/etc/systemd/resolved.conf.d"
-    box.exec("tar", "-cf", "/run/settings.tar", *directories)
+    box.exec("tar", "-cf", "/var/settings.tar", *directories)
     yield
-    box.exec("sh", "-c", f"rm -rf {' '.join(directories)}; tar -C / -xf /run/settings.tar")
+    box.exec("sh", "-c", f"rm -rf {' '.join(directories)}; tar -C / -xf /var/settings.tar")
     for interface in INTERFACES:
         box.exec("ip", "-4", "address", "flush", "dev", interface)  # so that what is seen next comes from the restart
     box.restart_networkd()
@@ -143,6 +150,13 @@ def installed(box):
     libraries = re.findall(r"libVelNetwork.* => (.*) \(", box.exec("ldd", VELNETCTL).stdout)
     box.exec("cp", VELNETCTL, "/usr/bin/")
     box.exec("cp", *libraries, "/usr/lib/")
+
+
+@pytest.fixture
+def units(box, settings, installed):
+    box.exec("systemctl", "enable", "--now", "velnet-guard.path", "velnet-guard-boot.service")
+    yield
+    box.exec("systemctl", "disable", "--now", "velnet-guard.path", "velnet-guard-boot.service")
 
 
 @pytest.fixture

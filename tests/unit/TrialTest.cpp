@@ -170,10 +170,14 @@ TEST(Record, KeepsEveryByte)
     EXPECT_EQ(device.textOf(kRemote), old);
 }
 
-TEST(Record, IsOfNoUseWhenItNamesAFileOfSomebodyElse)
+TEST(Record, IsOfNoUseWhenItIsDamagedOrNamesAFileOfSomebodyElse)
 {
     networksimulation::Device device;
     ASSERT_TRUE(startTrial(device).isDone);
+    const auto text = device.textOf(networkhost::kTrial);
+    device.put(networkhost::kTrial, "{\n" + text.substr(1)); // still good JSON
+    EXPECT_EQ(trialState(device).kind, TrialState::Kind::Unreadable);
+    device.put(networkhost::kTrial, text);
     networkhost::Record record;
     ASSERT_FALSE(readRecord(device.files(), networkhost::kTrial, record));
     for (const char* path :

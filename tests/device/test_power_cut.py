@@ -1,0 +1,110 @@
+# SPDX-License-Identifier: MIT
+"""What the device has after a power cut: told by the box, and by a model of what strace shows of files and syncs."""
+import ast
+import collections
+import itertools
+import json
+import re
+
+import pytest
+
+from conftest import end_of_trial
+from test_trial import aside  # a fixture
+
+RECORDS = "/etc/systemd/network/.velnet"
+CHANGED = ["/etc/systemd/network/01_local.network.d/50-routes.conf", "/etc/systemd/resolved.conf.d/dns_server_0.conf",
+           "/etc/systemd/resolved.conf.d/dns_server_1.conf", "/etc/systemd/resolved.conf.d/dns_domain.conf"]
+TRY = "velnetctl set-ip local 10.0.0.1/8 --try 99"
+STRACE = "strace -o /dev/null -e inject"
+
+
+@pytest.mark.parametrize("state, begin", [
+    ("waiting", f"{STRACE}=clone3:signal=KILL:when=4 {TRY}"),
+    ("counting", TRY),
+    ("rolling back", f"{TRY}; kill -STOP $(systemctl show -P MainPID velnet-guard)\n"
+                     f"{STRACE}=renameat:signal=KILL:when=2 velnetctl rollback"),
+    ("confirmed", f"{TRY}; velnetctl confirm"),
+], ids=["waiting", "counting", "rolling back", "confirmed"])
+def test_after_a_power_cut_the_old_settings_come_up_unless_the_others_were_confirmed(box, units, state, begin):
+    def settings():
+        return box.exec("sh", "-c", "sha256sum /etc/systemd/network/*.network").stdout, box.ipv4("local")
+
+    old = settings()
+    box.exec("sh", "-c", begin, check=False)
+    files, _ = settings()
+    assert files != old[0] and f'"state": "{state}"' in box.velnetctl("pending", "--json", check=False).stdout
+    box.run("cut")
+    box.run("up")
+    assert settings() == ((files, ["10.0.0.1/8"]) if state == "confirmed" else old)
+    if state != "confirmed":
+        assert end_of_trial(box) == ("rolled back", "the device was started before it was confirmed")
+        show = "systemctl", "show", "-P"
+        restored = box.exec(*show, "ExecMainExitTimestampMonotonic", "velnet-guard-boot").stdout
+        assert 0 < int(restored) < int(box.exec(*show, "ExecMainStartTimestampMonotonic", "systemd-networkd").stdout)
+
+
+class File:
+    """New contents: unknown after a power cut, unless they were synced since they were written."""
+    text, is_synced = b"", False
+
+
+class Disk:
+    """What a power cut at this moment may leave of the calls so far."""
+
+    def __init__(self):
+        self.seen = {}  # path: File, True for a directory, or None when it is gone; what is not here is as it was
+        self.durable = {}
+        self.pending = collections.defaultdict(list)  # of each directory: its changes since it was synced
+
+    def call(self, name, text):
+        path = re.match(r"(?:\d+<([^>]*)>)?", text)[1]  # of what is open, or of the directory
+        if name == "write" and path in self.seen:
+            self.seen[path].text += ast.literal_eval("b" + re.search(r'"(?:[^"\\]|\\.)*"', text)[0])
+            self.seen[path].is_synced = False
+        elif name == "fsync" and isinstance(self.seen.get(path), File):
+            self.seen[path].is_synced = True
+        elif name == "fsync":
+            for entries in self.pending.pop(path, []):
+                self.durable.update(entries)
+        elif name != "write" and (name != "openat" or "O_CREAT" in text):
+            first, *others = [path + "/" + entry for entry in re.findall('"([^"]*)"', text)]
+            made = {"openat": File(), "mkdirat": True, "unlinkat": None, "renameat": self.seen.get(first)}[name]
+            self.pending[path].append({first: None, **{to: made for to in others or [first]}})
+            self.seen.update(self.pending[path][-1])
+
+    def states(self):
+        """Of each directory, any number of its pending changes has happened, in their order."""
+        for counts in itertools.product(*(range(len(changes) + 1) for changes in self.pending.values())):
+            happened = [entries for changes, count in zip(self.pending.values(), counts) for entries in changes[:count]]
+            yield dict(collections.ChainMap(*reversed(happened), self.durable))
+
+
+def verdict(state, old, new):
+    """What the device has after the next boot: its old files, as they are or by the record, or the new ones."""
+    def text(path):  # None where there is no file, False where the text is unknown
+        file = state.get(path, old.get(path))
+        return file.is_synced and file.text.decode() if isinstance(file, File) else file
+
+    texts = {path: text(path) for path in CHANGED}
+    trial, rollback, confirmed = (state.get(RECORDS) and text(f"{RECORDS}/{name}")
+                                  for name in ("trial", "rollback", "confirmed"))
+    record = rollback if trial is None else trial
+    if record:
+        before = {file["path"]: file["before"] for file in json.loads(record.rpartition("checksum ")[0])["files"]}
+        return "restored" if before == old else before
+    return "new" if record is None and confirmed and texts == new else "old" if texts == old else texts
+
+
+@pytest.mark.parametrize("end, last", [("confirm", "new"), ("rollback", "old")])
+def test_whatever_was_not_synced_the_files_are_never_mixed_after_the_boot(aside, end, last):
+    told = aside(f"""texts() {{ for file in {' '.join(CHANGED)}; do echo "== $1 $file"; cat $file || true; done; }}
+        strace="strace -qqys 99999 -o /dev/fd/3 -e trace=/^(open|p?write|f.*sync|rename|(un|sym)?link|mkdir|f?trunc)"
+        texts old; echo '== calls'; {{ $strace $change --try 9; $strace ${end}; }} 3>&1 >&2; texts new""")
+    old, new = ({path: told[f"{time} {path}"] or None for path in CHANGED} for time in ("old", "new"))
+    disk, seen = Disk(), set()
+    for name, text in re.findall(r"^(\w+)\((.*)\) += \d", told["calls"], re.MULTILINE):
+        disk.call(name, text)
+        possible = [verdict(state, old, new) for state in disk.states()]
+        assert all(one in ("old", "restored", "new") for one in possible), f"{possible} after {text}"
+        seen.update(possible)
+    assert seen == {"old", "restored", last} and set(possible) == {last}
