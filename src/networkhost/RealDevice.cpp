@@ -3,6 +3,7 @@
 
 #include "base/ExecuteCommand.h"
 #include "networkhost/Record.h"
+#include "networkhost/Trial.h"
 
 #include <ctime>
 #include <thread>
@@ -68,6 +69,7 @@ bool RealDevice::hasBootGuard()
            "enabled\n"; // not for this boot only
 }
 
+/// None is needed any more when the trial has ended.
 bool RealDevice::waitForGuard(std::chrono::milliseconds limit)
 {
     constexpr std::chrono::milliseconds kPause(10);
@@ -75,7 +77,8 @@ bool RealDevice::waitForGuard(std::chrono::milliseconds limit)
     do {
         std::unique_ptr<IFiles::Lock> lock;
         std::string holder;
-        if (files_.tryLock(kGuardLock, lock, holder) == std::errc::operation_would_block) {
+        if (files_.tryLock(kGuardLock, lock, holder) == std::errc::operation_would_block ||
+            !trialState(*this).isPending()) {
             return true;
         }
         lock.reset(); // for the guard

@@ -266,7 +266,7 @@ TrialState trialState(IDevice& device)
             state.why = error == std::errc::bad_message
                             ? std::string("it is damaged; nothing is touched; look into ") + kTrialDirectory +
                                   ", and remove trial and rollback there to go on"
-                            : error.message();
+                            : Failure{Failure::Step::ReadFile, path, error, {}}.text();
             return state;
         }
         state.kind = kind == Kind::Waiting && record.isLive ? Kind::Counting : kind;
