@@ -267,7 +267,8 @@ def test_no_link_of_somebody_else_is_followed(aside):
     reason = "a symbolic link on the way, or its target, belongs neither to root"
     for refusal in (f"cannot read /etc/systemd/resolved.conf.d/dns_domain.conf: {reason}",
                     f"cannot read /etc/systemd/network/02_remote.network: {reason}",
-                    f"a trial is pending, but its record cannot be read: cannot read /etc/systemd/network/.velnet/trial: {reason}"):
+                    "a trial is pending, but its record cannot be read: cannot read "
+                    f"/etc/systemd/network/.velnet/trial: {reason}"):
         assert "velnetctl: " + refusal in left["answers"]
     assert left["answers"].count("\n1\n") == 3
     assert left["target"] == "own\n"
