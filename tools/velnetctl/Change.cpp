@@ -183,7 +183,7 @@ IpSettings requestedSettings(const std::string& address, const std::string& mask
     return settings;
 }
 
-/// "" for none given.
+/// "none" is 0.0.0.0 to the library.
 std::string addressOrNone(const std::string& text)
 {
     return lowerCase(text) == kNone ? kNoAddress : text;

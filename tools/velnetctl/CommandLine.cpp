@@ -179,7 +179,7 @@ CLI::App& add(Commands& commands, const Verb& verb, Action action)
     return app;
 }
 
-/// `set` stores the number of seconds.
+/// An option that takes a number of seconds.
 CLI::Option* addSeconds(CLI::App& app, const std::string& name, Seconds& seconds, const std::string& description)
 {
     return app
