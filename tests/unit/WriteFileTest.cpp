@@ -38,7 +38,9 @@ struct WriteFile : testing::Test
     {
         const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
         EXPECT_EQ(::flock(file.get(), LOCK_SH), 0);
-        return textOf(path);
+        auto text = textOf(path);
+        ::flock(file.get(), LOCK_UN); // closing is not enough: a child forked meanwhile has the file open, too
+        return text;
     }
     void writeManyTimes(const std::string& text) const
     {
