@@ -3,8 +3,11 @@
 
 #include "../networkmanager/system/ISystemIF.h"
 #include "IFiles.h"
+#include "IHints.h"
 
+#include <cerrno>
 #include <chrono>
+#include <memory>
 
 namespace networkhost {
 
@@ -29,6 +32,13 @@ public:
 
     /// Whether an unconfirmed trial is rolled back at the next boot.
     virtual bool hasBootGuard() = 0;
+
+    /// Empty, with errno, when there are no descriptors to be had, or the device has no hints (ENOTSUP).
+    virtual std::unique_ptr<IHints> openHints()
+    {
+        errno = ENOTSUP;
+        return nullptr;
+    }
 };
 
 } // namespace networkhost

@@ -2,10 +2,13 @@
 #include "networkhost/RealDevice.h"
 
 #include "base/ExecuteCommand.h"
+#include "networkhost/RealHints.h"
 #include "networkhost/Record.h"
 #include "networkhost/Trial.h"
 
+#include <cerrno>
 #include <ctime>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -67,6 +70,16 @@ bool RealDevice::hasBootGuard()
 {
     return executeCommand("systemctl is-enabled velnet-guard-boot.service").output ==
            "enabled\n"; // not for this boot only
+}
+
+std::unique_ptr<IHints> RealDevice::openHints()
+{
+    try {
+        return std::make_unique<RealHints>();
+    } catch (const std::system_error& error) {
+        errno = error.code().value();
+        return nullptr;
+    }
 }
 
 /// None is needed any more when the trial has ended.

@@ -24,6 +24,7 @@ public:
     void pause(std::chrono::milliseconds duration) override;
     bool startGuard() override;
     bool hasBootGuard() override;
+    std::unique_ptr<IHints> openHints() override;
 
 private:
     bool waitForGuard(std::chrono::milliseconds limit);

@@ -301,11 +301,14 @@ std::error_code RealFiles::makeDirectory(const std::string& path)
     if (!made.isOpen()) {
         return errorOf(errno);
     }
+    constexpr mode_t kMode = 0777;
     struct stat status = {};
-    if (::fstat(made.get(), &status) == 0 && status.st_uid == ::geteuid()) {
+    const bool isOwn = ::fstat(made.get(), &status) == 0 && status.st_uid == ::geteuid();
+    // What is right already is left alone: who watches the directory sleeps on.
+    if (isOwn && (status.st_gid != parent.st_gid || (status.st_mode & kMode) != (parent.st_mode & kMode))) {
         static_cast<void>(
             ::fchown(made.get(), static_cast<uid_t>(-1), parent.st_gid)); // or it stays the caller's alone
-        ::fchmod(made.get(), parent.st_mode & 0777U);
+        ::fchmod(made.get(), parent.st_mode & kMode);
     }
     return errorOfCall(::fsync(place.directory.get()));
 }

@@ -6,6 +6,7 @@
 #include "networkhost/Addresses.h"
 #include "networkhost/Guard.h"
 #include "networksimulation/Files.h"
+#include "networksimulation/Hints.h"
 #include "networksimulation/System.h"
 
 #include <algorithm>
@@ -81,17 +82,31 @@ std::chrono::milliseconds Device::now() const
     return schedule_.now();
 }
 
+std::unique_ptr<networkhost::IHints> Device::openHints()
+{
+    return std::make_unique<Hints>(*this);
+}
+
+void Device::hint()
+{
+    for (auto* hints : hints_) {
+        hints->add();
+    }
+}
+
 void Device::advance(std::chrono::milliseconds duration)
 {
     const std::lock_guard guard(lock_);
-    schedule_.advance(duration);
+    if (schedule_.advance(duration)) {
+        hint();
+    }
 }
 
 void Device::settle()
 {
     const std::lock_guard guard(lock_);
     while (!schedule_.isEmpty()) {
-        schedule_.advance(std::chrono::milliseconds(1));
+        advance(1);
     }
 }
 
@@ -123,6 +138,7 @@ void Device::setCable(const std::string& interfaceName, bool isPlugged)
     auto& iface = kernel_.interfaces.at(interfaceName);
     if (std::exchange(iface.hasCable, isPlugged) != isPlugged) {
         networkd_.linkChanged(interfaceName);
+        hint();
     }
 }
 
@@ -133,6 +149,7 @@ void Device::removeInterface(const std::string& interfaceName)
     iface.isPresent = false;
     iface.addresses.clear(); // the daemon sees to the routes
     networkd_.linkChanged(interfaceName);
+    hint();
 }
 
 void Device::restoreInterface(const std::string& interfaceName)
@@ -140,6 +157,7 @@ void Device::restoreInterface(const std::string& interfaceName)
     const std::lock_guard guard(lock_);
     if (!std::exchange(kernel_.interfaces.at(interfaceName).isPresent, true)) {
         networkd_.linkChanged(interfaceName);
+        hint();
     }
 }
 
@@ -163,6 +181,7 @@ void Device::addAddress(const std::string& interfaceName, const std::string& add
     }
     const auto mask = velbase2::system::iphelper::subnetBitsToMask(std::stoi(address.substr(slash + 1)));
     kernel_.interfaces.at(interfaceName).addresses.push_back({address.substr(0, slash), mask, 0, true});
+    hint();
 }
 
 std::string Device::textOf(const std::string& path) const
@@ -174,6 +193,7 @@ void Device::put(const std::string& path, const std::string& text)
 {
     const std::lock_guard guard(lock_);
     texts_[path] = text;
+    hint();
 }
 
 void Device::failWrite(const std::string& path, int error)
@@ -273,6 +293,7 @@ bool Device::write(const std::string& path, const std::string& text, int& error)
     }
     texts_[path] = text;
     events_.push_back(wrote(path, text));
+    hint();
     return true;
 }
 
@@ -285,6 +306,7 @@ bool Device::remove(const std::string& path, int& error)
     }
     if (texts_.erase(path) > 0) {
         events_.push_back(removed(path));
+        hint();
     }
     return true;
 }
@@ -300,6 +322,7 @@ bool Device::rename(const std::string& from, const std::string& to, int& error)
     texts_[to] = texts_[from];
     texts_.erase(from);
     events_.push_back(renamed(from, to));
+    hint();
     return true;
 }
 
@@ -330,6 +353,7 @@ bool Device::run(const std::string& command, std::string& errorOutput)
         errorOutput = "sh: 1: " + command + ": not found\n";
     }
     events_.push_back(errorOutput.empty() ? ran(command) : failedToRun(command));
+    hint();
     return errorOutput.empty();
 }
 

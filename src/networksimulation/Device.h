@@ -20,6 +20,8 @@
 
 namespace networksimulation {
 
+class Hints;
+
 /// A device in memory: files, kernel, systemd-networkd and systemd-resolved, which take effect step by step on a clock
 /// that stands still until it is advanced.
 ///
@@ -46,6 +48,9 @@ public:
     /// True, until removeGuards(). No guard runs by itself: networkhost::guardTrials() is one, on the caller's thread.
     bool startGuard() override;
     bool hasBootGuard() override;
+
+    /// A wait on them advances the clock.
+    std::unique_ptr<networkhost::IHints> openHints() override;
 
     /// For a manager, which owns its system interface. The device outlives it.
     std::unique_ptr<networkmanager::ISystemIF> makeSystem();
@@ -114,7 +119,9 @@ public:
 private:
     friend class System;
     friend class Files;
+    friend class Hints;
 
+    void hint();
     void setCable(const std::string& interfaceName, bool isPlugged);
     std::optional<std::string> find(const std::string& path) const; // the file's text
     std::optional<std::vector<std::string>> list(const std::string& directory) const;
@@ -131,6 +138,7 @@ private:
     int boots_ = 0;
     bool hasGuards_ = true;
     std::vector<Event> events_;
+    std::set<Hints*> hints_;                             // that are open
     std::map<std::string, int> failingWrites_;           // errno values by path
     std::map<std::string, std::string> failingCommands_; // words by the beginning of the command
     std::map<std::string, bool> hangs_;                  // by daemon: whether a restart waits for its end

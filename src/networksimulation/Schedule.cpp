@@ -17,16 +17,19 @@ void Schedule::cancel(const std::string& owner)
     }
 }
 
-void Schedule::advance(std::chrono::milliseconds duration)
+bool Schedule::advance(std::chrono::milliseconds duration)
 {
     const auto end = now_ + duration;
+    bool hasRun = false;
     while (!actions_.empty() && actions_.begin()->first <= end) {
         // Taken out first: it may schedule and cancel others.
         const auto next = actions_.extract(actions_.begin());
         now_ = next.key();
         next.mapped().run();
+        hasRun = true;
     }
     now_ = end;
+    return hasRun;
 }
 
 } // namespace networksimulation

@@ -18,8 +18,8 @@ public:
     void after(std::chrono::milliseconds delay, const std::string& owner, std::function<void()> action);
     void cancel(const std::string& owner);
 
-    /// Runs what is due meanwhile, in the order of time.
-    void advance(std::chrono::milliseconds duration);
+    /// Runs what is due meanwhile, in the order of time. True for anything.
+    bool advance(std::chrono::milliseconds duration);
 
     bool isEmpty() const { return actions_.empty(); }
 
