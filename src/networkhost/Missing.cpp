@@ -2,6 +2,7 @@
 #include "networkhost/Missing.h"
 
 #include "networkhost/Addresses.h"
+#include "networkhost/Wait.h"
 
 #include <algorithm>
 
@@ -167,13 +168,11 @@ Missing missing(const Configuration& wanted, const LiveState& live, const std::o
 Missing waitUntilLive(IDevice& device, const Configuration& wanted, std::chrono::milliseconds limit,
                       const std::optional<Configuration>& before)
 {
-    constexpr std::chrono::milliseconds kPause(20);
-    const auto start = device.now();
-    auto answer = missing(wanted, readLiveState(device), before);
-    while (!answer.empty() && device.now() - start < limit) {
-        device.pause(kPause);
+    Missing answer;
+    waitUntil(device, limit, [&] {
         answer = missing(wanted, readLiveState(device), before);
-    }
+        return answer.empty();
+    });
     return answer;
 }
 

@@ -7,6 +7,7 @@
 #include "networkhost/Missing.h"
 #include "networkhost/Record.h"
 #include "networkhost/RollBack.h"
+#include "networkhost/Wait.h"
 
 #include <algorithm>
 
@@ -76,12 +77,11 @@ bool moveDeadline(IDevice& device, Record& record, milliseconds time, bool isLiv
 /// Waits for the setting; ends early when somebody confirms or rolls back.
 Missing waitForTrial(IDevice& device, const Configuration& wanted, const Configuration& before, milliseconds limit)
 {
-    constexpr milliseconds kSlice(200);
-    const auto end = device.now() + limit;
     Missing lacking;
-    do {
-        lacking = waitUntilLive(device, wanted, std::min(kSlice, end - device.now()), before);
-    } while (!lacking.empty() && device.now() < end && isThere(device.files(), kTrial));
+    waitUntil(device, limit, [&] {
+        lacking = missing(wanted, readLiveState(device), before);
+        return lacking.empty() || !isThere(device.files(), kTrial);
+    });
     return lacking;
 }
 
@@ -224,15 +224,16 @@ std::string TrialState::text() const
 
 TrialState endOfTrial(IDevice& device)
 {
-    constexpr milliseconds kPause(50);
     constexpr milliseconds kLimit(30000);
-    const auto end = device.now() + kLimit;
-    auto state = trialState(device);
-    while (state.kind == TrialState::Kind::RollingBack && device.now() < end) {
-        wakeGuard(device);
-        device.pause(kPause);
+    TrialState state;
+    waitUntil(device, kLimit, [&] {
         state = trialState(device);
-    }
+        const bool isOver = state.kind != TrialState::Kind::RollingBack;
+        if (!isOver) {
+            wakeGuard(device);
+        }
+        return isOver;
+    });
     return state;
 }
 
