@@ -84,23 +84,33 @@ def end_of_trial(box):
     return wait_until(end, "the trial is over")
 
 
-class Monitor:
-    """velnetctl monitor --json, running in the box; collects what it prints."""
+def wait_until_stalled(box, monitor):
+    """The process is a monitor with the option -v, whose reader does not read. Returns its number in the box."""
+    while "refresh..." not in monitor.stderr.readline():
+        assert monitor.poll() is None
+    # It has begun the first look. Nothing but the reader lets it sleep there.
+    return wait_until(lambda: box.exec("pgrep", "-r", "S", "-x", "velnetctl", check=False).stdout.strip(), "it stalls")
 
-    def __init__(self, box):
-        self.process = subprocess.Popen([*box.command, "exec", VELNETCTL, "monitor", "--json"],
-                                        stdout=subprocess.PIPE, text=True)
+
+class Monitor:
+    """velnetctl monitor --json, or a command that runs it, in the box; collects what it prints."""
+
+    def __init__(self, box, *command, is_read=True, **options):
+        command = command or (VELNETCTL, "monitor", "--json")
+        self.process = subprocess.Popen([*box.command, "exec", *command], stdout=subprocess.PIPE, text=True, **options)
         self.changes = []
-        self.reader = threading.Thread(target=lambda: self.changes.extend(map(json.loads, self.process.stdout)))
-        self.reader.start()
+        self.reader = threading.Thread(target=lambda: self.changes.extend(map(json.loads, self.process.stdout)),
+                                       daemon=True)
+        if is_read:
+            self.reader.start()
 
     def wait_for(self, source, name, value):
         """Waits for that change; removes and returns everything up to it."""
         def position():
             for index, change in enumerate(self.changes):
-                matches = value(change["value"]) if callable(value) else change["value"] == value
-                if (change["source"], change["name"]) == (source, name) and matches:
-                    return index + 1
+                if (change["source"], change["name"]) == (source, name):
+                    if value(change["value"]) if callable(value) else change["value"] == value:
+                        return index + 1
             return 0
         count = wait_until(position, f"{source} publishes {name} {value}")
         taken, self.changes[:count] = self.changes[:count], []
@@ -162,6 +172,6 @@ def units(box, settings, installed):
 @pytest.fixture
 def monitor(box):
     running = Monitor(box)
-    running.wait_for("host", "hostname", "velnet-device")  # the last value of the first pass
+    running.wait_for("resolver", "domains", lambda domains: True)  # the last line of the first pass
     yield running
     running.stop()

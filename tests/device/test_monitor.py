@@ -8,7 +8,7 @@ import time
 
 import pytest
 
-from conftest import VELNETCTL, wait_until
+from conftest import VELNETCTL, wait_until_stalled
 
 
 def test_a_pulled_cable_and_its_return_are_published(box, monitor):
@@ -50,11 +50,11 @@ def test_a_monitor_whose_reader_stalls_ends_all_the_same(box, end):
         except BlockingIOError:
             break
     os.set_blocking(writer, True)
-    monitor = subprocess.Popen([*box.command, "exec", VELNETCTL, "monitor"], stdout=writer)
+    monitor = subprocess.Popen([*box.command, "exec", VELNETCTL, "-v", "monitor"], stdout=writer, stderr=subprocess.PIPE,
+                               text=True)
     os.close(writer)
-    inside = wait_until(lambda: box.exec("pgrep", "-r", "S", "-x", "velnetctl", check=False).stdout.split(), "it runs")
-    wait_until(lambda: "pipe_write" in box.exec("sh", "-c", f"cat /proc/{inside[0]}/task/*/wchan").stdout, "it stalls")
-    box.exec("kill", f"-{end.name[3:]}", *inside)
+    inside = wait_until_stalled(box, monitor)
+    box.exec("kill", f"-{end.name[3:]}", inside)
     assert monitor.wait(timeout=20) == 1
     os.close(reader)
 

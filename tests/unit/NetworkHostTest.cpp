@@ -210,12 +210,10 @@ TEST(RealFiles, FollowLinksAndAreLocked)
     EXPECT_FALSE(files.tryLock(directory.file("target/lock"), another, holder));
 }
 
-TEST(ChangePrinter, PrintsAChangeALine)
+TEST(Monitor, PrintsAChangeALine)
 {
-    std::ostringstream output;
-    velnetctl::ChangePrinter(output, false).print("remote", "link", true);
-    velnetctl::ChangePrinter(output, true).print("host", "hostname", std::string("a\x1b"));
-    EXPECT_THAT(output.str(),
+    EXPECT_THAT(velnetctl::lineOf({"remote", "link", "up", true}, false) +
+                    velnetctl::lineOf({"host", "hostname", "a", "a\x1b"}, true),
                 testing::MatchesRegex(
                     "20..-..-..T..:..:..\\....Z  remote  link        up\n"
                     "\\{\"time\":\".*Z\",\"source\":\"host\",\"name\":\"hostname\",\"value\":\"a.*u001b\"\\}\n"));

@@ -222,7 +222,7 @@ void addLooking(Commands& commands, Session& session)
     status.add_flag("--json", arguments.json, "Print one JSON object");
     status.add_option("INTERFACE", arguments.words, "Only these interfaces")->check(managedInterface());
 
-    auto& watching = add(commands, kMonitor, [&]() -> int { monitor(session.output, arguments.json); });
+    auto& watching = add(commands, kMonitor, [&] { return monitor(session, arguments.json); });
     watching.add_flag("--json", arguments.json, "Print one JSON object a line");
 }
 

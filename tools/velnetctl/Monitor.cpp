@@ -1,95 +1,118 @@
 // SPDX-License-Identifier: MIT
 #include "Monitor.h"
 
-#include "base/FileDescriptor.h"
-#include "networkhost/Cells.h"
-#include "networkmanager/NetworkManager.h"
+#include "Signals.h"
+#include "Text.h"
 
+#include <algorithm>
 #include <array>
-#include <chrono>
+#include <cerrno>
+#include <climits>
 #include <csignal>
-#include <cstdlib>
-#include <ctime>
 #include <iomanip>
+#include <sstream>
+#include <string_view>
 
+#include <fcntl.h>
 #include <poll.h>
-#include <sys/signalfd.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace velnetctl {
 namespace {
 
-/// The present time as in 2026-05-04T09:08:07.006Z.
-std::string timeStamp()
+/// The standard output, whose reader may take his time, and the signals that end it.
+class Output
 {
-    const auto now = std::chrono::system_clock::now();
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
-    const auto sinceEpoch = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch());
-    std::tm utc{};
-    ::gmtime_r(&seconds, &utc);
-    std::array<char, sizeof "2026-05-04T09:08:07"> text{};
-    static_cast<void>(std::strftime(text.data(), text.size(), "%FT%T", &utc));
-    return text.data() + ('.' + std::to_string(1000 + sinceEpoch.count() % 1000).substr(1)) + 'Z';
-}
-
-/// Blocks the signals that end the process, for all threads to come, and makes them readable.
-int openEndSignals()
-{
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGTERM);
-    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    // Above the standard streams, one of which may be closed.
-    return velbase2::system::atLeast(STDERR_FILENO + 1, ::signalfd(-1, &signals, SFD_CLOEXEC));
-}
-
-/// Waits for an end signal, or for the end of all readers of standard output. True for the signal.
-bool awaitEnd(int endSignals)
-{
-    // Without events asked for, poll reports only that a descriptor is broken.
-    std::array<pollfd, 2> watched{{{endSignals, POLLIN, 0}, {STDOUT_FILENO, 0, 0}}};
-    while (::poll(watched.data(), watched.size(), -1) < 0) {
+public:
+    explicit Output(int endSignals) : endSignals_(endSignals)
+    {
+        struct stat status = {};
+        if (::fstat(STDOUT_FILENO, &status) == 0 && (S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode))) {
+            // Others may have it open as well, and are not to find it non-blocking: opened anew, it is ours.
+            own_.reset(::open("/proc/self/fd/1", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+        }
     }
-    return watched[0].revents != 0;
-}
+
+    bool isGood() const { return isGood_; }
+
+    /// Waits until the reader has taken the text. Does nothing any more when it is not good.
+    void write(std::string_view text)
+    {
+        while (!text.empty() && isGood_) {
+            isGood_ = isWritable();
+            if (isGood_) {
+                // Where it is not ours: so much fits into a pipe that is writable, and the signals are heard.
+                const auto count = ::write(own_.isOpen() ? own_.get() : STDOUT_FILENO, text.data(),
+                                           std::min<std::size_t>(text.size(), PIPE_BUF));
+                // A terminal may count as writable and still have too little room.
+                isGood_ = count >= 0 || (errno == EAGAIN && !isAskedToEnd(kPause));
+                text.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);
+            }
+        }
+    }
+
+private:
+    static constexpr int kPause = 10;
+
+    bool isAskedToEnd(int limit) const
+    {
+        pollfd end{endSignals_, POLLIN, 0};
+        return ::poll(&end, 1, limit) > 0;
+    }
+
+    /// A reader that stalls does not hold up the end for long.
+    bool isWritable() const
+    {
+        constexpr int kPatience = 200;
+        std::array<pollfd, 2> watched{{{STDOUT_FILENO, POLLOUT, 0}, {endSignals_, POLLIN, 0}}};
+        ::poll(watched.data(), watched.size(), -1);
+        if (watched[0].revents == 0) {
+            ::poll(watched.data(), 1, kPatience);
+        }
+        return (watched[0].revents & POLLOUT) != 0;
+    }
+
+    int endSignals_;
+    velbase2::system::FileDescriptor own_;
+    bool isGood_ = true;
+};
 
 } // namespace
 
-bool ChangePrinter::isComplete()
+std::string headOf(const Change& change)
 {
-    // Not for long: a reader that stalls holds the lock up for as long as it likes.
-    const std::unique_lock guard(lock_, std::chrono::milliseconds(200));
-    return guard.owns_lock() && output_.good();
+    std::ostringstream head;
+    head << utcNow() << "  " << std::left << std::setw(8) << change.source << (change.source.size() < 8 ? "" : " ")
+         << std::setw(12) << change.name;
+    return head.str();
 }
 
-void ChangePrinter::printLine(const std::string& source, const char* cell, const std::string& text, const Json& value)
+std::string lineOf(const Change& change, bool json)
 {
-    const std::lock_guard guard(lock_);
-    if (json_) {
-        output_ << dump({{"time", timeStamp()}, {"source", source}, {"name", cell}, {"value", value}});
-    } else {
-        output_ << timeStamp() << "  " << std::left << std::setw(8) << source << std::setw(12) << cell << text;
+    if (json) {
+        return dump({{"time", utcNow()}, {"source", change.source}, {"name", change.name}, {"value", change.value}}) +
+               '\n';
     }
-    output_ << '\n' << std::flush;
-    if (!output_) {
-        ::kill(::getpid(), SIGTERM); // nobody reads any more
-    }
+    return headOf(change) + change.text + '\n';
 }
 
-void monitor(std::ostream& output, bool json)
+bool monitor(Session& session, bool json)
 {
-    const int endSignals = openEndSignals();          // before the manager starts its thread
-    static_cast<void>(std::signal(SIGPIPE, SIG_IGN)); // a reader that is gone shows in the stream
-    ChangePrinter printer(output, json);
-    networkmanager::detail::NetworkManager<networkmanager::NetworkManagerData> manager;
-    networkhost::connectToEachCell(manager, [&printer](const std::string& source, const char* cell,
-                                                       const auto& content) { printer.print(source, cell, content); });
-    manager.start();
-
-    const bool isAskedToEnd = awaitEnd(endSignals);
-    // Without stop(), which waits for the manager's thread to wake up: nothing of this process is worth 2 seconds.
-    std::_Exit(isAskedToEnd && printer.isComplete() ? EXIT_SUCCESS : EXIT_FAILURE);
+    const auto endSignals = openSignals({SIGINT, SIGTERM});
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN)); // a reader that is gone shows in the result
+    Output output(endSignals.get());
+    Observer observer(session.device, [&](const Change& change) { output.write(lineOf(change, json)); });
+    // Without events asked for, poll reports only that a descriptor is broken.
+    std::array<pollfd, 3> watched{{{endSignals.get(), POLLIN, 0}, {STDOUT_FILENO, 0, 0}, {observer.fd(), POLLIN, 0}}};
+    while (output.isGood()) {
+        ::poll(watched.data(), watched.size(), -1);
+        if (watched[0].revents != 0 || watched[1].revents != 0) {
+            return watched[0].revents != 0;
+        }
+        observer.dispatch();
+    }
+    return false;
 }
 
 } // namespace velnetctl

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "Status.h"
 
+#include "Configured.h"
 #include "Json.h"
 #include "Text.h"
-#include "base/IpHelper.h"
-#include "networkhost/Addresses.h"
 #include "networkhost/Backend.h"
 #include "networkhost/Cells.h"
 #include "networkhost/Checks.h"
@@ -24,7 +23,6 @@ namespace velnetctl {
 using networkhost::toText;
 using networkmanager::EthInterface;
 using velbase2::nsa::common::IpSettings;
-namespace iphelper = velbase2::system::iphelper;
 
 namespace {
 
@@ -71,19 +69,13 @@ std::string linkText(const EthInterface& iface)
     return text;
 }
 
-std::string configuredText(const networkhost::ConfiguredInterface& configured)
-{
-    return toText(configured) + (configured.gateway.empty() ? "" : ", gateway " + configured.gateway);
-}
-
 void printInterface(std::ostream& output, const EthInterface& iface, const Snapshot& snapshot)
 {
     const auto configuration = onlyInterface(snapshot.configured, iface.name);
     const auto& configured = configuration.interfaces.at(iface.name);
     output << '\n' << colored(Color::Bold, iface.name) << '\n';
     printLine(output, "link", linkText(iface));
-    printLine(output, "configured",
-              networkhost::printable(configuredText(configured)) + "  (" + iface.networkFile + ')');
+    printLine(output, "configured", configuredText(configured) + "  (" + iface.networkFile + ')');
     printLine(output, "routes", networkhost::printable(toText(iface.routes.get().value_or(""))));
     if (!iface.macAddress.get()) {
         return;
@@ -100,11 +92,6 @@ void printInterface(std::ostream& output, const EthInterface& iface, const Snaps
     }
 }
 
-std::string resolverText(const std::vector<std::string>& servers, const std::vector<std::string>& domains)
-{
-    return networkhost::printable(toText(servers) + ", search " + toText(domains));
-}
-
 void printText(Session& session, const Snapshot& snapshot, const std::vector<std::string>& interfaceNames)
 {
     auto& output = session.output;
@@ -118,22 +105,6 @@ void printText(Session& session, const Snapshot& snapshot, const std::vector<std
     for (const auto& name : interfaceNames) {
         printInterface(output, snapshot.interfaces.at(name), snapshot);
     }
-}
-
-/// The records of the required library have room for one address; all of them stand in "configuredAddresses".
-IpSettings settingsOf(const networkhost::ConfiguredInterface& configured)
-{
-    IpSettings settings;
-    settings.dhcp = configured.dhcp;
-    settings.gateway = configured.gateway;
-    if (!configured.addresses.empty() && !configured.dhcp) {
-        const auto& address = configured.addresses.front();
-        const auto slash = address.find('/');
-        settings.ip = address.substr(0, slash);
-        const auto length = networkhost::parsePrefixLength(address.substr(std::min(slash, address.size() - 1) + 1));
-        settings.mask = length ? iphelper::subnetBitsToMask(*length) : std::string();
-    }
-    return settings;
 }
 
 Json interfaceJson(const EthInterface& iface, const Snapshot& snapshot)

@@ -2,7 +2,10 @@
 #include "Text.h"
 
 #include <algorithm>
+#include <array>
+#include <chrono>
 #include <cstdlib>
+#include <ctime>
 #include <numeric>
 #include <utility>
 
@@ -40,6 +43,18 @@ std::string colored(Color color, const std::string& text)
     static const bool isWanted = wantsColor();
     const char* code = color == Color::Bold ? "1" : color == Color::Green ? "32" : "31";
     return isWanted ? "\033[" + std::string(code) + 'm' + text + "\033[0m" : text;
+}
+
+std::string utcNow()
+{
+    const auto now = std::chrono::system_clock::now();
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+    const auto sinceEpoch = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch());
+    std::tm utc{};
+    ::gmtime_r(&seconds, &utc);
+    std::array<char, sizeof "2026-05-04T09:08:07"> text{};
+    static_cast<void>(std::strftime(text.data(), text.size(), "%FT%T", &utc));
+    return text.data() + ('.' + std::to_string(1000 + sinceEpoch.count() % 1000).substr(1)) + 'Z';
 }
 
 std::string suggestion(const std::string& word, const std::vector<std::string>& candidates)

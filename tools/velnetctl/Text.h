@@ -11,6 +11,9 @@ enum class Color { Bold, Green, Red };
 /// The text in the colour, where standard output is a terminal and NO_COLOR is not set; else the text.
 std::string colored(Color color, const std::string& text);
 
+/// The present time as in 2026-05-04T09:08:07.006Z.
+std::string utcNow();
+
 /// "; did you mean 'remote'?" with the candidate that is like the word, or the empty text.
 std::string suggestion(const std::string& word, const std::vector<std::string>& candidates);
 

@@ -1,0 +1,226 @@
+# SPDX-License-Identifier: MIT
+"""velnetctl monitor over the events of the kernel and of the files: many, lost, and of what comes and goes."""
+import contextlib
+import re
+import shlex
+import signal
+import subprocess
+import time
+
+import pytest
+
+from conftest import VELNETCTL, Monitor, wait_until, wait_until_stalled
+
+ETC = "/etc/systemd/network", "/etc/systemd/resolved.conf.d"
+LOCAL, SERVER, DOMAIN = f"{ETC[0]}/01_local.network", f"{ETC[1]}/dns_server_0.conf", f"{ETC[1]}/dns_domain.conf"
+
+
+def velnetctl_inside(box):
+    """The number that the newest velnetctl has in the box."""
+    return box.exec("pgrep", "-nx", "velnetctl").stdout.strip()
+
+
+@contextlib.contextmanager
+def stopped(box, monitor):
+    """The monitor does nothing; gives the number that it has in the box."""
+    inside = velnetctl_inside(box)
+    box.exec("kill", "-STOP", inside)
+    try:
+        yield inside
+    finally:
+        box.exec("kill", "-CONT", inside)
+        monitor.process.send_signal(signal.SIGCONT)  # the command that started it has stopped with it
+
+
+def held_by(box, process):
+    """How many descriptors and watched directories."""
+    listed = box.exec("sh", "-c", f"cd /proc/{process}; ls fd; grep -h ^inotify fdinfo/*").stdout
+    return len(listed.splitlines())
+
+
+def batch(box, lines):
+    box.exec("ip", "-batch", "-", input="\n".join(lines))
+
+
+def routes(verb):
+    return [f"route {verb} 10.{20 + number // 250}.{number % 250}.0/24 via 192.168.10.2" for number in range(10000)]
+
+
+def has_address(address):
+    return lambda value: address in [entry["address"] for entry in value]
+
+
+def lacks_address(address):
+    return lambda value: not has_address(address)(value)
+
+
+@pytest.fixture
+def own_etc(box):
+    """A monitor that has an /etc of its own, with no directory in it, and a function that runs a script there."""
+    prepare = "mount -t tmpfs none /etc && echo velnet-device >/etc/hostname"
+    script = f"{prepare} && exec {shlex.quote(VELNETCTL)} monitor --json"
+    monitor = Monitor(box, "unshare", "--mount", "sh", "-c", script)
+    monitor.wait_for("resolver", "domains", [])
+    inside = velnetctl_inside(box)
+    yield monitor, lambda script: box.exec("nsenter", "-m", "-t", inside, "sh", "-ec", script)
+    monitor.stop()
+
+
+def test_a_monitor_begins_with_everything_once(box):
+    monitor = Monitor(box)
+    changes = monitor.wait_for("resolver", "domains", [])
+    of_interface = {"mac", "addresses", "live", "link", "speed", "duplex", "configured", "routes"}
+    expected = [(interface, name) for interface in ("local", "remote") for name in of_interface]
+    expected += [("host", "gateway"), ("host", "hostname"), ("resolver", "servers"), ("resolver", "domains")]
+    assert sorted((change["source"], change["name"]) for change in changes) == sorted(expected)
+    monitor.stop()
+
+
+def test_ten_thousand_routes_cost_one_look_in_20_ms_at_most(box, tmp_path):
+    log = tmp_path / "log"
+    with log.open("w") as stderr:
+        monitor = Monitor(box, VELNETCTL, "-v", "monitor", "--json", stderr=stderr)
+    monitor.wait_for("resolver", "domains", [])
+    inside, looks_before = velnetctl_inside(box), log.read_text().count("refresh...")
+    held, begin = held_by(box, inside), time.monotonic()
+    default = "default via 192.168.50.2 dev remote metric 1"
+    batch(box, [*routes("add"), *routes("delete"), f"route add {default}"])
+    monitor.wait_for("host", "gateway", "192.168.50.2")
+    batch(box, [*routes("add"), *routes("delete"), f"route delete {default}"])
+    monitor.wait_for("host", "gateway", "192.168.50.1")
+    looks = log.read_text().count("refresh...") - looks_before
+    assert looks <= (time.monotonic() - begin) / 0.020 + 1
+    assert held_by(box, inside) == held
+    monitor.stop()
+
+
+def test_what_changes_while_the_kernel_drops_events_is_seen(box, monitor):
+    def dropped(by):
+        table = box.read("/proc/net/netlink").splitlines()[1:]  # columns: sk Eth Pid Groups Rmem Wmem Dump Locks Drops
+        return sum(int(row.split()[8]) for row in table if row.split()[1:3] == ["0", by])
+
+    with stopped(box, monitor) as inside:
+        batch(box, [*routes("add"), *routes("delete")])
+        before = dropped(inside)
+        box.exec("ip", "address", "add", "10.9.8.7/24", "dev", "local")
+        assert dropped(inside) > before > 0
+    monitor.wait_for("local", "addresses", has_address("10.9.8.7"))
+    box.exec("ip", "address", "delete", "10.9.8.7/24", "dev", "local")
+    monitor.wait_for("local", "addresses", lacks_address("10.9.8.7"))
+
+
+def test_what_changes_while_events_of_files_are_lost_is_seen(box, own_etc):
+    monitor, run = own_etc
+    run(f"mkdir -p {ETC[0]}; echo '[Network]\nDHCP=yes' >{LOCAL}")
+    monitor.wait_for("local", "configured", lambda value: value["dhcp"])
+    most = box.read("/proc/sys/fs/inotify/max_queued_events").strip()
+    with stopped(box, monitor):
+        # Each file that is made is an event at least: there is no room for those of the other directory.
+        run(f"cd {ETC[0]}; seq {most} | xargs touch; mkdir {ETC[1]}; echo '[Resolve]\nDNS=10.0.0.1' >{SERVER}")
+    monitor.wait_for("resolver", "servers", ["10.0.0.1"])
+    run(f"echo '[Resolve]\nDomains=a.example' >{DOMAIN}")
+    monitor.wait_for("resolver", "domains", ["a.example"])
+
+
+# What is done, and what the monitor shows then: source, name and value.
+FILES = [
+    ("written where no directory was", f"mkdir -p {ETC[0]}; echo '[Network]\nAddress=10.0.0.1/8' >{LOCAL}",
+     ("local", "configured", lambda value: value["addresses"] == ["10.0.0.1/8"])),
+    ("written in place", f"echo 'Gateway=10.0.0.2' >>{LOCAL}",
+     ("local", "configured", lambda value: value["gateway"] == "10.0.0.2")),
+    ("replaced by rename", f"echo '[Network]\nAddress=10.0.0.3/8' >{LOCAL}.new; mv {LOCAL}.new {LOCAL}",
+     ("local", "configured", lambda value: value["addresses"] == ["10.0.0.3/8"])),
+    ("a drop-in", f"mkdir {LOCAL}.d; echo '[Route]\nDestination=10.1.0.0/16\nGateway=10.0.0.4' >{LOCAL}.d/50-routes.conf",
+     ("local", "routes", "dst=10.1.0.0/16,gw=10.0.0.4")),
+    ("the drop-in removed with its directory", f"rm -r {LOCAL}.d", ("local", "routes", "")),
+    ("a server", f"mkdir {ETC[1]}; echo '[Resolve]\nDNS=10.0.0.5' >{SERVER}", ("resolver", "servers", ["10.0.0.5"])),
+    ("a domain", f"echo '[Resolve]\nDomains=a.example' >{DOMAIN}", ("resolver", "domains", ["a.example"])),
+    ("a directory removed and made anew", f"rm -r {ETC[1]}; mkdir {ETC[1]}", ("resolver", "servers", [])),
+    ("a file in the new one", f"echo '[Resolve]\nDNS=10.0.0.6' >{SERVER}", ("resolver", "servers", ["10.0.0.6"])),
+    ("another directory in place of one", f"mkdir {ETC[0]}.new; mv {ETC[0]} /etc/old; mv {ETC[0]}.new {ETC[0]}",
+     ("local", "configured", lambda value: value["addresses"] == [])),
+    ("a file in the other one", f"echo '[Network]\nAddress=10.0.0.7/8' >{LOCAL}",
+     ("local", "configured", lambda value: value["addresses"] == ["10.0.0.7/8"])),
+    ("a directory above moved away", "mv /etc/systemd /etc/older", ("resolver", "servers", [])),
+    ("and made anew, all at once", f"mkdir -p {ETC[1]}; echo '[Resolve]\nDNS=10.0.0.8' >{SERVER}",
+     ("resolver", "servers", ["10.0.0.8"])),
+    ("the host's name", "echo other >/etc/hostname", ("host", "hostname", "other")),
+    ("a link in its place", "mkdir /etc/data; echo third >/etc/data/name; ln -sf data/name /etc/hostname",
+     ("host", "hostname", "third")),
+    ("what the link leads to", "echo fourth >/etc/data/name", ("host", "hostname", "fourth")),
+]
+
+
+def test_a_file_is_seen_however_it_comes(own_etc):
+    monitor, run = own_etc
+    for what, script, expected in FILES:
+        run(script)
+        try:
+            monitor.wait_for(*expected)
+        except AssertionError as error:
+            raise AssertionError(what) from error
+
+
+def test_directories_that_are_moved_away_leave_no_watch(box, own_etc):
+    monitor, run = own_etc
+    counts = []
+    for domain in ("a.example", "b.example"):
+        run(f"for i in $(seq 20); do mkdir -p {' '.join(ETC)}; sleep 0.1; mv /etc/systemd /etc/{domain}.$i; done;"
+            f"mkdir -p {' '.join(ETC)}; echo '[Resolve]\nDomains={domain}' >{DOMAIN}")
+        monitor.wait_for("resolver", "domains", [domain])
+        counts.append(held_by(box, velnetctl_inside(box)))
+    assert counts[0] == counts[1]
+
+
+def test_a_cable_that_is_out_for_a_moment_is_published(box, monitor):
+    box.run("link", "local", "down")  # waits until the kernel has noticed, which may take it a second
+    time.sleep(0.4)
+    box.run("link", "local", "up")
+    monitor.wait_for("local", "link", False)
+    monitor.wait_for("local", "link", True)
+
+
+def test_an_interface_that_is_deleted_and_made_anew_is_published(box, monitor):
+    init = re.search(r"PID (\d+)", box.run("status").stdout)[1]
+    mac = box.ip("link", "show", "local")[0]["address"]
+    for address in ("02:00:00:00:00:01", mac):
+        box.exec("ip", "link", "delete", "local")
+        for command in (f"link add local-peer type veth peer name local address {address} netns {init}",
+                        "address add 192.168.10.2/24 dev local-peer", "link set local-peer up"):
+            box.run("peer", "ip", *command.split())
+        monitor.wait_for("local", "mac", address)
+        monitor.wait_for("local", "addresses", has_address("192.168.10.1"))
+
+
+def test_a_reader_that_stalls_costs_no_memory_and_finds_the_last_state(box):
+    monitor = Monitor(box, VELNETCTL, "-v", "monitor", "--json", is_read=False, pipesize=4096, stderr=subprocess.PIPE)
+    inside = wait_until_stalled(box, monitor.process)
+
+    def memory():
+        return re.findall(r"(?:VmData|RssAnon):\s*(\d+)", box.read(f"/proc/{inside}/status"))
+
+    before = memory()
+    batch(box, [f"address {verb} 10.9.8.7/24 dev local" for _ in range(2500) for verb in ("add", "delete")])
+    batch(box, ["address add 10.9.8.7/24 dev local"])
+    assert memory() == before
+    monitor.process.stderr.close()
+    monitor.reader.start()
+    monitor.wait_for("local", "addresses", has_address("10.9.8.7"))
+    batch(box, ["address delete 10.9.8.7/24 dev local"])
+    monitor.wait_for("local", "addresses", lacks_address("10.9.8.7"))
+    monitor.stop()
+
+
+def test_a_monitor_without_anything_to_do_sleeps(box, monitor):
+    inside = velnetctl_inside(box)
+
+    def wake_ups():
+        return int(re.search(r"^voluntary_ctxt_switches:\s*(\d+)", box.read(f"/proc/{inside}/status"), re.MULTILINE)[1])
+
+    def is_idle():  # a look each 30 s is all
+        before = wake_ups()
+        time.sleep(5)
+        return wake_ups() - before <= 1
+
+    wait_until(is_idle, "the monitor sleeps", limit=60)
+    assert box.exec("ls", f"/proc/{inside}/task").stdout.split() == [inside]

@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "Json.h"
+#include "networkhost/Configuration.h"
+#include "networkhost/IDevice.h"
+#include "networkhost/LiveUpdates.h"
+#include "networkmanager/EthernetInterfaces.h"
+#include "networkmanager/HostSignals.h"
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+
+namespace velnetctl {
+
+/// Something that has changed.
+struct Change
+{
+    std::string source; // an interface, "host" or "resolver"
+    std::string name;   // of a cell; of what no cell follows: "configured", "routes", "servers", "domains"
+    std::string text;   // for people
+    Json value;         // for programs
+};
+
+/// Watches a device, and reports everything once, then each change, in the caller's loop: the cells, and what is
+/// configured.
+class Observer
+{
+public:
+    using Report = std::function<void(const Change&)>;
+
+    /// The device outlives it.
+    Observer(networkhost::IDevice& device, Report report);
+
+    /// See LiveUpdates.
+    int fd() const { return updates_.fd(); }
+    bool dispatch();
+
+private:
+    /// The cells of a manager, without what it would load into them beforehand: that would not count as a change.
+    struct Cells
+    {
+        HostSignals& getSignals() { return host; }
+        std::map<std::string, networkmanager::EthInterface>& getInterfaces() { return interfaces; }
+
+        HostSignals host;
+        std::map<std::string, networkmanager::EthInterface> interfaces =
+            networkmanager::EthernetInterfaces().interfaces;
+    };
+
+    void reportConfiguration();
+    void reportOnChange(const Change& change);
+
+    networkhost::IDevice& device_;
+    Report report_;
+    Cells cells_;
+    std::map<std::string, Change> configured_; // the last reports, by source and name
+    networkhost::LiveUpdates updates_;
+};
+
+} // namespace velnetctl
