@@ -6,6 +6,7 @@
 #include "Status.h"
 #include "Text.h"
 #include "Trial.h"
+#include "Watch.h"
 #include "base/Log.h"
 #include "networkhost/Checks.h"
 #include "networkmanager/EthernetInterfaces.h"
@@ -43,6 +44,10 @@ constexpr Verb kStatus = {"status", "Print the configured and the live state, on
 constexpr Verb kMonitor = {"monitor", "Print every change as it is published, until Ctrl-C",
                            R"(  velnetctl monitor
   velnetctl monitor --json | jq -c 'select(.name == "link")')"};
+#ifdef VELNETCTL_HAS_WATCH
+constexpr Verb kWatch = {"watch", "Show the state and its changes on the whole terminal, until q or Ctrl-C",
+                         R"(  velnetctl watch)"};
+#endif
 constexpr Verb kSetIp = {"set-ip", "Switch an interface to DHCP or to a static address",
                          R"(  velnetctl set-ip remote dhcp --wait 20   and return when the lease is there
   velnetctl set-ip local 192.168.10.1/24
@@ -222,8 +227,11 @@ void addLooking(Commands& commands, Session& session)
     status.add_flag("--json", arguments.json, "Print one JSON object");
     status.add_option("INTERFACE", arguments.words, "Only these interfaces")->check(managedInterface());
 
-    auto& watching = add(commands, kMonitor, [&] { return monitor(session, arguments.json); });
-    watching.add_flag("--json", arguments.json, "Print one JSON object a line");
+    auto& monitoring = add(commands, kMonitor, [&] { return monitor(session, arguments.json); });
+    monitoring.add_flag("--json", arguments.json, "Print one JSON object a line");
+#ifdef VELNETCTL_HAS_WATCH
+    add(commands, kWatch, [&] { return watch(session); });
+#endif
 }
 
 void addSetting(Commands& commands, Session& session)

@@ -3,107 +3,43 @@
 
 #include "Configured.h"
 #include "Json.h"
-#include "Text.h"
-#include "networkhost/Backend.h"
+#include "Snapshot.h"
 #include "networkhost/Cells.h"
-#include "networkhost/Checks.h"
-#include "networkhost/Configuration.h"
-#include "networkhost/LiveState.h"
 #include "networkhost/Missing.h"
 #include "networkhost/Text.h"
-#include "networkmanager/EthernetInterfaces.h"
-#include "networkmanager/Refresher.h"
 
 #include <algorithm>
 #include <iomanip>
-#include <map>
+#include <utility>
 
 namespace velnetctl {
 
 using networkhost::toText;
 using networkmanager::EthInterface;
-using velbase2::nsa::common::IpSettings;
 
 namespace {
 
-/// All that status shows, of one moment.
-struct Snapshot
+bool contains(const std::vector<std::string>& names, const std::string& name)
 {
-    HostSignals host;
-    std::map<std::string, EthInterface> interfaces = networkmanager::EthernetInterfaces().interfaces;
-    networkhost::Configuration configured;
-    networkhost::LiveState live;
-};
-
-void read(networkhost::IDevice& device, Snapshot& snapshot)
-{
-    for (auto& entry : snapshot.interfaces) {
-        networkhost::Backend(device.files()).load(entry.second);
-    }
-    // One pass on this thread: a manager's start() and stop() would take its period of 2 seconds.
-    networkmanager::Refresher(snapshot.host, snapshot.interfaces, device.system()).refresh();
-    snapshot.configured = networkhost::readConfiguration(device.files());
-    snapshot.live = networkhost::readLiveState(device);
-}
-
-void printLine(std::ostream& output, const char* label, const std::string& text)
-{
-    output << "  " << std::left << std::setw(12) << label << text << '\n';
-}
-
-std::string linkText(const EthInterface& iface)
-{
-    if (!iface.macAddress.get()) {
-        return colored(Color::Red, "absent");
-    }
-    if (!iface.link.get().value_or(false)) {
-        return colored(Color::Red, "down");
-    }
-    auto text = colored(Color::Green, "up");
-    if (const auto speed = iface.speed.get().value_or(""); !speed.empty()) {
-        text += ", " + networkhost::printable(speed) + " Mbit/s";
-    }
-    if (const auto duplex = iface.duplex.get().value_or(""); !duplex.empty()) {
-        text += ", " + networkhost::printable(duplex) + " duplex";
-    }
-    return text;
-}
-
-void printInterface(std::ostream& output, const EthInterface& iface, const Snapshot& snapshot)
-{
-    const auto configuration = onlyInterface(snapshot.configured, iface.name);
-    const auto& configured = configuration.interfaces.at(iface.name);
-    output << '\n' << colored(Color::Bold, iface.name) << '\n';
-    printLine(output, "link", linkText(iface));
-    printLine(output, "configured", configuredText(configured) + "  (" + iface.networkFile + ')');
-    printLine(output, "routes", networkhost::printable(toText(iface.routes.get().value_or(""))));
-    if (!iface.macAddress.get()) {
-        return;
-    }
-    printLine(output, "live", toText(iface.ipSettings.get().value_or(IpSettings())));
-    const char* label = "addresses";
-    for (const auto& address : snapshot.live.interfaces.at(iface.name).addresses) {
-        printLine(output, label, toText(std::vector{address}));
-        label = "";
-    }
-    printLine(output, "mac", networkhost::printable(iface.macAddress.get().value_or("")));
-    if (const auto lacking = missing(configuration, snapshot.live); !lacking.empty()) {
-        printLine(output, "lacks", colored(Color::Red, networkhost::printable(lacking)));
-    }
+    return std::find(names.begin(), names.end(), name) != names.end();
 }
 
 void printText(Session& session, const Snapshot& snapshot, const std::vector<std::string>& interfaceNames)
 {
     auto& output = session.output;
-    output << colored(Color::Bold, "host") << '\n';
-    printLine(output, "name", networkhost::printable(toText(snapshot.host.hostname.get())));
-    printLine(output, "gateway", toText(snapshot.host.gateway.get()));
-    output << '\n' << colored(Color::Bold, "resolver") << '\n';
-    const auto& [interfaces, servers, domains] = snapshot.configured;
-    printLine(output, "configured", resolverText(servers, domains));
-    printLine(output, "live", resolverText(snapshot.live.dnsServers, snapshot.live.searchDomains));
-    for (const auto& name : interfaceNames) {
-        printInterface(output, snapshot.interfaces.at(name), snapshot);
+    const char* between = "";
+    for (const auto& section : sectionsOf(snapshot)) {
+        const bool isInterface = snapshot.interfaces.count(section.title) > 0;
+        if (isInterface && !contains(interfaceNames, section.title)) {
+            continue;
+        }
+        output << std::exchange(between, "\n") << colored(Color::Bold, section.title) << '\n';
+        std::string last;
+        for (const auto& [label, text, color, more] : section.rows) {
+            output << "  " << std::left << std::setw(12) << (label == last ? "" : label)
+                   << (color ? colored(*color, text) : text) << more << '\n';
+            last = label;
+        }
     }
 }
 
@@ -149,9 +85,7 @@ void printStatus(Session& session, const std::vector<std::string>& interfaceName
     read(session.device, snapshot);
     std::vector<std::string> names;
     for (const auto& entry : snapshot.interfaces) {
-        const auto isNamed =
-            std::find(interfaceNames.begin(), interfaceNames.end(), entry.first) != interfaceNames.end();
-        if (interfaceNames.empty() || isNamed) {
+        if (interfaceNames.empty() || contains(interfaceNames, entry.first)) {
             names.push_back(entry.first);
         }
     }

@@ -14,12 +14,6 @@
 namespace velnetctl {
 namespace {
 
-bool wantsColor()
-{
-    const char* noColor = std::getenv("NO_COLOR");
-    return (noColor == nullptr || *noColor == '\0') && ::isatty(STDOUT_FILENO) == 1;
-}
-
 /// How many letters are to be inserted, deleted or changed.
 std::size_t editDistance(const std::string& from, const std::string& to)
 {
@@ -37,6 +31,12 @@ std::size_t editDistance(const std::string& from, const std::string& to)
 }
 
 } // namespace
+
+bool wantsColor()
+{
+    const char* noColor = std::getenv("NO_COLOR");
+    return (noColor == nullptr || *noColor == '\0') && ::isatty(STDOUT_FILENO) == 1;
+}
 
 std::string colored(Color color, const std::string& text)
 {

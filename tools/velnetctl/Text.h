@@ -8,7 +8,10 @@ namespace velnetctl {
 
 enum class Color { Bold, Green, Red };
 
-/// The text in the colour, where standard output is a terminal and NO_COLOR is not set; else the text.
+/// Whether standard output is a terminal and NO_COLOR is not set.
+bool wantsColor();
+
+/// The text in the colour where it is wanted; else the text.
 std::string colored(Color color, const std::string& text);
 
 /// The present time as in 2026-05-04T09:08:07.006Z.

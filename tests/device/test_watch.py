@@ -1,0 +1,87 @@
+# SPDX-License-Identifier: MIT
+"""velnetctl watch, in a terminal: what people see on it."""
+import re
+import shlex
+import subprocess
+
+import pytest
+
+from conftest import VELNETCTL, wait_until
+
+
+class Screen:
+    """A terminal of 100 by 40 in which it runs, and cat after it."""
+
+    def __init__(self, socket, command):
+        self.socket = socket
+        words = shlex.join(map(str, [*command, "exec", VELNETCTL, "watch"]))
+        self.tmux("-f", "/dev/null", "new-session", "-d", "-x", "100", "-y", "40",
+                  f"{words}; echo ended with $?; cat")
+
+    def tmux(self, *arguments):
+        return subprocess.run(["tmux", "-S", self.socket, *arguments], check=True, capture_output=True, text=True).stdout
+
+    def shows(self, pattern):
+        """The match with the text shown; what is marked, by reverse video, stands in brackets there."""
+        shown = re.sub(r"\x1b\[[\d;]*\b7m(?:\x1b\[[\d;]*m)*([^\x1b]*)", r"[\1]", self.tmux("capture-pane", "-pe"))
+        return re.search(pattern, re.sub(r"\x1b\[[\d;]*m", "", shown))
+
+    def wait_for(self, pattern):
+        return wait_until(lambda: self.shows(pattern), f"{pattern} is shown")
+
+
+@pytest.fixture
+def screen(box, tmp_path):
+    shown = Screen(tmp_path / "tmux", box.command)
+    shown.wait_for("none yet")
+    yield shown
+    shown.tmux("kill-server")
+
+
+def test_the_state_and_what_changes_are_shown(box, screen):
+    for pattern in (r"name +velnet-device", r"gateway +192\.168\.50\.1 +live +192\.168\.50\.1, search none",
+                    r"link +up, \d+ Mbit/s, full duplex +link +up, ", r"configured  192\.168\.10\.1/24  \(01_local",
+                    r"configured  DHCP  \(02_remote", r"no trial is pending"):
+        screen.wait_for(pattern)
+
+    box.run("link", "remote", "down")
+    screen.wait_for(r"link +up, .* link +\[down\]")
+    screen.wait_for(r"gateway +\[none\] +live +\[none, search none\]")
+    screen.wait_for(r"last changes\n(  \d\d:\d\d:.*\n)*  \d\d:\d\d:\d\d\.\d{3}Z  remote  link +down\n")
+    wait_until(lambda: not screen.shows(r"\["), "no mark is left")
+    screen.wait_for(r"gateway +none")
+    screen.wait_for(r"lacks +an address of remote by DHCP")
+
+    screen.tmux("resize-window", "-x", "60", "-y", "60")
+    screen.wait_for(r"\nlocal\n  link +up(.*\n)+\nremote\n  link +down")  # one below the other
+
+
+def test_a_pending_trial_counts_down(box, settings, screen):
+    seconds = set()
+    box.velnetctl("set-ip", "local", "10.8.9.1/8", "--try", "5")
+    trial = r"set-ip\s+local\s+10\.8\.9\.1/8,"  # with the number of the process the lines end elsewhere
+    while not screen.shows(trial + r"\s+was\s+rolled\s+back"):
+        if left := screen.shows(trial + r"[^;]*;\s+it\s+is\s+rolled\s+back\s+in\s+(\d)\s+s\s"):
+            seconds.add(left[1])
+    assert len(seconds) > 2
+    screen.wait_for(r"live +192\.168\.10\.1/24")
+
+
+@pytest.mark.parametrize("end", ["q", "C-c", "TERM"])
+def test_it_ends_and_the_terminal_is_as_before(box, screen, end):
+    if end == "TERM":
+        box.exec("pkill", "-TERM", "-f", "velnetctl watch")
+    else:
+        screen.tmux("send-keys", end)
+    screen.wait_for("^ended with 0\n")
+    screen.tmux("send-keys", "typed", "Enter")
+    screen.wait_for("\ntyped\ntyped\n")  # by the terminal, and by cat when it had the line
+
+
+@pytest.mark.parametrize("terminal, reason", [(None, "watch needs a terminal; where there is none, use: velnetctl monitor"),
+                                              ("nonesuch", "of the type 'nonesuch'")])
+def test_where_it_cannot_draw_it_says_so(box, terminal, reason):
+    words = shlex.join(map(str, [*box.command, "exec", "env", f"TERM={terminal}", VELNETCTL, "watch"]))
+    result = subprocess.run(["script", "-qec", words, "/dev/null"] if terminal else ["sh", "-c", words], check=False,
+                            stdin=subprocess.DEVNULL, capture_output=True, text=True)
+    assert result.returncode == 1 and reason in result.stdout + result.stderr

@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: MIT
+#include "Watch.h"
+
+#include "Monitor.h"
+#include "Picture.h"
+#include "Signals.h"
+
+#include <algorithm>
+#include <array>
+#include <clocale>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+#define NCURSES_NOMACROS
+#include <curses.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+namespace velnetctl {
+namespace {
+
+/// The terminal, which is as before when it goes.
+class Screen
+{
+public:
+    Screen() : screen_(open())
+    {
+        if (!isOpen()) {
+            return;
+        }
+        // Ctrl-C is a key: as a signal, it would also end who has started this, such as sudo, and too early.
+        ::raw();
+        ::noecho();
+        ::nodelay(stdscr, true);
+        ::curs_set(0);
+        if (wantsColor() && ::start_color() == OK && ::use_default_colors() == OK) {
+            ::init_pair(static_cast<short>(Color::Green), COLOR_GREEN, -1);
+            ::init_pair(static_cast<short>(Color::Red), COLOR_RED, -1);
+            hasColors_ = true;
+        }
+    }
+
+    ~Screen()
+    {
+        if (screen_ != nullptr) {
+            ::endwin();
+            ::delscreen(screen_);
+        }
+    }
+
+    Screen(const Screen&) = delete;
+    Screen& operator=(const Screen&) = delete;
+
+    /// False for a terminal that is unknown, or cannot move its cursor.
+    bool isOpen() const { return screen_ != nullptr && ::tigetstr("cup") != nullptr; }
+    int width() const { return ::getmaxx(stdscr); }
+    int height() const { return ::getmaxy(stdscr); }
+
+    void resize()
+    {
+        winsize size{};
+        if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 0 && size.ws_col > 0) {
+            ::resizeterm(size.ws_row, size.ws_col);
+            ::clearok(stdscr, true); // the terminal may have moved what it showed
+        }
+    }
+
+    /// What fits.
+    void draw(const std::vector<Line>& lines) const
+    {
+        ::erase();
+        for (int y = 0; y < std::min(height(), static_cast<int>(lines.size())); ++y) {
+            for (const auto& [column, text, color, isMarked] : lines[static_cast<std::size_t>(y)]) {
+                if (column < width()) {
+                    const bool isColored = hasColors_ && color && *color != Color::Bold;
+                    ::attr_set((color ? A_BOLD : A_NORMAL) | (isMarked ? A_REVERSE : A_NORMAL),
+                               isColored ? static_cast<short>(*color) : short(0), nullptr);
+                    ::mvaddnstr(y, column, text.c_str(), width() - column);
+                }
+            }
+        }
+        ::attr_set(A_NORMAL, 0, nullptr);
+        ::refresh();
+    }
+
+private:
+    static SCREEN* open()
+    {
+        static_cast<void>(std::setlocale(LC_CTYPE, ""));
+        return ::newterm(nullptr, stdout, stdin); // initscr() would end the process
+    }
+
+    SCREEN* screen_;
+    bool hasColors_ = false;
+};
+
+/// Reads the signals. False when one of them ends it.
+bool goesOn(int signals, Screen& screen)
+{
+    bool result = true;
+    signalfd_siginfo signal{};
+    while (::read(signals, &signal, sizeof signal) == sizeof signal) {
+        if (signal.ssi_signo == SIGWINCH) {
+            screen.resize();
+        } else {
+            result = false;
+        }
+    }
+    return result;
+}
+
+/// Reads the keys, of a terminal that has some or has ended. False when it has ended, or one of them ends it.
+bool goesOnAfterKeys()
+{
+    constexpr int kCtrlC = 3;
+    int key = ::getch();
+    bool result = key != ERR;
+    for (; key != ERR; key = ::getch()) {
+        result = result && key != 'q' && key != kCtrlC;
+    }
+    return result;
+}
+
+/// How long the picture stays as it is while nothing happens, for poll.
+int timeout(const Picture& picture, const networkhost::TrialState& trial, Picture::Time now)
+{
+    constexpr int kSecond = 1000;
+    if (trial.isPending() && trial.left.count() > 0) {
+        return static_cast<int>(trial.left.count() % kSecond) + 1;
+    }
+    return trial.isPending() || picture.hasMarks(now) ? kSecond : -1;
+}
+
+} // namespace
+
+bool watch(Session& session)
+{
+    if (::isatty(STDIN_FILENO) != 1 || ::isatty(STDOUT_FILENO) != 1) {
+        fail(session, "watch needs a terminal; where there is none, use: velnetctl monitor");
+        return false;
+    }
+    const auto signals = openSignals({SIGHUP, SIGINT, SIGTERM, SIGWINCH});
+    Screen screen;
+    if (!screen.isOpen()) {
+        const char* type = std::getenv("TERM");
+        fail(session, "watch cannot draw on a terminal of the type '" + std::string(type == nullptr ? "" : type) +
+                          "' (TERM); use: velnetctl monitor");
+        return false;
+    }
+    auto& device = session.device;
+    Picture picture;
+    bool isComplete = false; // what is reported before is no change
+    Observer observer(device, [&](const Change& change) {
+        if (isComplete) {
+            picture.add(headOf(change).substr(sizeof "2026-05-04"), change.text, device.now());
+        }
+    });
+    std::array<pollfd, 3> watched{{{signals.get(), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}, {observer.fd(), POLLIN, 0}}};
+    for (int limit = -1;;) {
+        if (::poll(watched.data(), watched.size(), limit) < 0) {
+            continue; // this process was stopped for a while
+        }
+        if ((watched[0].revents != 0 && !goesOn(signals.get(), screen)) ||
+            (watched[1].revents != 0 && !goesOnAfterKeys())) {
+            return true;
+        }
+        if (observer.dispatch()) {
+            Snapshot snapshot;
+            read(device, snapshot);
+            picture.show(sectionsOf(snapshot), device.now());
+            isComplete = true;
+        }
+        const auto trial = trialState(device);
+        const auto now = device.now();
+        screen.draw(picture.lines(trial, screen.width(), screen.height(), now));
+        limit = timeout(picture, trial, now);
+    }
+}
+
+} // namespace velnetctl
