@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: MIT
+// A host with an event loop of its own, which never stands still. It prints what changes on the device, and changes
+// settings for others over a Unix socket (SOCK_SEQPACKET). Each connection sends one packet and gets one answer:
+//   set INTERFACE dhcp|ADDRESS [MASK [GATEWAY]]    when the daemons are restarted; the values follow
+//   try INTERFACE dhcp|ADDRESS [MASK [GATEWAY]]    when it is live; it goes back unless it is confirmed within 60 s
+//   confirm, rollback                              when the trial is over
+//   state                                          at once, whatever is under way: all that was published
+// Usage: loop-host SOCKET. SIGHUP prints the state; SIGTERM and SIGINT end it, after the change that runs.
+#include <csignal>
+#include <cstdio>
+#include <iostream>
+#include <map>
+#include <numeric>
+#include <sstream>
+
+#include <networkhost/Cells.h>
+#include <networkhost/LiveUpdates.h>
+#include <networkhost/RealDevice.h>
+#include <networkhost/Requests.h>
+#include <networkhost/Text.h>
+#include <networkhost/Trial.h>
+#include <networkmanager/NetworkManager.h>
+#include <sys/epoll.h>
+#include <sys/signalfd.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/timerfd.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace {
+
+/// Runs on a thread beside the loop: it may take its time, and touches nothing of the loop's.
+std::string carryOut(networkhost::IDevice& device, const std::string& request)
+{
+    std::istringstream words(request);
+    std::string verb;
+    std::string interfaceName;
+    velbase2::nsa::common::IpSettings settings;
+    words >> verb >> interfaceName >> settings.ip >> settings.mask >> settings.gateway;
+    settings.dhcp = settings.ip == "dhcp";
+    const auto plan = planIp(device, interfaceName, settings);
+    const auto outcome = verb == "set"        ? apply(device, plan)
+                         : verb == "try"      ? tryOut(device, plan)
+                         : verb == "confirm"  ? confirmTrial(device)
+                         : verb == "rollback" ? rollBack(device, "a client asked for it")
+                                              : networkhost::refused("unknown request");
+    return outcome.isDone ? "done\n" : "not done: " + outcome.reason + '\n';
+}
+
+/// Only the user that the host runs as may connect. -1, with errno, on failure.
+int listenAt(const std::string& path)
+{
+    sockaddr_un address = {AF_UNIX, {}};
+    const bool isPath = !path.empty() && path.copy(address.sun_path, sizeof address.sun_path - 1) == path.size();
+    ::unlink(path.c_str()); // of a run before
+    const int listener = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    ::fchmod(listener, 0600); // the mode of the file as well
+    const auto* const place = reinterpret_cast<const sockaddr*>(&address);
+    return isPath && ::bind(listener, place, sizeof address) == 0 && ::listen(listener, 8) == 0 ? listener : -1;
+}
+
+/// Readable for the signal, which does nothing else any more: in this thread, and all that it starts.
+int openSignal(int signal)
+{
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, signal);
+    ::pthread_sigmask(SIG_BLOCK, &set, nullptr);
+    return ::signalfd(-1, &set, SFD_CLOEXEC);
+}
+
+/// What there is to read; nothing for what is too long to be a request.
+std::string take(int fd)
+{
+    std::string text(256, '\0');
+    const auto size = ::read(fd, text.data(), text.size());
+    return size < 0 || size == 256 ? "" : text.substr(0, static_cast<std::size_t>(size));
+}
+
+/// Waits for no client: the answer fits into its socket, or it has gone.
+void answer(int client, const std::string& text)
+{
+    ::send(client, text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+    ::close(client);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const int listener = argc == 2 ? listenAt(argv[1]) : -1;
+    const int timer = ::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC);
+    const itimerspec eachSecond = {{1, 0}, {1, 0}};
+    if (listener < 0 || ::timerfd_settime(timer, 0, &eachSecond, nullptr) != 0) {
+        std::perror("usage: loop-host SOCKET");
+        return 2;
+    }
+    const int hangUp = openSignal(SIGHUP); // the signals before there is a thread
+    const int interrupt = openSignal(SIGINT);
+    const int terminate = openSignal(SIGTERM);
+
+    std::map<std::string, std::string> state; // a line for each cell
+    const auto add = [](const std::string& lines, const auto& cell) { return lines + cell.second; };
+    const auto stateText = [&] { return std::accumulate(state.begin(), state.end(), std::string(), add); };
+    int underWay = 0; // changes
+    networkhost::RealDevice device;
+    networkmanager::detail::NetworkManager<networkmanager::NetworkManagerData> manager; // is not started
+    networkhost::connectToEachCell(manager, [&state](const std::string& source, const char* name, const auto& content) {
+        auto& line = state[source + name];
+        line = source + ' ' + name + ": " + networkhost::toText(content) + '\n';
+        std::cout << line << std::flush; // to the journal, which keeps nobody waiting
+    });
+    networkhost::LiveUpdates updates(device, manager); // the last one: it ends before all that it uses
+    const int epoll = ::epoll_create1(EPOLL_CLOEXEC);
+    const auto watch = [epoll](int fd, std::uint32_t events) {
+        epoll_event event = {events, {}};
+        event.data.fd = fd;
+        ::epoll_ctl(epoll, EPOLL_CTL_ADD, fd, &event);
+    };
+    for (const int fd : {listener, timer, hangUp, interrupt, terminate, updates.fd()}) {
+        watch(fd, EPOLLIN);
+    }
+    for (epoll_event event = {};;) {
+        const int fd = ::epoll_wait(epoll, &event, 1, -1) == 1 ? event.data.fd : -1; // broken off
+        if (fd == interrupt || fd == terminate) {
+            return 0;
+        }
+        if (fd == updates.fd()) {
+            updates.dispatch(); // in here run the slots, and what follows a change
+        } else if (fd == listener) {
+            watch(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC), EPOLLIN | EPOLLONESHOT);
+        } else if (const auto request = take(fd); fd == timer) {
+            std::cout << (underWay > 0 ? "changes under way: " + std::to_string(underWay) + '\n' : "") << std::flush;
+        } else if (fd == hangUp) {
+            std::cout << stateText() << std::flush;
+        } else if (request == "state") {
+            answer(fd, stateText());
+        } else if (fd >= 0) {
+            ++underWay;
+            updates.start([request](networkhost::IDevice& beside) { return carryOut(beside, request); },
+                          [&underWay, fd](const std::string& outcome) {
+                              --underWay;
+                              answer(fd, outcome);
+                          });
+        }
+    }
+}
