@@ -3,6 +3,7 @@
 
 #include "Signals.h"
 #include "Text.h"
+#include "base/FileDescriptor.h"
 
 #include <algorithm>
 #include <array>
@@ -30,7 +31,8 @@ public:
         struct stat status = {};
         if (::fstat(STDOUT_FILENO, &status) == 0 && (S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode))) {
             // Others may have it open as well, and are not to find it non-blocking: opened anew, it is ours.
-            own_.reset(::open("/proc/self/fd/1", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+            constexpr int kFlags = O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
+            own_.reset(velbase2::system::atLeast(STDERR_FILENO + 1, ::open("/proc/self/fd/1", kFlags)));
         }
     }
 
@@ -46,19 +48,19 @@ public:
                 const auto count = ::write(own_.isOpen() ? own_.get() : STDOUT_FILENO, text.data(),
                                            std::min<std::size_t>(text.size(), PIPE_BUF));
                 // A terminal may count as writable and still have too little room.
-                isGood_ = count >= 0 || (errno == EAGAIN && !isAskedToEnd(kPause));
+                isGood_ = count >= 0 || (errno == EAGAIN && !isAskedToEnd());
                 text.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);
             }
         }
     }
 
 private:
-    static constexpr int kPause = 10;
-
-    bool isAskedToEnd(int limit) const
+    /// Waits a moment for it.
+    bool isAskedToEnd() const
     {
+        constexpr int kPause = 10;
         pollfd end{endSignals_, POLLIN, 0};
-        return ::poll(&end, 1, limit) > 0;
+        return ::poll(&end, 1, kPause) > 0;
     }
 
     /// A reader that stalls does not hold up the end for long.
