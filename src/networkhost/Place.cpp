@@ -20,13 +20,8 @@ using velbase2::system::FileDescriptor;
 
 namespace {
 
-constexpr int kFlags = O_PATH | O_CLOEXEC;
+constexpr int kPathFlags = O_PATH | O_CLOEXEC;
 constexpr int kMostLinks = 40; // as the kernel's
-
-std::error_code errorOf(int value)
-{
-    return {value, std::generic_category()};
-}
 
 bool isTrusted(const struct stat& status)
 {
@@ -83,8 +78,8 @@ std::error_code locate(const std::string& path, Place& place, LastLink lastLink)
         walk.parts.pop_front();
         const bool isLast = walk.parts.empty();
         const bool isRoot = part == "/";
-        FileDescriptor next(isRoot ? ::open("/", kFlags | O_DIRECTORY)
-                                   : ::openat(walk.directory.get(), part.c_str(), kFlags | O_NOFOLLOW));
+        FileDescriptor next(isRoot ? ::open("/", kPathFlags | O_DIRECTORY)
+                                   : ::openat(walk.directory.get(), part.c_str(), kPathFlags | O_NOFOLLOW));
         struct stat status = {};
         if (!next.isOpen() || ::fstat(next.get(), &status) != 0) {
             const int error = errno;

@@ -15,6 +15,12 @@ struct Place
     std::string name; // in the directory; no symbolic link
 };
 
+/// Of an errno value.
+inline std::error_code errorOf(int value)
+{
+    return {value, std::generic_category()};
+}
+
 enum class LastLink { IsFollowed, IsMeant };
 
 /// Goes along an absolute path, through symbolic links of root and the caller only; ELOOP for others. A link as the

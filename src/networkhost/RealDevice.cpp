@@ -22,7 +22,7 @@ bool isGood(const std::string& command)
     return executeCommand(command).returnCode == 0;
 }
 
-std::string quoted(const std::string& word)
+std::string shellWord(const std::string& word)
 {
     std::string text;
     for (const char character : word) {
@@ -59,7 +59,7 @@ bool RealDevice::startGuard()
         return true;
     }
     // As a unit of its own it survives that of the caller, and comes back when it is killed.
-    const auto guard = quoted(velnetctl_) + " guard";
+    const auto guard = shellWord(velnetctl_) + " guard";
     if (isGood("systemd-run --quiet --collect --property=Restart=on-failure " + guard) && waitForGuard(seconds(3))) {
         return true;
     }

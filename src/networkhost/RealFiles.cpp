@@ -27,11 +27,6 @@ using velbase2::system::FileDescriptor;
 
 namespace {
 
-std::error_code errorOf(int value)
-{
-    return {value, std::generic_category()};
-}
-
 /// Of a system call that returned this.
 std::error_code errorOfCall(int result)
 {

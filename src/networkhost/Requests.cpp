@@ -29,7 +29,7 @@ namespace {
 
 using Manager = networkmanager::detail::NetworkManagerImpl<Backend>;
 
-constexpr const char* kNoAddress = "0.0.0.0"; // stands for none
+constexpr const char* kNoGateway = "0.0.0.0"; // stands for none
 
 Plan refusedPlan(const std::string& title, const std::string& reason, const std::string& status = {})
 {
@@ -196,7 +196,7 @@ Plan planIp(IDevice& device, const std::string& interfaceName, const IpSettings&
     }
     const auto gateway =
         settings.gateway.empty() ? presentGateway(device, configured->second) : iphelper::cleanupIP(settings.gateway);
-    const auto written = gateway == kNoAddress ? std::string() : gateway;
+    const auto written = gateway == kNoGateway ? std::string() : gateway;
     const bool isOtherGateway = !settings.gateway.empty() && written != configured->second.gateway;
     const auto operation = [&](Manager& manager, PlanningSystem& system) {
         system.setGateway(written);

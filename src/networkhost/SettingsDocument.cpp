@@ -16,7 +16,7 @@
 
 namespace networkhost {
 
-using Json = nlohmann::ordered_json;
+using OrderedJson = nlohmann::ordered_json;
 using networkmanager::kBuiltInInterfaces;
 
 namespace {
@@ -24,7 +24,7 @@ namespace {
 constexpr const char* kDhcp = "dhcp";
 constexpr const char* kDefaultRoute = "0.0.0.0/0";
 
-using Event = Json::parse_event_t;
+using Event = OrderedJson::parse_event_t;
 using Texts = std::vector<std::string>;
 
 std::string faultOfHost(const std::string& address)
@@ -72,7 +72,9 @@ std::string faultOfDomain(const std::string& domain)
 class Node
 {
 public:
-    Node(const Json* json, std::string place, Texts& faults) : json_(json), place_(std::move(place)), faults_(faults) {}
+    Node(const OrderedJson* json, std::string place, Texts& faults)
+        : json_(json), place_(std::move(place)), faults_(faults)
+    {}
 
     void add(const std::string& fault) const { faults_.push_back(place_.empty() ? fault : place_ + ": " + fault); }
 
@@ -84,7 +86,7 @@ public:
 
     void checkKeys(const Texts& keys, const Texts& optionalKeys = {}) const
     {
-        if (!is(&Json::is_object, "an object")) {
+        if (!is(&OrderedJson::is_object, "an object")) {
             return;
         }
         for (const auto& key : keys) {
@@ -105,7 +107,7 @@ public:
     std::vector<Node> elements() const
     {
         std::vector<Node> nodes;
-        if (is(&Json::is_array, "a list")) {
+        if (is(&OrderedJson::is_array, "a list")) {
             for (const auto& element : *json_) {
                 nodes.emplace_back(&element, place_ + '[' + std::to_string(nodes.size()) + ']', faults_);
             }
@@ -117,7 +119,7 @@ public:
 
     std::string text(Check faultOf, const char* kind = "a text") const
     {
-        if (!is(&Json::is_string, kind)) {
+        if (!is(&OrderedJson::is_string, kind)) {
             return {};
         }
         if (const auto fault = faultOf(*json_); !fault.empty()) {
@@ -134,7 +136,7 @@ public:
     }
 
 private:
-    bool is(bool (Json::*isKind)() const noexcept, const char* kind) const
+    bool is(bool (OrderedJson::*isKind)() const noexcept, const char* kind) const
     {
         const bool isIt = json_ != nullptr && (json_->*isKind)();
         if (json_ != nullptr && !isIt) {
@@ -143,7 +145,7 @@ private:
         return isIt;
     }
 
-    const Json* json_; // null: missing
+    const OrderedJson* json_; // null: missing
     std::string place_;
     Texts& faults_;
 };
@@ -194,10 +196,10 @@ Configuration readDocument(const Node& document)
 }
 
 /// Notes the keys that stand twice in an object, of which the parser keeps the last one.
-Json::parser_callback_t keyWatch(Texts& faults)
+OrderedJson::parser_callback_t keyWatch(Texts& faults)
 {
     return [&faults, path = Texts(), seen = std::vector<std::set<std::string>>()](int /*depth*/, Event event,
-                                                                                  const Json& parsed) mutable {
+                                                                                  const OrderedJson& parsed) mutable {
         if (event == Event::object_start) {
             path.emplace_back();
             seen.emplace_back();
@@ -215,18 +217,18 @@ Json::parser_callback_t keyWatch(Texts& faults)
 }
 
 /// What the form has no place for stands in it all the same, to be refused instead of lost.
-Json toJson(const std::string& name, const ConfiguredInterface& iface)
+OrderedJson toJson(const std::string& name, const ConfiguredInterface& iface)
 {
-    auto json = Json::object();
+    auto json = OrderedJson::object();
     json["address"] = toText(iface);
     if (iface.addresses.empty()) {
-        json["address"] = iface.dhcp ? Json(kDhcp) : Json();
+        json["address"] = iface.dhcp ? OrderedJson(kDhcp) : OrderedJson();
     }
     auto routes = iface.routes;
     if (!iface.gateway.empty() && name != gatewayInterface()) {
         routes.push_back({kDefaultRoute, iface.gateway});
     }
-    json["routes"] = Json::array();
+    json["routes"] = OrderedJson::array();
     for (const auto& route : routes) {
         json["routes"].push_back({{"destination", route.destination}, {"gateway", route.gateway}});
     }
@@ -237,22 +239,22 @@ Json toJson(const std::string& name, const ConfiguredInterface& iface)
 
 std::string toDocument(const Configuration& configuration)
 {
-    auto json = Json::object();
+    auto json = OrderedJson::object();
     for (const auto& builtIn : kBuiltInInterfaces) {
         json["interfaces"][builtIn.name] = toJson(builtIn.name, configuration.interfaces.at(builtIn.name));
     }
     const auto& gateway = configuration.interfaces.at(gatewayInterface()).gateway;
-    json["gateway"] = gateway.empty() ? Json() : Json(gateway);
+    json["gateway"] = gateway.empty() ? OrderedJson() : OrderedJson(gateway);
     json["dns"] = {{"servers", configuration.dnsServers}, {"domains", configuration.searchDomains}};
-    return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+    return json.dump(2, ' ', false, OrderedJson::error_handler_t::replace) + '\n';
 }
 
 Configuration parseDocument(const std::string& document, Texts& faults)
 {
     try {
-        const auto json = Json::parse(document, keyWatch(faults));
+        const auto json = OrderedJson::parse(document, keyWatch(faults));
         return sorted(readDocument({&json, "", faults}));
-    } catch (const Json::exception& error) {
+    } catch (const OrderedJson::exception& error) {
         std::string words = error.what(); // "[json.exception.parse_error.101] parse error at line 1, column 2: ..."
         for (const std::string beginning : {"] ", "parse error at "}) {
             if (const auto position = words.find(beginning); position != std::string::npos) {

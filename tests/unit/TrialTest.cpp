@@ -15,7 +15,7 @@ using networkhost::TrialState;
 
 namespace {
 
-constexpr const char* kRemote = "/etc/systemd/network/02_remote.network";
+constexpr const char* kRemotePath = "/etc/systemd/network/02_remote.network";
 
 struct Killed
 {};
@@ -115,7 +115,7 @@ int killAtEveryChange(bool hasTrial, bool isRebooted, const std::function<void(n
             networkhost::guardTrials(device, [](const std::string&) {});
         }
         SCOPED_TRACE("killed before change " + std::to_string(killed));
-        check(device.textOf(kRemote), trialState(device).kind);
+        check(device.textOf(kRemotePath), trialState(device).kind);
         if (isThrough) {
             return killed;
         }
@@ -126,7 +126,7 @@ int killAtEveryChange(bool hasTrial, bool isRebooted, const std::function<void(n
 
 TEST(Trial, IsOldOrConfirmedWhereverItsProcessIsKilled)
 {
-    const auto old = networksimulation::Device().textOf(kRemote);
+    const auto old = networksimulation::Device().textOf(kRemotePath);
     for (const bool isRebooted : {false, true}) {
         const auto isOld = [&](const std::string& remote, TrialState::Kind kind) {
             EXPECT_EQ(remote, old);
@@ -156,18 +156,18 @@ TEST(Trial, IsNotConfirmedBeforeItsFilesAreWritten)
     EXPECT_THROW(startTrial(process), Killed);
     EXPECT_EQ(trialState(device).kind, TrialState::Kind::Waiting);
     EXPECT_EQ(confirmTrial(device).reason,
-              std::string(kRemote) + " has not been changed: the trial was broken off, and will be rolled back");
+              std::string(kRemotePath) + " has not been changed: the trial was broken off, and will be rolled back");
 }
 
 TEST(Record, KeepsEveryByte)
 {
     networksimulation::Device device;
-    device.put(kRemote, "# \xc3\xbc \xff\n" + device.textOf(kRemote));
-    const auto old = device.textOf(kRemote);
+    device.put(kRemotePath, "# \xc3\xbc \xff\n" + device.textOf(kRemotePath));
+    const auto old = device.textOf(kRemotePath);
     ASSERT_TRUE(startTrial(device).isDone);
-    ASSERT_NE(device.textOf(kRemote), old);
+    ASSERT_NE(device.textOf(kRemotePath), old);
     EXPECT_TRUE(rollBack(device, "asked for").isDone);
-    EXPECT_EQ(device.textOf(kRemote), old);
+    EXPECT_EQ(device.textOf(kRemotePath), old);
 }
 
 TEST(Record, IsOfNoUseWhenItIsDamagedOrNamesAFileOfSomebodyElse)

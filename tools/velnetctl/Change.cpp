@@ -59,7 +59,7 @@ void printFailure(Session& session, const Outcome& outcome)
 }
 
 /// True unless the request was refused or failed.
-bool report(Session& session, const Outcome& outcome)
+bool reportChange(Session& session, const Outcome& outcome)
 {
     if (!outcome.isDone && !outcome.isNothingToChange()) {
         printFailure(session, outcome);
@@ -124,7 +124,7 @@ bool carryOut(Session& session, const Plan& plan, const ChangeOptions& options)
         printPlan(session, plan, options.json);
     }
     if (!plan.outcome.isDone) {
-        return (options.dryRun && plan.outcome.isNothingToChange()) || report(session, plan.outcome);
+        return (options.dryRun && plan.outcome.isNothingToChange()) || reportChange(session, plan.outcome);
     }
     if (const auto trial = trialState(session.device); !options.dryRun && trial.isPending()) {
         wakeGuard(session.device);
@@ -145,7 +145,7 @@ bool carryOut(Session& session, const Plan& plan, const ChangeOptions& options)
         return tryPlan(session, plan, options);
     }
     const auto before = networkhost::readConfiguration(session.device.files());
-    return report(session, networkhost::apply(session.device, plan, {true})) &&
+    return reportChange(session, networkhost::apply(session.device, plan, {true})) &&
            awaitEffect(session, options.wait, plan, before);
 }
 

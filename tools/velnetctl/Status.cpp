@@ -24,7 +24,7 @@ bool contains(const std::vector<std::string>& names, const std::string& name)
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-void printText(Session& session, const Snapshot& snapshot, const std::vector<std::string>& interfaceNames)
+void printStatusText(Session& session, const Snapshot& snapshot, const std::vector<std::string>& interfaceNames)
 {
     auto& output = session.output;
     const char* between = "";
@@ -63,7 +63,7 @@ Json interfaceJson(const EthInterface& iface, const Snapshot& snapshot)
     return json;
 }
 
-void printJson(Session& session, const Snapshot& snapshot, const std::vector<std::string>& interfaceNames)
+void printStatusJson(Session& session, const Snapshot& snapshot, const std::vector<std::string>& interfaceNames)
 {
     Json status = {
         {"host", {{"hostname", snapshot.host.hostname.get()}, {"gateway", snapshot.host.gateway.get()}}},
@@ -89,7 +89,7 @@ void printStatus(Session& session, const std::vector<std::string>& interfaceName
             names.push_back(entry.first);
         }
     }
-    (json ? printJson : printText)(session, snapshot, names);
+    (json ? printStatusJson : printStatusText)(session, snapshot, names);
 }
 
 } // namespace velnetctl
