@@ -57,6 +57,12 @@ Json toJson(const SavedFile& file)
             {"group", file.rights.group}, {"changedTo", file.changedTo ? Json(*file.changedTo) : Json()}};
 }
 
+/// Throws for a number with a fraction, which need not fit into any integer.
+std::int64_t integerOf(const Json& json)
+{
+    return json.get_ref<const Json::number_integer_t&>();
+}
+
 SavedFile savedFileOf(const Json& json)
 {
     SavedFile file;
@@ -65,7 +71,9 @@ SavedFile savedFileOf(const Json& json)
         file.text = bytesOf(json.at("before"));
     }
     // Not a mode that would lend the owner's rights: whoever may write records need not be root.
-    file.rights = {json.at("mode").get<unsigned int>() & 0777U, json.at("user"), json.at("group")};
+    file.rights = {static_cast<unsigned int>(integerOf(json.at("mode"))) & 0777U,
+                   static_cast<unsigned int>(integerOf(json.at("user"))),
+                   static_cast<unsigned int>(integerOf(json.at("group")))};
     if (!json.at("changedTo").is_null()) {
         file.changedTo = json.at("changedTo");
     }
@@ -134,7 +142,7 @@ std::error_code readRecord(const IFiles& files, const std::string& path, Record&
         found.title = bytesOf(json.at("title"));
         found.by = bytesOf(json.at("by"));
         found.boot = json.at("boot");
-        const std::int64_t deadline = json.at("deadline");
+        const auto deadline = integerOf(json.at("deadline"));
         if (deadline < 0 || deadline > kLatest) {
             return damaged;
         }
