@@ -45,6 +45,14 @@ std::error_code writeAll(int fd, std::string_view text)
     return {};
 }
 
+/// EFBIG for more than is read of any file: a part of it would take its place when a change is undone.
+std::error_code readWhole(int fd, std::string& text)
+{
+    const auto error = velbase2::system::readAll(fd, text);
+    const bool isCut = !error && text.size() == velbase2::system::kMostOfAFile;
+    return errorOf(isCut ? EFBIG : error.value());
+}
+
 /// To the file that is open, from the one at `place`.
 std::error_code copyAttributes(int fd, const Place& place)
 {
@@ -185,11 +193,11 @@ std::error_code RealFiles::read(const std::string& path, std::string& text) cons
         return errorOf(EINVAL);
     }
     std::string found;
-    const auto error = velbase2::system::readAll(file.get(), found);
+    const auto error = readWhole(file.get(), found);
     if (!error) {
         text = std::move(found);
     }
-    return {error.value(), std::generic_category()};
+    return error;
 }
 
 std::error_code RealFiles::list(const std::string& directory, std::vector<std::string>& names) const
@@ -230,8 +238,8 @@ std::error_code RealFiles::overwrite(const std::string& path, const std::string&
     if (::fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink != 1) {
         return errorOf(EPERM); // by another name it may be somebody else's
     }
-    if (const auto error = velbase2::system::readAll(fd.get(), old)) {
-        return {error.value(), std::generic_category()};
+    if (const auto error = readWhole(fd.get(), old)) {
+        return error;
     }
     const auto put = [&fd](const std::string& content) {
         // Cut at the end, not at the beginning: a reader never meets an empty file.

@@ -5,7 +5,7 @@
 
 namespace networkhost {
 
-/// The files of the device that the process runs on. Reads at most 16 MiB of a regular file.
+/// The files of the device that the process runs on. Reads regular files only (EINVAL), below 16 MiB (EFBIG).
 class RealFiles : public IFiles
 {
 public:
