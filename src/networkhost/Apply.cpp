@@ -4,6 +4,8 @@
 #include "networkhost/CarryOut.h"
 #include "networkhost/ChangeLock.h"
 
+#include <exception>
+
 namespace networkhost {
 namespace {
 
@@ -25,6 +27,16 @@ void putBack(IDevice& device, const Plan& plan, const std::vector<SavedFile>& sa
     outcome.notes.push_back(restarts.empty() ? what : what + ", but " + restarts);
 }
 
+/// After an exception in the middle: what it took of the memory is free again. What fails now has nobody to be told.
+void putBackSilently(IDevice& device, const std::vector<SavedFile>& saved)
+{
+    try {
+        restoreFiles(device, saved);
+        restartDaemons(device, saved);
+    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): the first one goes on
+    }
+}
+
 } // namespace
 
 Outcome apply(IDevice& device, const Plan& plan, const ApplyOptions& options)
@@ -40,11 +52,16 @@ Outcome apply(IDevice& device, const Plan& plan, const ApplyOptions& options)
         return refused(refusal);
     }
     const auto saved = savedFilesOf(device, plan);
-    auto outcome = carryOut(device, plan, true);
-    if (!outcome.isDone) {
-        putBack(device, plan, saved, outcome);
+    try {
+        auto outcome = carryOut(device, plan, true);
+        if (!outcome.isDone) {
+            putBack(device, plan, saved, outcome);
+        }
+        return outcome;
+    } catch (...) {
+        putBackSilently(device, saved);
+        throw;
     }
-    return outcome;
 }
 
 } // namespace networkhost

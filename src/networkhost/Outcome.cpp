@@ -10,9 +10,12 @@ std::string Failure::text() const
     if (step == Step::RunCommand) {
         return "'" + subject + "' failed" + (words.empty() ? " without a word" : ": " + words);
     }
-    const auto why = error == std::errc::too_many_symbolic_link_levels
-                         ? "a symbolic link on the way, or its target, belongs neither to root nor to the caller"
-                         : error.message();
+    auto why = error.message();
+    if (error == std::errc::too_many_symbolic_link_levels) {
+        why = "a symbolic link on the way, or its target, belongs neither to root nor to the caller";
+    } else if (step == Step::ReadFile && error == std::errc::invalid_argument) {
+        why = "it is not a regular file";
+    }
     return (step == Step::ReadFile ? "cannot read " : "cannot write ") + subject + ": " + (words.empty() ? why : words);
 }
 

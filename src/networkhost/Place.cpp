@@ -91,6 +91,7 @@ std::error_code locate(const std::string& path, Place& place, LastLink lastLink)
                 return error;
             }
         } else if (isLast && !isRoot) {
+            next.reset(); // where descriptors run short, what could be written can be removed again
             return walk.isLinked && !isTrusted(status) ? errorOf(ELOOP) : arrive(walk, part, place);
         } else {
             walk.directory.reset(next.release());
