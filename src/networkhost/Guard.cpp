@@ -56,7 +56,8 @@ bool rollBackAndReport(IDevice& device, const TrialState& state, const RollBackO
         return true;
     }
     const auto now = trialState(device);
-    if (!now.isPending() || now.left > milliseconds(0)) {
+    const bool isMoved = now.kind != TrialState::Kind::RollingBack && now.left > milliseconds(0);
+    if (!now.isPending() || isMoved) {
         return true; // somebody else has ended it, or moved its deadline
     }
     reporter.report(state.title + " is not rolled back: " + outcome.reason);
