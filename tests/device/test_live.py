@@ -172,26 +172,6 @@ def test_directories_that_are_moved_away_leave_no_watch(box, own_etc):
     assert counts[0] == counts[1]
 
 
-def test_a_cable_that_is_out_for_a_moment_is_published(box, monitor):
-    box.run("link", "local", "down")  # waits until the kernel has noticed, which may take it a second
-    time.sleep(0.4)
-    box.run("link", "local", "up")
-    monitor.wait_for("local", "link", False)
-    monitor.wait_for("local", "link", True)
-
-
-def test_an_interface_that_is_deleted_and_made_anew_is_published(box, monitor):
-    init = re.search(r"PID (\d+)", box.run("status").stdout)[1]
-    mac = box.ip("link", "show", "local")[0]["address"]
-    for address in ("02:00:00:00:00:01", mac):
-        box.exec("ip", "link", "delete", "local")
-        for command in (f"link add local-peer type veth peer name local address {address} netns {init}",
-                        "address add 192.168.10.2/24 dev local-peer", "link set local-peer up"):
-            box.run("peer", "ip", *command.split())
-        monitor.wait_for("local", "mac", address)
-        monitor.wait_for("local", "addresses", has_address("192.168.10.1"))
-
-
 def test_a_reader_that_stalls_costs_no_memory_and_finds_the_last_state(box):
     monitor = Monitor(box, VELNETCTL, "-v", "monitor", "--json", is_read=False, pipesize=4096, stderr=subprocess.PIPE)
     inside = wait_until_stalled(box, monitor.process)

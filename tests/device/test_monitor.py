@@ -22,19 +22,15 @@ def test_a_pulled_cable_and_its_return_are_published(box, monitor):
     assert ("link", True) in [(c["name"], c["value"]) for c in changes]
 
 
-def test_an_address_and_a_default_route_come_and_go(box, monitor):
+def test_an_address_comes_and_goes(box, monitor):
     added = {"family": "IPv4", "address": "10.9.8.7", "mask": "255.255.255.0"}
     box.exec("ip", "address", "add", "10.9.8.7/24", "dev", "local")
     changes = monitor.wait_for("local", "addresses", lambda addresses: added in addresses)
     assert changes[-1]["value"] == box.addresses("local")
     assert [c["name"] for c in changes] == ["addresses"]  # the first address is the same: no other cell changed
-    box.exec("ip", "route", "add", "default", "via", "192.168.50.2", "dev", "remote", "metric", "1")
-    monitor.wait_for("host", "gateway", "192.168.50.2")
 
     box.exec("ip", "address", "delete", "10.9.8.7/24", "dev", "local")
-    monitor.wait_for("local", "addresses", lambda addresses: added not in addresses)
-    box.exec("ip", "route", "delete", "default", "via", "192.168.50.2", "dev", "remote", "metric", "1")
-    changes = monitor.wait_for("host", "gateway", "192.168.50.1")
+    changes = monitor.wait_for("local", "addresses", lambda addresses: added not in addresses)
     now = time.gmtime()
     assert re.fullmatch(rf"{now.tm_year}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{{3}}Z", changes[-1]["time"])
 

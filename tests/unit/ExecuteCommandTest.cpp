@@ -37,9 +37,11 @@ static thread_local std::size_t largestAllocation = SIZE_MAX;
     std::free(memory);
 }
 
-static void expect(const CommandResult& result, int returnCode, const std::string& output,
+static void expect(const std::string& command, int returnCode, const std::string& output,
                    const std::string& errorOutput)
 {
+    SCOPED_TRACE(command);
+    const auto result = executeCommand(command);
     EXPECT_EQ(result.returnCode, returnCode);
     EXPECT_EQ(result.output, output);
     EXPECT_EQ(result.errorOutput, errorOutput);
@@ -60,32 +62,18 @@ static void reapAnyChild(int /*signal*/)
 
 TEST(ExecuteCommand, GivesTheReturnCodeAndBothTexts)
 {
-    const struct
-    {
-        const char* name;
-        const char* command;
-        int returnCode;
-        const char* output;
-        const char* errorOutput;
-    } cases[] = {
-        {"nothing", "", 0, "", ""},
-        {"both texts", "echo out; echo err >&2; exit 7", 7, "out\n", "err\n"},
-        {"no argument, comment", "echo \"[$1]\"; false # x", 1, "[]\n", ""},
-        {"looks like an option", "-x 2>/dev/null", 127, "", ""},
-        {"killed", "kill -KILL $$", 137, "", ""},
-        {"terminated", "kill -TERM $$", 143, "", ""},
-        {"looks like a report", "echo status 3; echo status 4 >&2", 0, "status 3\n", "status 4\n"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        expect(executeCommand(c.command), c.returnCode, c.output, c.errorOutput);
-    }
+    expect("", 0, "", "");
+    expect("echo out; echo err >&2; exit 7", 7, "out\n", "err\n");
+    expect("echo \"[$1]\"; false # x", 1, "[]\n", ""); // no argument, and a comment
+    expect("-x 2>/dev/null", 127, "", "");             // looks like an option
+    expect("kill -KILL $$", 137, "", "");
+    expect("kill -TERM $$", 143, "", "");
+    expect("echo status 3; echo status 4 >&2", 0, "status 3\n", "status 4\n"); // looks like a report
 }
 
 TEST(ExecuteCommand, RunsNothingOfACommandWithANulByte)
 {
-    expect(executeCommand(std::string("echo run\0; false", 16)), -1, "",
-           "cannot start /bin/sh: the command holds a NUL byte\n");
+    expect(std::string("echo run\0; false", 16), -1, "", "cannot start /bin/sh: the command holds a NUL byte\n");
 }
 
 TEST(ExecuteCommand, TakesMoreThanAPipeHolds)
@@ -106,11 +94,10 @@ TEST(ExecuteCommand, DoesNotWaitForChildrenThatTheHostForks)
     std::atomic<bool> isForking = true;
     const auto commands = std::async(std::launch::async, [&isForking] {
         while (isForking) {
-            expect(executeCommand("echo x"), 0, "x\n", "");
+            expect("echo x", 0, "x\n", "");
         }
     });
     SleepingChildren children; // some are forked while a command is being started, and have its pipes
-    children.forkMany();
     isForking = false;
     EXPECT_EQ(commands.wait_for(std::chrono::seconds(30)), std::future_status::ready);
 }
@@ -122,7 +109,7 @@ TEST(ExecuteCommand, ServesManyThreadsInAHostThatIgnoresOrReapsItsChildren)
         std::vector<std::future<void>> threads;
         for (int i = 0; i < 64; ++i) {
             threads.push_back(std::async(std::launch::async, [i, number = std::to_string(i)] {
-                expect(executeCommand("echo " + number + "; exit " + number), i, number + "\n", "");
+                expect("echo " + number + "; exit " + number, i, number + "\n", "");
             }));
         }
         threads.clear(); // waits for them
@@ -132,53 +119,53 @@ TEST(ExecuteCommand, ServesManyThreadsInAHostThatIgnoresOrReapsItsChildren)
 
 TEST(ExecuteCommand, GivesTheHostsEnvironmentWithLocaleAndPathOfItsOwn)
 {
-    inAProcessOfItsOwn([] {
+    OwnProcess([] {
         ::setenv("PATH", "/sbin:/bin:/usr/bin:/usr/sbinx", 1);
         ::setenv("LC_ALL", "de_DE.UTF-8", 1);
         ::setenv("OTHER", "kept", 1);
-        expect(executeCommand("echo $OTHER $LC_ALL $PATH"), 0, "kept C /sbin:/bin:/usr/bin:/usr/sbinx:/usr/sbin\n", "");
+        expect("echo $OTHER $LC_ALL $PATH", 0, "kept C /sbin:/bin:/usr/bin:/usr/sbinx:/usr/sbin\n", "");
         ::unsetenv("PATH");
-        expect(executeCommand("echo $PATH"), 0, "/usr/bin:/bin:/usr/sbin:/sbin\n", "");
+        expect("echo $PATH", 0, "/usr/bin:/bin:/usr/sbin:/sbin\n", "");
     });
 }
 
 TEST(ExecuteCommand, StartsWithDefaultSignals)
 {
-    inAProcessOfItsOwn([] {
+    OwnProcess([] {
         sigset_t all;
         sigfillset(&all);
         pthread_sigmask(SIG_SETMASK, &all, nullptr);
         std::signal(SIGPIPE, SIG_IGN);
-        expect(executeCommand("grep SigBlk /proc/self/status"), 0, "SigBlk:\t0000000000000000\n", "");
-        expect(executeCommand("grep SigIgn /proc/self/status"), 0, "SigIgn:\t0000000000000000\n", "");
+        expect("grep SigBlk /proc/self/status", 0, "SigBlk:\t0000000000000000\n", "");
+        expect("grep SigIgn /proc/self/status", 0, "SigIgn:\t0000000000000000\n", "");
     });
 }
 
 TEST(ExecuteCommand, PassesOnNoDescriptorAndKeepsNone)
 {
-    inAProcessOfItsOwn([] {
+    OwnProcess([] {
         EXPECT_GT(::dup(::dup2(STDERR_FILENO, STDIN_FILENO)), STDERR_FILENO); // inheritable
         const auto before = countDescriptors();
         // Descriptor 3 is the directory that ls reads.
-        expect(executeCommand("readlink /proc/self/fd/0; ls /proc/self/fd"), 0, "/dev/null\n0\n1\n2\n3\n", "");
+        expect("readlink /proc/self/fd/0; ls /proc/self/fd", 0, "/dev/null\n0\n1\n2\n3\n", "");
         EXPECT_EQ(countDescriptors(), before);
     });
 }
 
 TEST(ExecuteCommand, WorksInAHostWithoutStandardStreams)
 {
-    inAProcessOfItsOwn([] {
+    OwnProcess([] {
         ::close(STDIN_FILENO);
         ::close(STDERR_FILENO);
         const auto before = countDescriptors();
-        expect(executeCommand("echo out; echo err >&2"), 0, "out\n", "err\n");
+        expect("echo out; echo err >&2", 0, "out\n", "err\n");
         EXPECT_EQ(countDescriptors(), before);
     });
 }
 
 TEST(ExecuteCommand, SaysWhatTheOuterShellSaysWhenItCannotStartTheInnerOne)
 {
-    inAProcessOfItsOwn([] {
+    OwnProcess([] {
         // As a user who has no other process, so that the limit allows one process more each time.
         ASSERT_EQ(::geteuid() == 0 ? ::setuid(54321) : ::unshare(CLONE_NEWUSER), 0);
         rlimit processes{};

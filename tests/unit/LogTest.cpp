@@ -9,21 +9,16 @@
 using networksimulation::RecordingLog;
 using namespace velbase2::system::log;
 
-TEST(Log, WritesALineWithThePriorityOfItsLevelToStandardError)
+TEST(Log, WritesALineWithThePriorityOfItsLevelAndWithoutControlCharactersToStandardError)
 {
     RecordingLog().lines.clear(); // a sink comes and goes
     testing::internal::CaptureStderr();
     for (const int level : {kDetail, kNotable, kError, kFileProblem}) { // does not filter
         detail::log(level, "tag", "line");
     }
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "<7>tag: line\n<6>tag: line\n<3>tag: line\n<4>tag: line\n");
-}
-
-TEST(Log, EscapesControlCharacters)
-{
-    testing::internal::CaptureStderr();
     detail::log(kNotable, "tag", "a\nb\x1b[2J\x7f\xc3\xbc");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "<6>tag: a\\nb\\x1b[2J\\x7f\xc3\xbc\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "<7>tag: line\n<6>tag: line\n<3>tag: line\n<4>tag: line\n"
+                                                      "<6>tag: a\\nb\\x1b[2J\\x7f\xc3\xbc\n");
 }
 
 TEST(Log, MakesLinesFromTheMinimumLevelOn)

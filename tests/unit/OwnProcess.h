@@ -10,37 +10,38 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// Runs the body in a child, for what would change the test program itself.
-template <class Body>
-void inAProcessOfItsOwn(Body body)
+/// Runs the body in a child beside this process, for what would change it or has to be another one; the end of the
+/// object waits for it. To be made before there are threads: the child would meet their locks.
+class OwnProcess
 {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        body();
-        std::fflush(stdout); // the failures
-        std::_Exit(testing::Test::HasFailure() ? 1 : 0);
+public:
+    template <class Body>
+    explicit OwnProcess(Body body) : child_(::fork())
+    {
+        if (child_ == 0) {
+            body();
+            std::fflush(stdout); // the failures
+            std::_Exit(testing::Test::HasFailure() ? 1 : 0);
+        }
     }
-    int status = -1;
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
-}
+    OwnProcess(const OwnProcess&) = delete;
+    OwnProcess& operator=(const OwnProcess&) = delete;
+    ~OwnProcess()
+    {
+        int status = -1;
+        EXPECT_EQ(::waitpid(child_, &status, 0), child_);
+        EXPECT_EQ(status, 0);
+    }
 
-/// Children as of a host that forks and does not exec: they hold what was open, until they are ended.
+private:
+    pid_t child_;
+};
+
+/// Many children as of a host that forks and does not exec: they hold what was open, until they are ended.
 class SleepingChildren
 {
 public:
-    SleepingChildren() = default;
-    SleepingChildren(const SleepingChildren&) = delete;
-    SleepingChildren& operator=(const SleepingChildren&) = delete;
-    ~SleepingChildren()
-    {
-        for (const pid_t child : children_) {
-            ::kill(child, SIGKILL);
-            ::waitpid(child, nullptr, 0);
-        }
-    }
-
-    void forkMany()
+    SleepingChildren()
     {
         for (int i = 0; i < 200; ++i) {
             children_.push_back(::fork());
@@ -48,6 +49,15 @@ public:
                 ::pause();
                 std::_Exit(0);
             }
+        }
+    }
+    SleepingChildren(const SleepingChildren&) = delete;
+    SleepingChildren& operator=(const SleepingChildren&) = delete;
+    ~SleepingChildren()
+    {
+        for (const pid_t child : children_) {
+            ::kill(child, SIGKILL);
+            ::waitpid(child, nullptr, 0);
         }
     }
 

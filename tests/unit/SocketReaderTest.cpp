@@ -24,7 +24,7 @@ using Lines = std::vector<std::string>;
 template <class Body>
 static void inANetworkOf(const std::string& commands, Body body)
 {
-    inAProcessOfItsOwn([&] {
+    OwnProcess([&] {
         const auto user = ::geteuid();
         ASSERT_EQ(::unshare(user == 0 ? CLONE_NEWNET : CLONE_NEWUSER | CLONE_NEWNET), 0);
         if (user != 0) {
@@ -72,7 +72,7 @@ TEST(SocketReader, HasNothingOfAnUnknownInterface)
 
 TEST(SocketReader, OpensItsSocketAsSoonAsItCan)
 {
-    inAProcessOfItsOwn([] {
+    OwnProcess([] {
         RecordingLog recorded;
         EXPECT_EQ(SocketReader().getInterfaceMac("eth99"), "");
         recorded.lines.clear(); // a sanitizer needs descriptors to see what a line is made of for the first time

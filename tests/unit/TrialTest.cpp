@@ -6,6 +6,7 @@
 #include "networkhost/Record.h"
 #include "networkhost/Requests.h"
 #include "networksimulation/Device.h"
+#include "networksimulation/Files.h"
 
 #include <functional>
 
@@ -20,72 +21,51 @@ constexpr const char* kRemotePath = "/etc/systemd/network/02_remote.network";
 struct Killed
 {};
 
-/// The files of a device, for a process that is killed before one of its changes.
-class MortalFiles : public networkhost::IFiles
+/// The files of a device whose process is killed before one of its changes.
+class MortalFiles : public networksimulation::Files
 {
 public:
-    MortalFiles(networkhost::IFiles& files, int& changesLeft) : files_(files), changesLeft_(changesLeft) {}
+    using Files::Files;
 
-    std::error_code read(const std::string& path, std::string& text) const override { return files_.read(path, text); }
-    std::error_code list(const std::string& path, std::vector<std::string>& names) const override
-    {
-        return files_.list(path, names);
-    }
-    std::error_code rightsOf(const std::string& path, networkhost::Rights& rights) const override
-    {
-        return files_.rightsOf(path, rights);
-    }
-    std::error_code tryLock(const std::string& path, std::unique_ptr<Lock>& lock, std::string& holder) override
-    {
-        return files_.tryLock(path, lock, holder);
-    }
     std::error_code replace(const std::string& path, const std::string& text,
                             const networkhost::Rights* rights) override
     {
-        return survived().replace(path, text, rights);
+        survive();
+        return Files::replace(path, text, rights);
     }
-    std::error_code overwrite(const std::string& path, const std::string& text) override
+    std::error_code remove(const std::string& path) override
     {
-        return survived().overwrite(path, text);
+        survive();
+        return Files::remove(path);
     }
-    std::error_code remove(const std::string& path) override { return survived().remove(path); }
     std::error_code rename(const std::string& from, const std::string& to) override
     {
-        return survived().rename(from, to);
+        survive();
+        return Files::rename(from, to);
     }
-    std::error_code makeDirectory(const std::string& path) override { return survived().makeDirectory(path); }
+    std::error_code makeDirectory(const std::string& path) override
+    {
+        survive();
+        return Files::makeDirectory(path);
+    }
+
+    int changesLeft = -1; // for ever
 
 private:
-    networkhost::IFiles& survived()
+    void survive()
     {
-        if (changesLeft_-- == 0) {
+        if (changesLeft-- == 0) {
             throw Killed();
         }
-        return files_;
     }
-
-    networkhost::IFiles& files_;
-    int& changesLeft_;
 };
 
-/// The device as such a process has it.
-class MortalDevice : public networkhost::IDevice
+struct MortalDevice : networksimulation::Device
 {
-public:
-    MortalDevice(networksimulation::Device& device, int& changesLeft)
-        : device_(device), files_(device.files(), changesLeft)
-    {}
+    networkhost::IFiles& files() override { return mortalFiles; }
+    std::unique_ptr<networkhost::IHints> openHints() override { return IDevice::openHints(); } // none: it polls
 
-    networkmanager::ISystemIF& system() override { return device_.system(); }
-    networkhost::IFiles& files() override { return files_; }
-    std::chrono::milliseconds now() const override { return device_.now(); }
-    void pause(std::chrono::milliseconds duration) override { device_.pause(duration); }
-    bool startGuard() override { return device_.startGuard(); }
-    bool hasBootGuard() override { return device_.hasBootGuard(); }
-
-private:
-    networksimulation::Device& device_;
-    MortalFiles files_;
+    MortalFiles mortalFiles{*this};
 };
 
 networkhost::Outcome startTrial(networkhost::IDevice& device)
@@ -99,16 +79,16 @@ int killAtEveryChange(bool hasTrial, bool isRebooted, const std::function<void(n
                       const std::function<void(const std::string& remote, TrialState::Kind kind)>& check)
 {
     for (int killed = 0;; ++killed) {
-        networksimulation::Device device;
+        MortalDevice device;
         EXPECT_TRUE(!hasTrial || startTrial(device).isDone);
-        int changesLeft = killed;
-        MortalDevice process(device, changesLeft);
+        device.mortalFiles.changesLeft = killed;
         bool isThrough = true;
         try {
-            run(process);
+            run(device);
         } catch (const Killed&) {
             isThrough = false;
         }
+        device.mortalFiles.changesLeft = -1;
         if (isRebooted) {
             device.reboot();
         } else {
@@ -150,13 +130,20 @@ TEST(Trial, IsOldOrConfirmedWhereverItsProcessIsKilled)
 
 TEST(Trial, IsNotConfirmedBeforeItsFilesAreWritten)
 {
-    networksimulation::Device device;
-    int changesLeft = 5; // the directory, twice, what is left of the last trial, the record
-    MortalDevice process(device, changesLeft);
-    EXPECT_THROW(startTrial(process), Killed);
+    MortalDevice device;
+    device.mortalFiles.changesLeft = 5; // the directory, twice, what is left of the last trial, the record
+    EXPECT_THROW(startTrial(device), Killed);
+    device.mortalFiles.changesLeft = -1;
     EXPECT_EQ(trialState(device).kind, TrialState::Kind::Waiting);
     EXPECT_EQ(confirmTrial(device).reason,
               std::string(kRemotePath) + " has not been changed: the trial was broken off, and will be rolled back");
+}
+
+TEST(Trial, IsRefusedWhileAnotherIsPending)
+{
+    networksimulation::Device device;
+    ASSERT_TRUE(startTrial(device).isDone);
+    EXPECT_EQ(tryOut(device, networkhost::planDnsDomain(device, "a.example")).reason, trialState(device).text());
 }
 
 TEST(Record, KeepsEveryByte)

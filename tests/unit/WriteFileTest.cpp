@@ -116,20 +116,13 @@ TEST_F(WriteFile, LeavesNoLockToChildrenThatTheHostForks)
         }
     });
     SleepingChildren children;
-    children.forkMany();
     EXPECT_FALSE(writeFile(path, kLong));
     isForking = false;
 }
 
-TEST_F(WriteFile, TakesTurnsWithOtherThreads)
+TEST_F(WriteFile, TakesTurnsWithOtherThreadsAndProcesses)
 {
-    const auto other = std::async(std::launch::async, [this] { writeManyTimes(kLong); });
-    writeManyTimes(kShort);
-}
-
-TEST_F(WriteFile, TakesTurnsWithOtherProcesses)
-{
-    const auto other =
-        std::async(std::launch::async, [this] { inAProcessOfItsOwn([this] { writeManyTimes(kLong); }); });
+    const OwnProcess process([this] { writeManyTimes(kLong); });
+    const auto thread = std::async(std::launch::async, [this] { writeManyTimes(kLong); });
     writeManyTimes(kShort);
 }
