@@ -1,0 +1,173 @@
+# SPDX-License-Identifier: MIT
+"""What lies in the way of files, what runs out, and a clock that jumps: told, got over, and nothing is left of it."""
+import base64
+import json
+import os
+import pathlib
+import re
+
+import pytest
+
+from conftest import VELNETCTL, Monitor, wait_until
+from test_live import has_address, lacks_address, velnetctl_inside
+from test_trial import ASIDE
+
+# Its number of processes counts on the whole machine.
+USER = 100000 + os.getpid()
+
+# Live already is what the files say, so that nobody waits for daemons. What the kernel tells of routes is a copy.
+PREPARE = ASIDE + f"""
+mount -o remount,nr_inodes=1k /etc/systemd; printf 'nameserver 10.0.0.5%s\\n' 0 1 9 >>../live
+printf '#!/bin/sh\\nexec "$@"\\n' | install /dev/stdin ../sudo; mount --bind ../sudo /usr/bin/sudo
+echo '[Resolve]' >../resolved.conf.d/dns_domain.conf; chown {USER}:velnet */50-routes.conf ../resolved.conf.d/*
+mount -t tmpfs none /media; cp /proc/net/route /media; mount --bind /media /proc/$$/net
+exec prlimit --as=600000000 $velnetctl monitor --json
+"""
+CHANGES = {"01_local.network.d/50-routes.conf": "set-routes local dst=10.3.0.0/16,gw=192.168.10.2 --force",
+           "../resolved.conf.d/dns_server_0.conf": "set-dns 0 10.0.0.59",
+           "01_local.network": "set-ip local 192.168.10.9/24"}
+CLOCK = "LD_PRELOAD=/var/ft.so FAKETIME_TIMESTAMP_FILE=/var/ft FAKETIME_NO_CACHE=1 FAKETIME_DONT_FAKE_MONOTONIC=1"
+DONE = "OK\n|Routes updated\n"
+
+
+@pytest.fixture
+def aside(box, installed):
+    """Runs scripts beside a monitor, which has files of its own, goes on after the fault, and finds nothing left."""
+    monitor = Monitor(box, "unshare", "--mount", "sh", "-ec", PREPARE)
+    monitor.wait_for("resolver", "domains", [])
+    inside = velnetctl_inside(box)
+
+    def run(script):
+        tools = "cd /etc/systemd/network; velnetctl=velnetctl limited='prlimit --as=600000000 timeout 20'\n"
+        return box.exec("nsenter", "-m", "-t", inside, "sh", "-ec", tools + script).stdout
+
+    def things():
+        # But for what a change is to leave.
+        find = "find . ../resolved.conf.d ! -name .velnet ! -name '*.lock' ! -name 'rolled-*' -printf '%p,%y,%m\\n'"
+        return sorted(run(f"{find}; ls /proc/{inside}/fd; pgrep --ns {inside} --nslist mnt | wc -l").split())
+
+    before = things()
+    run.monitor, run.inside = monitor, inside
+    yield run
+    run("$velnetctl set-domain after.example")
+    monitor.wait_for("resolver", "domains", ["after.example"])
+    wait_until(lambda: things() == before, f"only {before} is left")
+    monitor.stop()
+
+
+@pytest.mark.parametrize("put, told, library", [
+    ("mkdir $file", "it is not a regular file", "false"),
+    ("mkfifo $file", "it is not a regular file", "false"),
+    ("mknod $file c 1 5", "it is not a regular file", "true"),
+    ("cp $file.old $file; chattr +i $file", "Operation not permitted", "false"),
+    ("ln -s /etc/systemd/other $file; cp $file.old ../other", DONE, "true"),
+    ("ln -s /etc/systemd/other $file", DONE, "true"),
+    ("ln -s /etc/systemd/other $file; chown -h velnet $file", "a symbolic link on the way, or its target", "true"),
+])
+def test_what_lies_in_the_place_of_a_file(aside, put, told, library):
+    aside("".join(f"file={file}; mv $file $file.old; {put}\n" for file in CHANGES))
+    output = aside(f"$limited $velnetctl status; echo set-dns 0 10.0.0.50 | $limited {os.environ['SCENARIOS']}")
+    assert re.findall("^(true|false)$", output, re.MULTILINE) == [library]
+    for change in CHANGES.values():
+        assert re.search(told, aside(f"$limited $velnetctl {change} 2>&1 | tail -c 400"))
+    back = "chattr -i {0} || :; rm -r {0}; mv {0}.old {0}\n"
+    aside("rm -f ../other\n" + "".join(back.format(file) for file in CHANGES))
+    for change in CHANGES.values():
+        assert re.search(DONE, aside(f"$velnetctl {change}"))
+
+
+@pytest.mark.parametrize("begin, end, told", [
+    ("mount -t tmpfs -o size=16k none /mnt; cp -a $dir/. /mnt; mount --move /mnt $dir; cat /dev/zero >$dir/x || true",
+     "umount $dir", "No space left on device"),
+    ("mount --bind $dir $dir; mount -o remount,bind,ro $dir", "umount $dir", "Read-only file system"),
+])
+@pytest.mark.parametrize("options", ["", " --try 9"])
+def test_a_directory_that_takes_no_file(aside, begin, end, told, options):
+    for file, change in list(CHANGES.items())[:2]:
+        directory = f"dir={os.path.dirname(file)}; "
+        before = aside(directory + begin + f"; ls -A $dir || true; cat {file} || true")
+        assert told in aside(f"$velnetctl {change}{options} 2>&1 || true")
+        assert aside(directory + f"ls -A $dir || true; cat {file} || true; {end}") == before
+        assert re.search(DONE, aside(f"$velnetctl {change}"))
+
+
+@pytest.mark.parametrize("obstacle", ["/proc/1/mem", "/dev/zero", "/mnt/huge", "/mnt/fifo"])
+def test_what_cannot_be_read_counts_as_empty_and_what_is_endless_is_cut(aside, obstacle):
+    paths = "/sys/class/net/local/operstate /run/systemd/resolve/resolv.conf"
+    aside(f"""mount -t tmpfs none /mnt; truncate -s 100M /mnt/huge; mkfifo /mnt/fifo; ln -sf {obstacle} /media/route
+        for path in /etc/hostname {paths}; do mount --bind {obstacle} $path; done
+        $limited $velnetctl status >/dev/null; umount /etc/hostname""")
+    status = aside("mount --bind /media /proc/$$/net; exec $velnetctl status --json")
+    assert json.loads(status)["host"]["gateway"] == "" and not json.loads(status)["interfaces"]["local"]["link"]
+    aside("printf '[Resolve]\\nDomains=during.example\\n' >../resolved.conf.d/dns_domain.conf")
+    changes = aside.monitor.wait_for("resolver", "domains", ["during.example"])
+    assert {("link", "False"), ("gateway", "")} <= {(one["name"], str(one["value"])) for one in changes}
+    aside(f"umount {paths} /mnt; cp --remove-destination /proc/net/route /media")
+
+
+@pytest.mark.parametrize("limit, values", [
+    ("prlimit --nofile=$n", "3 17"), ("prlimit --as=$((n * 100000))", "76 95"),
+    (f"prlimit --nproc=$n setpriv --reuid={USER} --regid=velnet --clear-groups", "1 5"),
+])
+def test_a_change_without_means_is_done_or_undone(aside, limit, values):
+    told = aside(f"""mkdir /media/old; cp -a ../network ../resolved.conf.d /media/old
+        hash() {{ cat 01_local.network.d/* ../resolved.conf.d/* | sha256sum; }}
+        for n in $(seq {values}); do
+            echo "== $n"; {limit} $velnetctl apply ../new.json 2>&1 || echo "exit $?"; hash
+            rm ../resolved.conf.d/*; cp -a /media/old/. ..; done
+        hash; rm -r /media/old""")
+    *tries, last = told.split("== ")[1:]
+    *_, done, new, old = last.splitlines()
+    assert done == "OK" and new != old
+    for one in tries:
+        assert one.splitlines()[-1] == (old if "exit " in one else new), one
+        assert "exit " not in one or re.search("velnetctl: |terminate called|exit 12[67]", one), one
+    assert "exit 1\n" in told
+
+
+def test_a_monitor_that_can_open_nothing_for_a_while(aside):
+    for limit, gateway in (3, ""), (1024, "192.168.50.1"):
+        text = f"[Resolve]\nDomains=of-{limit}.example\n"
+        aside(f"prlimit --pid {aside.inside} --nofile={limit}:; printf '{text}' >../resolved.conf.d/dns_domain.conf")
+        aside.monitor.wait_for("host", "gateway", gateway)
+
+
+def test_memory_that_ends_in_the_middle_of_a_change(aside):
+    """The daemon's restart has more to say than there is room for."""
+    before = aside("cp ../systemctl ../quiet; echo 'head -c 99M /dev/zero' >>../systemctl; cat ../resolved.conf.d/*")
+    told = aside("prlimit --as=40000000 $velnetctl set-dns 0 10.0.0.59 2>&1 || true; cat ../resolved.conf.d/*")
+    assert told == "velnetctl: std::bad_alloc\n" + before
+    aside("cat ../quiet >../systemctl; rm ../quiet")
+
+
+@pytest.fixture
+def jump(box):
+    # Moves the wall clock of what runs with CLOCK.
+    library = next(pathlib.Path("/usr/lib").glob("*/faketime/libfaketimeMT.so.1")).read_bytes()
+    library = library.replace(b"\0timerfd_settime\0", b"\0timerfd_unknown\0")  # it would move every clock's
+    box.exec("sh", "-c", "base64 -d >/var/ft.so", input=base64.b64encode(library).decode())
+    box.write("/var/ft", "+0")
+    return lambda by: box.write("/var/ft", by)
+
+
+def test_a_monitor_goes_on_when_the_clock_jumps(box, jump):
+    monitor = Monitor(box, "env", *CLOCK.split(), VELNETCTL, "monitor", "--json")
+    monitor.wait_for("resolver", "domains", [])
+    times = []
+    for by, verb, seen in (("+10h", "add", has_address), ("-10h", "delete", lacks_address)):
+        jump(by)
+        box.exec("ip", "address", verb, "10.9.8.7/24", "dev", "local")
+        times.append(monitor.wait_for("local", "addresses", seen("10.9.8.7"))[-1]["time"])
+    assert times[0] > times[1]
+    monitor.stop()
+
+
+def test_a_trial_ends_in_its_time_when_the_clock_jumps(aside, jump):
+    change = f"export {CLOCK}; $velnetctl set-dns 2 10.0.0.59 --try"
+    for by in ("+10h", "-10h"):
+        aside(f"{change} 60")
+        jump(by)
+        assert aside(f"export {CLOCK}; timeout 2 $velnetctl guard || echo $?") == "124\n"  # it has something to guard
+        aside(f"$velnetctl rollback; {change} 1")
+        jump("+0")
+        wait_until(lambda: aside("$velnetctl pending || :").endswith("it was not confirmed in time\n"), "it ends")
