@@ -3,6 +3,7 @@
 // and on other threads set operations, slots that come, go and throw, and readers; beside it LiveUpdates over the
 // simulated device. Prints how much of each there was; exit code 1 when there was none, or a value was not right.
 // Usage: stress [SECONDS], otherwise 60.
+#include "base/IpHelper.h"
 #include "networkhost/LiveUpdates.h"
 #include "networkhost/Requests.h"
 #include "networkhost/Trial.h"
@@ -16,6 +17,7 @@
 #include <list>
 #include <random>
 #include <set>
+#include <thread>
 
 #include <poll.h>
 
