@@ -3,12 +3,23 @@
 
 #include "Log.h"
 
-#include <locale>
-#include <sstream>
+#include <string>
+#include <type_traits>
 
 namespace velbase2::system::log::detail {
 
 inline constexpr std::string_view kTag = "libVelNetworkManager";
+
+/// Numbers as decimal digits, whatever the host's locale.
+template <class Part>
+void append(std::string& line, const Part& part)
+{
+    if constexpr (std::is_arithmetic_v<Part>) {
+        line += std::to_string(part);
+    } else {
+        line += part;
+    }
+}
 
 /// Logs the concatenated parts as one line of the library. Builds nothing while the level is disabled.
 template <class... Parts>
@@ -17,10 +28,9 @@ void logLine(int level, const Parts&... parts)
     if (!isEnabled(level)) {
         return;
     }
-    std::ostringstream line;
-    line.imbue(std::locale::classic()); // the host's global locale might group digits
-    (line << ... << parts);
-    log(level, kTag, line.str());
+    std::string line;
+    (append(line, parts), ...);
+    log(level, kTag, line);
 }
 
 } // namespace velbase2::system::log::detail
