@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "base/IpHelper.h"
 
+#include <array>
+#include <charconv>
 #include <optional>
 #include <stdexcept>
 #include <string_view>
@@ -51,13 +53,13 @@ std::optional<std::uint32_t> parseAddress(std::string_view text) noexcept
 std::string dotted(std::uint32_t address)
 {
     // By hand: inet_ntop prints through sprintf, ten times the work, at every refresh.
-    std::string text;
+    std::array<char, sizeof "255.255.255.255."> text{};
+    char* end = text.data();
     for (const int shift : {24, 16, 8, 0}) {
-        text += std::to_string(address >> shift & 0xFFU);
-        text += '.';
+        end = std::to_chars(end, end + 3, address >> shift & 0xFFU).ptr;
+        *end++ = '.';
     }
-    text.pop_back();
-    return text;
+    return {text.data(), end - 1};
 }
 
 std::string cleanupIP(const std::string& address)

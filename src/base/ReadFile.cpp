@@ -28,6 +28,10 @@ std::error_code readAll(int fd, std::string& text)
         if (count <= 0) {
             break;
         }
+        const auto size = text.size() + static_cast<std::size_t>(count);
+        if (!text.empty() && size > text.capacity()) {
+            text.reserve(std::min(8 * size, kMostOfAFile)); // to double it so often would copy megabytes
+        }
         text.append(buffer.data(), static_cast<std::size_t>(count));
     }
     return {0, std::system_category()};

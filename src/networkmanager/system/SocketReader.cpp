@@ -85,6 +85,7 @@ std::vector<IpAddress> SocketReader::getInterfaceAddresses(const std::string& in
         return addresses;
     }
     const std::unique_ptr<ifaddrs, decltype(&::freeifaddrs)> list(head, &::freeifaddrs);
+    addresses.reserve(4); // more is rare
     for (const ifaddrs* entry = list.get(); entry != nullptr; entry = entry->ifa_next) {
         if (entry->ifa_addr == nullptr || interfaceName != entry->ifa_name) {
             continue;
