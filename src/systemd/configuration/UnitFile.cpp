@@ -3,6 +3,7 @@
 
 #include <istream>
 #include <ostream>
+#include <string_view>
 #include <utility>
 
 namespace vel_systemd::configuration::file {
@@ -22,7 +23,7 @@ std::string headerName(const std::string& line)
     return line.substr(1, end == std::string::npos ? end : end - 1);
 }
 
-void addEntry(Section& section, const std::string& line)
+void addEntry(Section& section, std::string_view line)
 {
     const auto separator = line.find('=');
     if (separator == std::string::npos) {
