@@ -97,7 +97,7 @@ std::string parseGateway(const std::string& text)
 std::string parseIpAddr(const std::string& text)
 {
     const auto found = firstLine(text, [](std::string_view line) {
-        return line.find(kInet) < line.find('/') ? textAfter(line, kInet) : std::nullopt;
+        return textAfter(upTo(line, '/'), kInet) ? textAfter(line, kInet) : std::nullopt;
     });
     return std::string(upTo(found.value_or(std::string_view()), '/'));
 }
