@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "../systemd/configuration/SystemdBackend.h"
+#include "../systemd/configuration/SystemdBackendDeclaration.h"
 #include "NetworkManagerImpl.h"
 
 namespace networkmanager {

@@ -6,7 +6,7 @@
 #include "../base/LogLine.h"
 #include "../base/Paths.h"
 #include "../base/ThisThread.h"
-#include "../systemd/configuration/SystemdBackend.h"
+#include "../systemd/configuration/SystemdBackendDeclaration.h"
 #include "DebugLog.h"
 #include "DnsConfig.h"
 #include "EthInterface.h"

@@ -7,6 +7,7 @@
 #include "../../base/Paths.h"
 #include "../../networkmanager/EthInterface.h"
 #include "File.h"
+#include "SystemdBackendDeclaration.h"
 #include "UnitFile.h"
 
 #include <filesystem>
@@ -26,36 +27,24 @@ std::string routesOf(const file::Content& content);
 
 } // namespace detail
 
-/// Reads the present configuration of an interface through a File. Stateless.
 template <class File>
-class SystemdBackendImpl
+bool SystemdBackendImpl<File>::load(networkmanager::EthInterface& iface) const
 {
-public:
-    /// Assigns the configured settings and routes to the cells `ipSettings` and `routes`; empty ones where the files
-    /// are missing or say nothing. Always true. Exceptions of slots pass to the caller.
-    bool load(networkmanager::EthInterface& iface) const
-    {
-        namespace log = velbase2::system::log;
-        namespace paths = velbase2::system::paths;
-        log::detail::logLine(log::kNotable, "load network configuration for: ", iface.name);
-        const std::filesystem::path directory = paths::kNetworkDirectory;
-        file::Content content;
-        // The order is the precedence: the first Network section is the one that counts.
-        for (const char* suffix : paths::kInLoadingOrder) {
-            std::stringstream text;
-            if (!File().read(directory / (iface.networkFile + suffix), text)) {
-                text >> file::FileConverter(content);
-            }
+    namespace log = velbase2::system::log;
+    namespace paths = velbase2::system::paths;
+    log::detail::logLine(log::kNotable, "load network configuration for: ", iface.name);
+    const std::filesystem::path directory = paths::kNetworkDirectory;
+    file::Content content;
+    // The order is the precedence: the first Network section is the one that counts.
+    for (const char* suffix : paths::kInLoadingOrder) {
+        std::stringstream text;
+        if (!File().read(directory / (iface.networkFile + suffix), text)) {
+            text >> file::FileConverter(content);
         }
-        iface.ipSettings.assign_and_signal(detail::ipSettingsOf(content));
-        iface.routes.assign_and_signal(detail::routesOf(content));
-        return true;
     }
-
-    /// Does nothing.
-    bool configure(const networkmanager::EthInterface& /*iface*/) { return false; }
-};
-
-extern template class SystemdBackendImpl<file::File>;
+    iface.ipSettings.assign_and_signal(detail::ipSettingsOf(content));
+    iface.routes.assign_and_signal(detail::routesOf(content));
+    return true;
+}
 
 } // namespace vel_systemd::configuration
