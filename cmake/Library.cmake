@@ -5,6 +5,9 @@ include(${CMAKE_CURRENT_LIST_DIR}/Warnings.cmake)
 
 check_ipo_supported(RESULT velnm_has_lto OUTPUT velnm_no_lto_reason LANGUAGES CXX)
 
+# Times beyond 2038 and inode numbers beyond 32 bits on 32-bit targets. No installed header depends on it.
+add_compile_definitions(_FILE_OFFSET_BITS=64 _TIME_BITS=64)
+
 # A shared library of this project: SONAME, exports by the linker map libNAME.map beside its CMakeLists.txt, which keeps
 # the names of Boost and the standard library inside, warnings, and link-time optimisation, which makes it a quarter
 # smaller.

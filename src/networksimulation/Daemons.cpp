@@ -9,17 +9,16 @@
 namespace networksimulation {
 
 using networkhost::ConfiguredInterface;
-using std::chrono::milliseconds;
 namespace iphelper = velbase2::system::iphelper;
 
 namespace {
 
 // In the order and about the time that the real ones take after a restart.
-constexpr milliseconds kAddresses(20);
-constexpr milliseconds kRoutes(25);
-constexpr milliseconds kLease(40);
-constexpr milliseconds kResolver(10);
-constexpr milliseconds kLossOfCarrier(5);
+constexpr std::chrono::milliseconds kAddresses(20);
+constexpr std::chrono::milliseconds kRoutes(25);
+constexpr std::chrono::milliseconds kLease(40);
+constexpr std::chrono::milliseconds kResolver(10);
+constexpr std::chrono::milliseconds kLossOfCarrier(5);
 
 constexpr int kDhcpMetric = 1024;
 constexpr const char* kDirect = "0.0.0.0";
