@@ -306,6 +306,21 @@ void addSettings(Commands& commands, Session& session)
     applying.add_option("FILE", arguments.file, "- is standard input")->required();
 }
 
+void addAll(Commands& commands, Session& session)
+{
+    auto& app = commands.app;
+    app.footer(std::string("Examples:\n") + kStatus.examples + '\n' + kSetIp.examples + '\n' + kSetGateway.examples +
+               "\n\n" + kExitCodes);
+    app.set_version_flag("--version", "velnetctl " VELNETCTL_VERSION);
+    app.require_subcommand(1);
+    app.fallthrough();
+    app.add_flag("-v,--verbose", commands.arguments.verbose, "Show the library's log on standard error");
+    addLooking(commands, session);
+    addSetting(commands, session);
+    addSettings(commands, session);
+    addTrial(commands, session);
+}
+
 /// CLI11 only says that a mistyped verb was not expected. Empty when the first word is a verb, or an option.
 std::string faultOfVerb(const CLI::App& app, const std::vector<std::string>& arguments)
 {
@@ -326,17 +341,8 @@ std::string faultOfVerb(const CLI::App& app, const std::vector<std::string>& arg
 int run(const std::vector<std::string>& arguments, Session& session)
 {
     Commands commands;
+    addAll(commands, session);
     auto& app = commands.app;
-    app.footer(std::string("Examples:\n") + kStatus.examples + '\n' + kSetIp.examples + '\n' + kSetGateway.examples +
-               "\n\n" + kExitCodes);
-    app.set_version_flag("--version", "velnetctl " VELNETCTL_VERSION);
-    app.require_subcommand(1);
-    app.fallthrough();
-    app.add_flag("-v,--verbose", commands.arguments.verbose, "Show the library's log on standard error");
-    addLooking(commands, session);
-    addSetting(commands, session);
-    addSettings(commands, session);
-    addTrial(commands, session);
     if (const auto fault = faultOfVerb(app, arguments); !fault.empty()) {
         fail(session, fault);
         return kWrongUsage;
@@ -358,6 +364,13 @@ int run(const std::vector<std::string>& arguments, Session& session)
     constexpr int kNothing = velbase2::system::log::kFileProblem + 1; // velnetctl itself tells what failed
     velbase2::system::log::setMinimumLevel(commands.arguments.verbose ? velbase2::system::log::kDetail : kNothing);
     return commands.actions.at(app.get_subcommands().front())();
+}
+
+void describe(Session& session, const std::function<void(const CLI::App&)>& description)
+{
+    Commands commands;
+    addAll(commands, session);
+    description(commands.app);
 }
 
 } // namespace velnetctl
