@@ -1,11 +1,10 @@
 # SPDX-License-Identifier: MIT
 """packaging/: what it gives the host's user, what it keeps from it, and why the daemons have no start limit."""
-import contextlib
 import shlex
 
 import pytest
 
-from conftest import wait_until
+from conftest import change_every_setting, drop_in, run_in_unit
 
 AS_VELNET = ("setpriv", "--reuid=velnet", "--regid=velnet", "--init-groups", "--")
 DAEMONS = "systemd-networkd", "systemd-resolved"
@@ -14,25 +13,10 @@ REFUSED = ("id", "-u systemd-network id", "-u systemd-network /bin/systemctl dae
            "/bin/systemctl restart systemd-journald")
 
 
-@contextlib.contextmanager
-def drop_in(box, unit, text):
-    """In place of the one of packaging/, if the unit has one there."""
-    path = f"/run/systemd/system/{unit}.service.d/50-velnet.conf"
-    box.exec("sh", "-ec", f"install -Dm644 /dev/stdin {path}; systemctl daemon-reload", input=text)
-    try:
-        yield
-    finally:
-        box.exec("sh", "-ec", f"rm {path}; systemctl daemon-reload")
-
-
 @pytest.fixture
 def host(box, settings, installed):
-    """Runs a command in place of the host, with everything else that velnet-host.service says, but for the changes."""
-    def run(*command, changes=""):
-        start = f"[Service]\nType=oneshot\nRestart=no\nExecStart=\nExecStart={shlex.join(command)}\n{changes}"
-        with drop_in(box, "velnet-host", start):
-            return box.exec("systemctl", "start", "velnet-host", check=False).returncode == 0
-    return run
+    """Runs a command in place of the host."""
+    return lambda *command, **options: run_in_unit(box, *command, **options)
 
 
 def test_sudo_runs_the_three_commands_of_the_library_and_no_other(box):
@@ -62,20 +46,7 @@ def test_sudo_does_not_look_up_the_name_of_the_device(box):
 
 
 def test_a_host_in_the_unit_changes_every_setting(box, host):
-    box.write("/etc/systemd/resolved.conf.d/dns_server_0.conf", "[Resolve]\nDNS=192.168.50.3\n")  # left there by root
-    box.exec("systemd-tmpfiles", "--create", "velnet-host.conf")
-    assert host("velnetctl", "set-ip", "remote", "192.168.50.9/24")
-    wait_until(lambda: box.ipv4("remote") == ["192.168.50.9/24"], "remote has the static address and no other")
-    assert host("velnetctl", "set-gateway", "192.168.50.2")
-    wait_until(lambda: box.gateways() == ["192.168.50.2"], "remote has the gateway")
-    assert host("velnetctl", "set-routes", "remote", "10.1.0.0/16", "via", "192.168.50.2")
-    wait_until(lambda: box.routes("remote") == {("10.1.0.0/16", "192.168.50.2")}, "remote has the route")
-    for arguments in "set-dns 0 192.168.50.1", "set-dns 1 192.168.50.2", "set-domain velnet.example":
-        assert host("velnetctl", *arguments.split())
-    assert box.exec("resolvectl", "dns").stdout.startswith("Global: 192.168.50.1 192.168.50.2\n")
-    assert box.exec("resolvectl", "domain").stdout.startswith("Global: velnet.example\n")
-    assert host("velnetctl", "set-ip", "remote", "dhcp")
-    wait_until(lambda: box.gateways() == ["192.168.50.1"], "remote has its lease")
+    change_every_setting(box)
 
 
 def test_a_host_in_the_unit_writes_nowhere_else(box, host):

@@ -1,0 +1,106 @@
+# SPDX-License-Identifier: MIT
+"""The Debian packages, on a device that has nothing else of the project: installed, upgraded, removed and purged."""
+import os
+import subprocess
+
+import pytest
+
+from conftest import Box, DEVICEBOX, change_every_setting, end_of_trial, wait_until
+from test_packaging import AS_VELNET
+
+PROJECT = DEVICEBOX.parents[2]
+NAMES = "libvelnetworkmanager1", "libvelnetworkhost1", "velnetctl", "velnetworkmanager-host"
+UNITS = "velnet-guard.path", "velnet-guard-boot.service", "velnet-host.service"
+LOCAL = "/etc/systemd/network/01_local.network"
+TRIAL = "set-ip", "local", "192.168.10.9/24", "--require-boot-guard", "--try"
+
+# The same with a lower version, another sudo rule and other units.
+MAKE_OLDER = """
+cd /var/tmp
+version=$(dpkg-deb --field "$1" Version)
+for package; do
+    dpkg-deb --raw-extract "$package" tree
+    sed -i "s/$version/0.9/g" tree/DEBIAN/control
+    find tree -type f '(' -path '*/sudoers.d/*' -o -path '*/systemd/*' ')' \\
+        -exec sed -i 's/^Description=/&Older: /; $a # older' {} +
+    dpkg-deb --root-owner-group --build tree "older-$(basename "$package")"
+    rm -r tree
+done"""
+
+# All that a package can leave, but for logs and dpkg's own files.
+LIST = r"""
+find / -xdev '(' -path /var/log -o -path /var/lib/dpkg -o -path /var/tmp ')' -prune -o -printf '%p %y %m %u %g %l\n'
+getent passwd; getent group; systemctl list-unit-files --no-legend; systemctl list-units --no-legend --all 'velnet*'
+systemctl show -P StartLimitIntervalUSec systemd-networkd systemd-resolved"""
+
+
+@pytest.fixture(scope="module")
+def device():
+    subprocess.run([PROJECT / "tools/build-packages"], check=True)
+    box = Box(os.environ.get("DEVICEBOX_NAME", "check")[:7] + "-b", "velnetctl")
+    box.run("down")
+    subprocess.run([*box.command, "up"], check=True, env={**os.environ, "DEVICEBOX_BARE": "1"})
+    yield box
+    box.run("down")
+
+
+@pytest.fixture
+def bare(device):
+    yield device
+    device.velnetctl("rollback", check=False)  # of a test that has failed
+    device.exec("dpkg", "--purge", *NAMES)
+
+
+def packages():
+    return [next((PROJECT / "build/packages").glob(f"{name}_*.deb")) for name in NAMES]
+
+
+def show(box, key, *units):
+    return box.exec("systemctl", "show", "-P", key, *units).stdout.split()
+
+
+def test_with_the_packages_alone_a_host_changes_every_setting_and_a_trial_is_rolled_back(bare):
+    bare.exec("apt-get", "--yes", "install", *packages())
+    change_every_setting(bare)
+    before = bare.read(LOCAL)
+    bare.exec(*AS_VELNET, "velnetctl", *TRIAL, "2")
+    assert bare.read(LOCAL) != before
+    assert end_of_trial(bare) == ("rolled back", "it was not confirmed in time")
+    assert bare.read(LOCAL) == before
+    assert "is rolled back: it was not confirmed in time" in bare.exec("journalctl", "-u", "velnet-guard").stdout
+    wait_until(lambda: bare.ipv4("local") == ["192.168.10.1/24"], "local has its address again")
+
+
+def test_an_upgrade_brings_the_new_files_and_leaves_a_trial_to_its_guard(bare):
+    bare.exec("sh", "-ec", MAKE_OLDER, "sh", *packages())
+    bare.exec("sh", "-ec", "dpkg --install /var/tmp/older-*; systemctl start velnet-host")
+    bare.velnetctl(*TRIAL, "99")
+    guard, host = show(bare, "MainPID", "velnet-guard", "velnet-host")
+    assert show(bare, "Description", "velnet-guard.path")[0] == "Older:"
+    bare.exec("dpkg", "--install", *packages())
+    assert show(bare, "Description", "velnet-guard.path")[0] == "Trial"
+    assert "older" not in bare.read("/etc/sudoers.d/velnet-host")
+    assert show(bare, "ActiveState", "velnet-guard.path", "velnet-host") == ["active", "active"]
+    assert show(bare, "MainPID", "velnet-guard") == [guard] and show(bare, "MainPID", "velnet-host") != [host]
+    assert bare.velnetctl("pending").returncode == 0
+
+
+def test_purged_they_leave_the_settings_and_nothing_else(bare):
+    before = bare.exec("sh", "-ec", LIST).stdout
+    bare.exec("dpkg", "--install", *packages())
+    assert show(bare, "UnitFileState", *UNITS) == ["enabled", "enabled", "disabled"]
+    assert show(bare, "ActiveState", *UNITS) == ["active", "inactive", "inactive"]
+    bare.exec(*AS_VELNET, "velnetctl", "set-routes", "local", "10.1.0.0/16", "via", "192.168.10.2")
+    bare.exec("systemctl", "enable", "--now", "velnet-host")
+    bare.velnetctl(*TRIAL, "99")
+    refused = bare.exec("dpkg", "--remove", NAMES[3], check=False)
+    assert refused.returncode == 1 and "set-ip local 192.168.10.9/24" in refused.stderr
+    assert show(bare, "ActiveState", *UNITS) == ["active", "inactive", "active"]
+    bare.velnetctl("rollback")
+    bare.exec("dpkg", "--remove", NAMES[3])
+    assert show(bare, "ActiveState", *UNITS) == ["inactive"] * 3
+    assert not bare.exec("pgrep", "-u", "velnet", check=False).stdout
+    bare.exec("dpkg", "--purge", *NAMES)
+    after = bare.exec("sh", "-ec", LIST).stdout
+    settings = {f"{LOCAL}.d d 755 root root ", f"{LOCAL}.d/50-routes.conf f 644 root root "}
+    assert set(after.splitlines()) ^ set(before.splitlines()) == settings
