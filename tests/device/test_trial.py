@@ -259,7 +259,7 @@ def test_no_link_of_somebody_else_is_followed(aside):
     assert left["target"] == "own\n"
 
 
-def test_mode_owner_and_attributes_outlive_a_trial_and_a_change(box, settings):
+def test_mode_owner_and_attributes_outlive_a_trial_and_a_change(box, units):
     seen = f"/proc/{re.search('PID (.*),', box.run('status').stdout)[1]}/root{LOCAL}"  # there is no setfattr inside
 
     def kept():
