@@ -103,12 +103,13 @@ TEST(SystemIF, WritesAFileAndReadsItWithoutItsLineEnds)
 {
     const TemporaryDirectory directory;
     const auto path = directory.file("x");
+    const std::string text = "\na\n\nb\r\nc\n";
     networkmanager::SystemIF system;
     const RecordingLog recorded;
     EXPECT_EQ(system.readFile(path), "");
-    EXPECT_TRUE(system.writeToConfFile(path, "a\n\nb\r\nc"));
+    EXPECT_TRUE(system.writeToConfFile(path, text));
     EXPECT_EQ(system.readFile(path), "ab\rc");
-    EXPECT_EQ(recorded.lines, Lines{"2 Write 'a\n\nb\r\nc' into file '" + path + "'"});
+    EXPECT_EQ(recorded.lines, Lines{"2 Write '" + text + "' into file '" + path + "'"});
 }
 
 TEST(SystemIF, CountsAWriteThatFailsLaterAsDone)
