@@ -30,7 +30,8 @@ std::error_code readAll(int fd, std::string& text)
         }
         const auto size = text.size() + static_cast<std::size_t>(count);
         if (!text.empty() && size > text.capacity()) {
-            text.reserve(std::min(8 * size, kMostOfAFile)); // to double it so often would copy megabytes
+            // To double it so often would copy megabytes.
+            text.reserve(text.size() + std::min(7 * size, kMostOfAFile - text.size()));
         }
         text.append(buffer.data(), static_cast<std::size_t>(count));
     }
