@@ -3,7 +3,7 @@ include_guard()
 include(CheckIPOSupported)
 include(${CMAKE_CURRENT_LIST_DIR}/Warnings.cmake)
 
-check_ipo_supported(RESULT velnm_has_lto OUTPUT velnm_no_lto_reason LANGUAGES CXX)
+check_ipo_supported(RESULT velnm_has_lto LANGUAGES CXX)
 
 # Times beyond 2038 and inode numbers beyond 32 bits on 32-bit targets. No installed header depends on it.
 add_compile_definitions(_FILE_OFFSET_BITS=64 _TIME_BITS=64)
