@@ -75,11 +75,16 @@ bool moveDeadline(IDevice& device, Record& record, milliseconds time, bool isLiv
 }
 
 /// Waits for the setting; ends early when somebody confirms or rolls back.
-Missing waitForTrial(IDevice& device, const Configuration& wanted, const Configuration& before, milliseconds limit)
+Missing waitForTrial(IDevice& device, const Configuration& wanted, const Configuration& before,
+                     const TrialOptions& options)
 {
     Missing lacking;
-    waitUntil(device, limit, [&] {
+    const auto end = device.now() + options.wait;
+    waitUntil(device, options.wait, [&] {
         lacking = missing(wanted, readLiveState(device), before);
+        if (!lacking.empty() && options.onWaiting) {
+            options.onWaiting(lacking, end - device.now());
+        }
         return lacking.empty() || !isThere(device.files(), kTrial);
     });
     return lacking;
@@ -150,7 +155,7 @@ Outcome tryOut(IDevice& device, const Plan& plan, const TrialOptions& options)
         outcome.notes.emplace_back("a reboot is not covered: velnet-guard-boot.service is not enabled");
     }
     const auto wanted = concernedBy(plan, readConfiguration(device.files()));
-    const auto lacking = waitForTrial(device, wanted, before, options.wait);
+    const auto lacking = waitForTrial(device, wanted, before, options);
     turn = lockChanges(device);
     if (lacking.empty() && turn.refusal.empty() && moveDeadline(device, record, options.time, true)) {
         return outcome;

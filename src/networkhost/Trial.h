@@ -2,10 +2,12 @@
 #pragma once
 
 #include "IDevice.h"
+#include "Missing.h"
 #include "Outcome.h"
 #include "Plan.h"
 
 #include <chrono>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -21,6 +23,9 @@ struct TrialOptions
     std::chrono::milliseconds wait = std::chrono::seconds(30); // at most, for the setting to become live
     bool force = false;                                        // whatever the plan's concerns
     bool requiresBootGuard = false;                            // refuse when a reboot is not covered
+
+    /// Told while it waits, at each look and at least once a second: what is lacking, and the time that is left to wait.
+    std::function<void(const Missing& lacking, std::chrono::milliseconds left)> onWaiting;
 };
 
 /// Carries out the plan as apply() does, but never in place, and waits until the live state shows it. When it is done,
