@@ -13,7 +13,7 @@ std::string Failure::text() const
     auto why = error.message();
     if (error == std::errc::too_many_symbolic_link_levels) {
         why = "a symbolic link on the way, or its target, belongs neither to root nor to the caller";
-    } else if (step == Step::ReadFile && error == std::errc::invalid_argument) {
+    } else if (error == std::errc::invalid_argument && words.empty()) {
         why = "it is not a regular file";
     }
     return (step == Step::ReadFile ? "cannot read " : "cannot write ") + subject + ": " + (words.empty() ? why : words);

@@ -23,19 +23,21 @@ namespace {
 constexpr int kPathFlags = O_PATH | O_CLOEXEC;
 constexpr int kMostLinks = 40; // as the kernel's
 
-bool isTrusted(const struct stat& status)
-{
-    return status.st_uid == 0 || status.st_uid == ::geteuid();
-}
-
 /// On the way along a path.
 struct Walk
 {
     std::deque<std::string> parts; // still to go
     FileDescriptor directory;      // reached
+    uid_t user = ::geteuid();      // with whose rights
     int links = 0;
-    bool isLinked = false; // the last part was a link
+    bool isLinked = false;    // the last part was a link
+    bool isOpenToAll = false; // others may change names in a directory on the way
 };
+
+bool isTrusted(const struct stat& status, const Walk& walk)
+{
+    return status.st_uid == 0 || status.st_uid == walk.user;
+}
 
 void putInFront(std::deque<std::string>& parts, const std::filesystem::path& path)
 {
@@ -47,7 +49,7 @@ void putInFront(std::deque<std::string>& parts, const std::filesystem::path& pat
 /// Goes on along the link that is open, the next part of the walk.
 std::error_code follow(const FileDescriptor& link, const struct stat& status, Walk& walk)
 {
-    if (++walk.links > kMostLinks || !isTrusted(status)) {
+    if (++walk.links > kMostLinks || walk.isOpenToAll || !isTrusted(status, walk)) {
         return errorOf(ELOOP);
     }
     std::array<char, PATH_MAX> target = {};
@@ -60,6 +62,29 @@ std::error_code follow(const FileDescriptor& link, const struct stat& status, Wa
     return {};
 }
 
+/// Goes into the directory that is open. Its owner decides on the names in it from here on.
+std::error_code enter(FileDescriptor& directory, const struct stat& status, Walk& walk, Place& place)
+{
+    if (walk.user == 0 && status.st_uid != 0) {
+        place.rights.emplace(status.st_uid, status.st_gid);
+        walk.user = status.st_uid;
+        if (!place.rights->isActing()) {
+            return errorOf(EPERM);
+        }
+    }
+    const bool isSticky = (status.st_mode & S_ISVTX) != 0; // nobody changes the names of others
+    const bool isOfGroup = (status.st_mode & S_IWGRP) != 0 && status.st_gid != 0;
+    const bool isOfAll = (status.st_mode & S_IWOTH) != 0;
+    if (!isTrusted(status, walk) || ((isOfGroup || isOfAll) && !isSticky)) {
+        walk.isOpenToAll = true;
+        if (walk.user == 0) {
+            return errorOf(ELOOP);
+        }
+    }
+    walk.directory.reset(directory.release());
+    return {};
+}
+
 std::error_code arrive(const Walk& walk, const std::string& name, Place& place)
 {
     place.directory.reset(::openat(walk.directory.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -69,7 +94,7 @@ std::error_code arrive(const Walk& walk, const std::string& name, Place& place)
 
 } // namespace
 
-std::error_code locate(const std::string& path, Place& place, LastLink lastLink)
+std::error_code locate(const std::string& path, Place& place)
 {
     Walk walk;
     putInFront(walk.parts, path);
@@ -85,16 +110,17 @@ std::error_code locate(const std::string& path, Place& place, LastLink lastLink)
             const int error = errno;
             return isLast && error == ENOENT ? arrive(walk, part, place) : errorOf(error);
         }
-        const bool isMeant = isLast && lastLink == LastLink::IsMeant;
-        if (S_ISLNK(status.st_mode) && !isMeant) {
-            if (const auto error = follow(next, status, walk)) {
-                return error;
-            }
+        std::error_code error;
+        if (S_ISLNK(status.st_mode)) {
+            error = follow(next, status, walk);
         } else if (isLast && !isRoot) {
             next.reset(); // where descriptors run short, what could be written can be removed again
-            return walk.isLinked && !isTrusted(status) ? errorOf(ELOOP) : arrive(walk, part, place);
+            return walk.isLinked && !isTrusted(status, walk) ? errorOf(ELOOP) : arrive(walk, part, place);
         } else {
-            walk.directory.reset(next.release());
+            error = enter(next, status, walk, place);
+        }
+        if (error) {
+            return error;
         }
     }
     return errorOf(EISDIR);

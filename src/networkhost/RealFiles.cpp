@@ -17,6 +17,7 @@
 #include <fcntl.h>
 #include <linux/limits.h>
 #include <sys/file.h>
+#include <sys/fsuid.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -101,16 +102,32 @@ std::error_code rightsAt(const Place& place, Rights& rights)
     return {};
 }
 
+/// Whether the file loses nothing when it becomes that of the directory's owner, which may remove it anyway: everybody
+/// may read it. Root has edited it by hand.
+bool mayChangeOwner(const Place& place, const Rights& rights)
+{
+    struct stat directory = {};
+    return ::fstat(place.directory.get(), &directory) == 0 && (rights.mode & S_IROTH) != 0 &&
+           directory.st_uid == static_cast<uid_t>(::setfsuid(static_cast<uid_t>(-1)));
+}
+
 /// Gives the new file what the one at `place` has, or a new file's rights.
 std::error_code takeOver(int fd, const Place& place, const Rights* wanted)
 {
     Rights rights;
     const auto missing = rightsAt(place, rights);
-    if (missing == std::errc::no_such_file_or_directory) {
-        return wanted != nullptr ? setRights(fd, *wanted) : errorOfCall(::fchmod(fd, 0644)); // whatever the umask
+    if (missing && missing != std::errc::no_such_file_or_directory) {
+        return missing;
     }
-    const auto error = missing ? missing : setRights(fd, wanted != nullptr ? *wanted : rights);
-    return error ? error : copyAttributes(fd, place);
+    if (missing && wanted == nullptr) {
+        return errorOfCall(::fchmod(fd, 0644)); // whatever the umask
+    }
+    rights = wanted != nullptr ? *wanted : rights;
+    auto error = setRights(fd, rights);
+    if (error == std::errc::operation_not_permitted && mayChangeOwner(place, rights)) {
+        error = errorOfCall(::fchmod(fd, rights.mode));
+    }
+    return error || missing ? error : copyAttributes(fd, place);
 }
 
 /// Fills the file that is open, down to the disk.
@@ -120,14 +137,38 @@ std::error_code fill(int fd, const std::string& text)
     return error ? error : errorOfCall(::fsync(fd));
 }
 
+/// Nothing but a regular file is ever replaced or removed. EINVAL for what is another thing, good when it is missing.
+std::error_code checkRegular(int directory, const std::string& name)
+{
+    struct stat status = {};
+    if (::fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        return errorOf(errno == ENOENT ? 0 : errno);
+    }
+    return errorOf(S_ISREG(status.st_mode) ? 0 : EINVAL);
+}
+
+/// A new file beside that one, with its name. Usually the same name: what a crash leaves is gone with the next change.
+/// Another one where somebody has put what cannot be removed. The daemons read no file of such a name.
+FileDescriptor openBeside(const Place& place, std::string& name)
+{
+    constexpr int kMost = 100;
+    int fd = -1;
+    for (int number = 0; fd < 0 && number < kMost && (number == 0 || errno == EEXIST); ++number) {
+        name = '.' + place.name + ".new" + (number == 0 ? "" : std::to_string(number));
+        ::unlinkat(place.directory.get(), name.c_str(), 0);
+        fd = ::openat(place.directory.get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    }
+    return FileDescriptor(fd);
+}
+
 std::error_code replaceAt(const Place& place, const std::string& text, const Rights* rights)
 {
-    // Always the same one: what a crash leaves is gone with the next change. The daemons read no file of such a name.
-    const auto beside = '.' + place.name + ".new";
     const int directory = place.directory.get();
-    ::unlinkat(directory, beside.c_str(), 0);
-    const FileDescriptor fd(
-        ::openat(directory, beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (const auto error = checkRegular(directory, place.name)) {
+        return error;
+    }
+    std::string beside;
+    const FileDescriptor fd = openBeside(place, beside);
     if (!fd.isOpen()) {
         return errorOf(errno);
     }
@@ -159,20 +200,36 @@ private:
     FileDescriptor file_;
 };
 
-/// Whoever may only read must not be able to lock it.
+/// Whoever may only read must not be able to lock it. Without waiting for the end of somebody's lease.
 FileDescriptor openLockFile(const Place& place)
 {
-    constexpr int kFlags = O_RDWR | O_NOFOLLOW | O_CLOEXEC;
+    constexpr int kFlags = O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
     const int directory = place.directory.get();
     FileDescriptor file(::openat(directory, place.name.c_str(), kFlags | O_CREAT | O_EXCL, 0600));
     if (!file.isOpen()) {
         return FileDescriptor(errno == EEXIST ? ::openat(directory, place.name.c_str(), kFlags) : -1);
     }
     struct stat parent = {};
-    if (::fstat(directory, &parent) == 0 && ::fchown(file.get(), static_cast<uid_t>(-1), parent.st_gid) == 0) {
-        ::fchmod(file.get(), parent.st_mode & 0660U);
+    const bool isOfGroup = ::fstat(directory, &parent) == 0 && (parent.st_mode & S_IWGRP) != 0;
+    if (isOfGroup && ::fchown(file.get(), static_cast<uid_t>(-1), parent.st_gid) == 0) {
+        ::fchmod(file.get(), 0660);
     }
     return file;
+}
+
+/// EWOULDBLOCK, with who it is, when somebody has it.
+std::error_code lockFile(const FileDescriptor& file, int operation, std::string& holder)
+{
+    if (!file.isOpen()) {
+        holder = errno == EWOULDBLOCK ? "another process" : ""; // by a lease
+        return errorOf(errno);
+    }
+    if (::flock(file.get(), operation | LOCK_NB) != 0) {
+        const int error = errno;
+        holder = error == EWOULDBLOCK ? lockHolder(file.get()) : "";
+        return errorOf(error);
+    }
+    return {};
 }
 
 } // namespace
@@ -258,8 +315,11 @@ std::error_code RealFiles::overwrite(const std::string& path, const std::string&
 std::error_code RealFiles::remove(const std::string& path)
 {
     Place place;
-    if (const auto error = locate(path, place, LastLink::IsMeant)) {
+    if (const auto error = locate(path, place)) {
         return error == std::errc::no_such_file_or_directory ? std::error_code() : error;
+    }
+    if (const auto error = checkRegular(place.directory.get(), place.name)) {
+        return error;
     }
     if (::unlinkat(place.directory.get(), place.name.c_str(), 0) != 0) {
         return errorOf(errno == ENOENT ? 0 : errno);
@@ -275,8 +335,49 @@ std::error_code RealFiles::rename(const std::string& from, const std::string& to
     }
     const auto name = std::filesystem::path(to).filename().string();
     const int directory = place.directory.get();
+    for (const auto& one : {place.name, name}) {
+        if (const auto error = checkRegular(directory, one)) {
+            return error;
+        }
+    }
     const auto error = errorOfCall(::renameat(directory, place.name.c_str(), directory, name.c_str()));
     return error ? error : errorOfCall(::fsync(directory));
+}
+
+std::error_code RealFiles::moveAside(const std::string& path)
+{
+    Place place;
+    const auto slash = path.rfind('/') + 1;
+    if (const auto error = locate(path.substr(0, slash) + '.', place)) { // not where a link of that name leads
+        return error;
+    }
+    constexpr int kMost = 1000;
+    const auto name = path.substr(slash);
+    struct stat status = {};
+    const int directory = place.directory.get();
+    if (::fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        return errorOf(errno);
+    }
+    if (S_ISREG(status.st_mode) || S_ISLNK(status.st_mode)) {
+        return errorOf(EINVAL);
+    }
+    int error = EEXIST;
+    for (int number = 1; error == EEXIST && number < kMost; ++number) {
+        const auto aside = name + ".aside" + std::to_string(number);
+        const auto result = ::renameat2(directory, name.c_str(), directory, aside.c_str(), RENAME_NOREPLACE);
+        error = result == 0 ? 0 : errno;
+    }
+    return errorOf(error);
+}
+
+std::error_code RealFiles::writerOf(const std::string& path, unsigned int& user) const
+{
+    Place place;
+    const auto error = locate(path, place);
+    if (!error) {
+        user = static_cast<unsigned int>(::setfsuid(static_cast<uid_t>(-1)));
+    }
+    return error;
 }
 
 std::error_code RealFiles::rightsOf(const std::string& path, Rights& rights) const
@@ -323,15 +424,27 @@ std::error_code RealFiles::tryLock(const std::string& path, std::unique_ptr<Lock
         return error;
     }
     FileDescriptor file = openLockFile(place);
-    if (!file.isOpen()) {
-        return errorOf(errno);
+    const auto error = lockFile(file, LOCK_EX, holder);
+    if (!error) {
+        lock = std::make_unique<FileLock>(std::move(file));
     }
-    if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-        holder = lockHolder(file.get());
-        return errorOf(EWOULDBLOCK);
+    return error;
+}
+
+std::error_code RealFiles::probeLock(const std::string& path, std::string& holder) const
+{
+    Place place;
+    if (const auto error = locate(path, place)) {
+        return error;
     }
-    lock = std::make_unique<FileLock>(std::move(file)); // where there are no locks, too: better than no change
-    return {};
+    // Shared: of two that only ask, none takes the other for the holder.
+    FileDescriptor file(
+        ::openat(place.directory.get(), place.name.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
+    const auto error = lockFile(file, LOCK_SH, holder);
+    if (!error) {
+        const FileLock released(std::move(file));
+    }
+    return error;
 }
 
 } // namespace networkhost

@@ -113,7 +113,7 @@ void Device::settle()
 void Device::reboot()
 {
     const std::lock_guard guard(lock_);
-    texts_[paths::kBootId] = "boot " + std::to_string(++boots_) + '\n';
+    texts_[paths::kBootMark] = "boot " + std::to_string(++boots_) + '\n';
     if (hasGuards_) {
         networkhost::restoreAtBoot(*this, [](const std::string&) {});
     }
@@ -194,6 +194,18 @@ void Device::put(const std::string& path, const std::string& text)
     const std::lock_guard guard(lock_);
     texts_[path] = text;
     hint();
+}
+
+bool Device::lock(const std::string& path)
+{
+    const std::lock_guard guard(lock_);
+    return locked_.insert(path).second;
+}
+
+void Device::unlock(const std::string& path)
+{
+    const std::lock_guard guard(lock_);
+    locked_.erase(path);
 }
 
 void Device::failWrite(const std::string& path, int error)

@@ -88,6 +88,11 @@ public:
     std::string textOf(const std::string& path) const;
     void put(const std::string& path, const std::string& text);
 
+    // Locks of files. False when somebody has it.
+
+    bool lock(const std::string& path);
+    void unlock(const std::string& path);
+
     // Faults, until repair()
 
     /// Writes to that path and its removal fail; `error` is an errno value.
@@ -135,6 +140,7 @@ private:
     mutable std::recursive_mutex lock_;
     std::map<std::string, std::string> texts_; // of files, by path
     std::set<std::string> directories_;        // made since, with a slash at the end
+    std::set<std::string> locked_;
     int boots_ = 0;
     bool hasGuards_ = true;
     std::vector<Event> events_;

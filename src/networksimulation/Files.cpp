@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "networksimulation/Files.h"
 
+#include "networkhost/LockHolder.h"
 #include "networksimulation/Device.h"
+
+#include <utility>
 
 namespace networksimulation {
 namespace {
@@ -10,6 +13,19 @@ std::error_code errorOf(int value)
 {
     return {value, std::generic_category()};
 }
+
+class HeldLock : public networkhost::IFiles::Lock
+{
+public:
+    HeldLock(Device& device, std::string path) : device_(device), path_(std::move(path)) {}
+    HeldLock(const HeldLock&) = delete;
+    HeldLock& operator=(const HeldLock&) = delete;
+    ~HeldLock() override { device_.unlock(path_); }
+
+private:
+    Device& device_;
+    std::string path_;
+};
 
 } // namespace
 
@@ -61,9 +77,34 @@ std::error_code Files::makeDirectory(const std::string& path)
     return {};
 }
 
-std::error_code Files::tryLock(const std::string& /*directory*/, std::unique_ptr<Lock>& lock, std::string& /*holder*/)
+std::error_code Files::moveAside(const std::string& /*path*/)
 {
-    lock = std::make_unique<Lock>();
+    return errorOf(EINVAL); // there are only regular files
+}
+
+std::error_code Files::writerOf(const std::string& /*path*/, unsigned int& user) const
+{
+    user = 0;
+    return {};
+}
+
+std::error_code Files::tryLock(const std::string& path, std::unique_ptr<Lock>& lock, std::string& holder)
+{
+    if (!device_.lock(path)) {
+        holder = networkhost::thisProcess();
+        return errorOf(EWOULDBLOCK);
+    }
+    lock = std::make_unique<HeldLock>(device_, path);
+    return {};
+}
+
+std::error_code Files::probeLock(const std::string& path, std::string& holder) const
+{
+    if (!device_.lock(path)) {
+        holder = networkhost::thisProcess();
+        return errorOf(EWOULDBLOCK);
+    }
+    device_.unlock(path);
     return {};
 }
 

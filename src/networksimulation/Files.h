@@ -11,7 +11,7 @@ namespace networksimulation {
 
 class Device;
 
-/// The files of the simulated device. All have the rights of a new one, and every lock is free.
+/// The files of the simulated device. All have the rights of a new one, which are root's, and root writes them.
 class Files : public networkhost::IFiles
 {
 public:
@@ -24,9 +24,12 @@ public:
     std::error_code overwrite(const std::string& path, const std::string& text) override;
     std::error_code remove(const std::string& path) override;
     std::error_code rename(const std::string& from, const std::string& to) override;
+    std::error_code moveAside(const std::string& path) override;
+    std::error_code writerOf(const std::string& path, unsigned int& user) const override;
     std::error_code rightsOf(const std::string& path, networkhost::Rights& rights) const override;
     std::error_code makeDirectory(const std::string& path) override;
-    std::error_code tryLock(const std::string& directory, std::unique_ptr<Lock>& lock, std::string& holder) override;
+    std::error_code tryLock(const std::string& path, std::unique_ptr<Lock>& lock, std::string& holder) override;
+    std::error_code probeLock(const std::string& path, std::string& holder) const override;
 
 private:
     Device& device_;
