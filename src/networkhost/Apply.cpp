@@ -18,7 +18,7 @@ bool isFirstStep(const Plan& plan, const Failure& failure)
 /// With the old files, after a step that failed.
 void putBack(IDevice& device, const Plan& plan, const std::vector<SavedFile>& saved, Outcome& outcome)
 {
-    const auto failures = restoreFiles(device, saved);
+    const auto failures = restoreFiles(device, saved, outcome.notes);
     if (failures.empty() && isFirstStep(plan, outcome.failures.front())) {
         return;
     }
@@ -31,7 +31,8 @@ void putBack(IDevice& device, const Plan& plan, const std::vector<SavedFile>& sa
 void putBackSilently(IDevice& device, const std::vector<SavedFile>& saved)
 {
     try {
-        restoreFiles(device, saved);
+        std::vector<std::string> notes;
+        restoreFiles(device, saved, notes);
         restartDaemons(device, saved);
     } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): the first one goes on
     }

@@ -3,6 +3,7 @@
 
 #include "base/LogLine.h"
 #include "base/Paths.h"
+#include "networkhost/RollBack.h"
 #include "networkhost/Trial.h"
 #include "networkmanager/RequestStatus.h"
 
@@ -91,11 +92,24 @@ std::error_code restore(IFiles& files, const SavedFile& file)
         return files.remove(file.path);
     }
     auto error = files.replace(file.path, *file.text, &file.rights);
-    if (error == std::errc::too_many_symbolic_link_levels && !files.remove(file.path)) {
+    if (error == std::errc::invalid_argument && !files.moveAside(file.path)) {
         error = files.replace(file.path, *file.text, &file.rights);
     }
     const bool hasNoRoom = error == std::errc::no_space_on_device || error.value() == EDQUOT;
     return hasNoRoom || isHelpedInPlace(error) ? files.overwrite(file.path, *file.text) : error;
+}
+
+/// Whether a file that could not be put back is somebody's decision who has more rights: a mask, which is no regular
+/// file, or a file of its own, with another text than the trial's.
+bool isDecided(const IFiles& files, const SavedFile& file, const std::error_code& error)
+{
+    if (error == std::errc::invalid_argument || error == std::errc::too_many_symbolic_link_levels) {
+        return true;
+    }
+    const bool isForbidden = error == std::errc::permission_denied || error == std::errc::operation_not_permitted;
+    std::string text;
+    const auto unread = files.read(file.path, text);
+    return isForbidden && (unread ? unread == error : file.changedTo != checksumOf(text));
 }
 
 } // namespace
@@ -114,7 +128,7 @@ std::string checksumOf(const std::string& text)
 
 std::string refusalOf(IDevice& device, const Plan& plan, bool force)
 {
-    if (const auto trial = trialState(device); trial.isPending()) {
+    if (const auto trial = trialState(device); trial.isPending() && !closeRestored(device)) {
         wakeGuard(device);
         return trial.text();
     }
@@ -165,15 +179,16 @@ bool areBack(const IFiles& files, const std::vector<SavedFile>& saved)
     return std::all_of(saved.begin(), saved.end(), [&files](const SavedFile& file) { return isBack(files, file); });
 }
 
-std::vector<Failure> restoreFiles(IDevice& device, const std::vector<SavedFile>& saved)
+std::vector<Failure> restoreFiles(IDevice& device, const std::vector<SavedFile>& saved, std::vector<std::string>& notes)
 {
     std::vector<Failure> failures;
     for (const auto& file : saved) {
-        if (isBack(device.files(), file)) {
-            continue;
-        }
-        if (const auto error = restore(device.files(), file)) {
-            failures.push_back({Failure::Step::WriteFile, file.path, error, {}});
+        const auto error = isBack(device.files(), file) ? std::error_code() : restore(device.files(), file);
+        const Failure failure{Failure::Step::WriteFile, file.path, error, {}};
+        if (error && isDecided(device.files(), file, error)) {
+            notes.push_back("somebody else decides on it, and it stays as it is: " + failure.text());
+        } else if (error) {
+            failures.push_back(failure);
         }
     }
     return failures;

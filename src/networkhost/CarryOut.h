@@ -36,10 +36,12 @@ Outcome carryOut(IDevice& device, const Plan& plan, bool allowsInPlace);
 /// Whether the files are as they were.
 bool areBack(const IFiles& files, const std::vector<SavedFile>& saved);
 
-/// Puts the files back: what differs from the saved one is replaced, what was not there is removed. Can be repeated.
-/// Where a file has no room to be replaced, it is written in place; in the place of somebody else's symbolic link comes
-/// the file. The failures, none when all files are back.
-std::vector<Failure> restoreFiles(IDevice& device, const std::vector<SavedFile>& saved);
+/// Puts the files back, as far as it can: what differs from the saved one is replaced, what was not there is removed.
+/// Can be repeated. Where a file has no room to be replaced, it is written in place. What somebody with more rights has
+/// put there meanwhile, as a link that masks the file, stays; `notes` says so. The failures, none when all others are
+/// back.
+std::vector<Failure> restoreFiles(IDevice& device, const std::vector<SavedFile>& saved,
+                                  std::vector<std::string>& notes);
 
 /// Makes the daemons read the files again, each that reads one of them. Those that did not, in words; "" when all did.
 std::string restartDaemons(IDevice& device, const std::vector<SavedFile>& files);

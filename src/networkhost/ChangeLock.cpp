@@ -1,28 +1,58 @@
 // SPDX-License-Identifier: MIT
 #include "networkhost/ChangeLock.h"
 
+#include "networkhost/Outcome.h"
 #include "networkhost/Record.h"
+#include "networkhost/Wait.h"
 
 namespace networkhost {
 
-ChangeLock lockChanges(IDevice& device, std::chrono::milliseconds limit)
+using std::chrono::milliseconds;
+
+namespace {
+
+std::string noTurn(const std::string& path, const std::error_code& error)
 {
-    constexpr std::chrono::milliseconds kPause(20);
+    return "changes take turns, and this one cannot: " + Failure{Failure::Step::WriteFile, path, error, {}}.text();
+}
+
+ChangeLock lockWithin(IDevice& device, const char* path, milliseconds limit, const std::string& busy)
+{
+    constexpr milliseconds kPause(20);
     const auto end = device.now() + limit;
-    device.files().makeDirectory(kTrialDirectory);
     for (;;) {
         ChangeLock result;
         std::string holder;
-        const auto error = device.files().tryLock(kChangeLock, result.lock, holder);
-        if (error != std::errc::operation_would_block) {
-            return result; // who cannot lock cannot write either, or only in place
+        const auto error = device.files().tryLock(path, result.lock, holder);
+        if (!error) {
+            return result;
         }
-        if (device.now() >= end) {
-            result.refusal = "another change is at work: " + holder;
+        if (error != std::errc::operation_would_block) {
+            result.refusal =
+                "changes take turns, and this one cannot: " + Failure{Failure::Step::WriteFile, path, error, {}}.text();
+            return result;
+        }
+        if (device.now() >= end || isBrokenOff()) {
+            result.refusal = busy + holder;
             return result;
         }
         device.pause(kPause);
     }
+}
+
+} // namespace
+
+ChangeLock lockChanges(IDevice& device, milliseconds limit)
+{
+    if (const auto error = makeTrialDirectory(device.files())) {
+        return {nullptr, noTurn(kTrialDirectory, error)};
+    }
+    return lockWithin(device, kChangeLock, limit, "another change is at work: ");
+}
+
+ChangeLock lockCaller(IDevice& device)
+{
+    return lockWithin(device, kCallerLock, std::chrono::seconds(1), "another trial is about to begin: ");
 }
 
 } // namespace networkhost

@@ -13,10 +13,13 @@ namespace networkhost {
 struct ChangeLock
 {
     std::unique_ptr<IFiles::Lock> lock;
-    std::string refusal; // who has it, in a sentence, when it was not to be had; otherwise empty
+    std::string refusal; // why it was not to be had, in a sentence; otherwise empty
 };
 
-/// Waits for its turn.
+/// Waits for its turn. Whoever has none changes nothing.
 ChangeLock lockChanges(IDevice& device, std::chrono::milliseconds limit = std::chrono::seconds(10));
+
+/// The same for the lock of whoever begins a trial.
+ChangeLock lockCaller(IDevice& device);
 
 } // namespace networkhost

@@ -9,11 +9,13 @@
 #include <functional>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 namespace networkhost {
 
-/// Runs changes on one thread, which the first one starts, in the order in which they were added. Signals are blocked
-/// there. One thread at a time uses the queue.
+/// Runs changes on threads of its own, in the order in which they were added: the next one begins when the one before
+/// it has ended, or waits until the device shows what it has changed. Signals are blocked there. One thread at a time
+/// uses the queue.
 class ChangeQueue
 {
 public:
@@ -26,8 +28,8 @@ public:
     ChangeQueue(const ChangeQueue&) = delete;
     ChangeQueue& operator=(const ChangeQueue&) = delete;
 
-    /// Waits for the change that runs. Those that have not begun are dropped, and outcomes that were not handed over
-    /// are lost; the log says how many.
+    /// Breaks off the waits of changes, and waits for the end of those that run. Those that have not begun are dropped,
+    /// and outcomes that were not handed over are lost; the log says how many.
     ~ChangeQueue();
 
     /// Readable while there are outcomes.
@@ -51,6 +53,9 @@ private:
         HandOver tell;
     };
 
+    class Waiting;
+
+    void startThread();
     void work();
 
     velbase2::system::FileDescriptor ready_;
@@ -60,7 +65,9 @@ private:
     std::deque<Finished> outcomes_;
     std::deque<Finished> taken_; // of the thread that uses the queue
     bool isEnding_ = false;
-    std::thread thread_;
+    int working_ = 0; // changes that run and do not wait
+    int idle_ = 0;    // threads without a change
+    std::vector<std::thread> threads_;
 };
 
 } // namespace networkhost

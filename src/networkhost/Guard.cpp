@@ -20,8 +20,25 @@ std::string reasonOf(const TrialState& state)
     if (state.isOfEarlierBoot) {
         return kBooted;
     }
-    return state.kind == TrialState::Kind::RollingBack ? "a roll-back that was broken off is finished"
-                                                       : "it was not confirmed in time";
+    if (state.kind == TrialState::Kind::RollingBack) {
+        return state.why.empty() ? "a roll-back that was broken off is finished" : state.why;
+    }
+    return state.kind == TrialState::Kind::Waiting ? "its process ended before it was live"
+                                                   : "it was not confirmed in time";
+}
+
+/// Its caller, if it is still there, sees the end of the wait first.
+bool isDue(IDevice& device, const TrialState& state)
+{
+    constexpr milliseconds kForTheCaller(2000);
+    switch (state.kind) {
+    case TrialState::Kind::Waiting:
+        return state.isOfEarlierBoot || state.left <= -kForTheCaller || !hasCaller(device.files());
+    case TrialState::Kind::Counting:
+        return state.left <= milliseconds(0);
+    default:
+        return true;
+    }
 }
 
 /// Says a line unless it is the one of before: what is tried again and again is told once.
@@ -56,8 +73,7 @@ bool rollBackAndReport(IDevice& device, const TrialState& state, const RollBackO
         return true;
     }
     const auto now = trialState(device);
-    const bool isMoved = now.kind != TrialState::Kind::RollingBack && now.left > milliseconds(0);
-    if (!now.isPending() || isMoved) {
+    if (!now.isPending() || !isDue(device, now)) {
         return true; // somebody else has ended it, or moved its deadline
     }
     reporter.report(state.title + " is not rolled back: " + outcome.reason);
@@ -70,25 +86,28 @@ void guardTrials(IDevice& device, const Say& say)
 {
     constexpr milliseconds kPause(20);
     constexpr milliseconds kBetweenLooks(500);
-    constexpr milliseconds kLongest(60000); // between tries
-    constexpr int kMostRestarts = 5;
+    constexpr milliseconds kShortest(1000); // between tries
+    constexpr milliseconds kLongest(10000);
     Reporter reporter(say);
+    RollBackOptions options;
+    options.breaksLock = true;
+    options.onlyWhenDue = true;
     std::unique_ptr<IFiles::Lock> lock;
-    auto patience = milliseconds(1000);
-    int tries = 0;
+    auto pause = kShortest;
     for (auto state = trialState(device); state.isPending(); state = trialState(device)) {
-        const bool isDue = state.kind == TrialState::Kind::RollingBack || state.left <= milliseconds(0);
         std::string holder;
         if (!lock && device.files().tryLock(kGuardLock, lock, holder) == std::errc::operation_would_block) {
             device.pause(kPause);
         } else if (state.kind == TrialState::Kind::Unreadable) {
             reporter.report(state.text());
             device.pause(kBetweenLooks);
-        } else if (!isDue) {
-            device.pause(std::min(kBetweenLooks, state.left));
-        } else if (!rollBackAndReport(device, state, {true, true, true, ++tries > kMostRestarts}, reporter)) {
-            device.pause(patience);
-            patience = std::min(2 * patience, kLongest);
+        } else if (!isDue(device, state)) {
+            const bool isCounting = state.kind == TrialState::Kind::Counting;
+            device.pause(isCounting ? std::min(kBetweenLooks, state.left) : kBetweenLooks);
+            pause = kShortest;
+        } else if (!rollBackAndReport(device, state, options, reporter)) {
+            device.pause(pause);
+            pause = std::min(2 * pause, kLongest);
         }
     }
 }
@@ -101,8 +120,10 @@ bool restoreAtBoot(IDevice& device, const Say& say)
         reporter.report(state.text());
         return false;
     }
-    return !state.isPending() || !state.isOfEarlierBoot ||
-           rollBackAndReport(device, state, {true, false, false, true}, reporter);
+    RollBackOptions options;
+    options.breaksLock = true;
+    options.isAtBoot = true;
+    return !state.isPending() || !state.isOfEarlierBoot || rollBackAndReport(device, state, options, reporter);
 }
 
 } // namespace networkhost

@@ -28,7 +28,8 @@ public:
     LiveUpdates(const LiveUpdates&) = delete;
     LiveUpdates& operator=(const LiveUpdates&) = delete;
 
-    /// Waits for the change that runs, and drops those that have not begun; the log says how many. No `done` is called.
+    /// Breaks off a change that only waits for the device: a trial goes back by its guard then. Waits for the one that
+    /// runs, and drops those that have not begun; the log says how many. No `done` is called.
     ~LiveUpdates();
 
     /// Readable when there is something to do for dispatch(): at once, when something has changed and then been quiet
@@ -41,7 +42,8 @@ public:
     /// ms.
     bool dispatch();
 
-    /// Runs change(device) on another thread, after those started before, and then, within dispatch(), done(result).
+    /// Runs change(device) on another thread, and then, within dispatch(), done(result). It begins when those started
+    /// before have ended, or only wait for the device to show what they have changed: rollBack() ends such a trial.
     /// For what takes its time: plans, apply(), tryOut(), waitUntilLive(), confirmTrial(), rollBack(). An exception of
     /// the change passes to the caller of dispatch(), and its `done` is not called. Both are destroyed on the loop's
     /// thread. Throws std::system_error when there is no thread to be had.

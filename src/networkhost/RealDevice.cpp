@@ -88,13 +88,11 @@ bool RealDevice::waitForGuard(std::chrono::milliseconds limit)
     constexpr std::chrono::milliseconds kPause(10);
     const auto end = now() + limit;
     do {
-        std::unique_ptr<IFiles::Lock> lock;
         std::string holder;
-        if (files_.tryLock(kGuardLock, lock, holder) == std::errc::operation_would_block ||
+        if (files_.probeLock(kGuardLock, holder) == std::errc::operation_would_block ||
             !trialState(*this).isPending()) {
             return true;
         }
-        lock.reset(); // for the guard
         pause(kPause);
     } while (now() < end);
     return false;

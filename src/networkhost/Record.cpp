@@ -9,7 +9,6 @@
 #include <string_view>
 
 #include <nlohmann/json.hpp>
-#include <unistd.h>
 
 namespace networkhost {
 
@@ -82,13 +81,9 @@ SavedFile savedFileOf(const Json& json)
 
 Json toJson(const Record& record)
 {
-    Json json = {{"title", charactersOf(record.title)},
-                 {"by", charactersOf(record.by)},
-                 {"boot", record.boot},
-                 {"deadline", record.deadline.count()},
-                 {"isLive", record.isLive},
-                 {"why", charactersOf(record.why)},
-                 {"files", Json::array()}};
+    Json json = {{"title", charactersOf(record.title)}, {"by", charactersOf(record.by)},   {"boot", record.boot},
+                 {"deadline", record.deadline.count()}, {"isLive", record.isLive},         {"wasLive", record.wasLive},
+                 {"isRestored", record.isRestored},     {"why", charactersOf(record.why)}, {"files", Json::array()}};
     for (const auto& file : record.files) {
         json["files"].push_back(toJson(file));
     }
@@ -123,13 +118,27 @@ bool isOwnFile(const std::string& path)
            });
 }
 
+/// The kernel's id of a boot has dashes, systemd's specifier for it has none.
+std::string withoutDashes(std::string text)
+{
+    text.erase(std::remove(text.begin(), text.end(), '-'), text.end());
+    return text;
+}
+
+/// A directory, say, in the place of a record would be in the way for ever. True when it is no longer.
+bool isInTheWay(IFiles& files, const std::string& path, const std::error_code& error)
+{
+    return error == std::errc::invalid_argument && !files.moveAside(path);
+}
+
 } // namespace
 
 std::error_code readRecord(const IFiles& files, const std::string& path, Record& record)
 {
     std::string text;
     if (const auto error = files.read(path, text)) {
-        return error;
+        return error == std::errc::invalid_argument ? std::make_error_code(std::errc::no_such_file_or_directory)
+                                                    : error;
     }
     const auto damaged = std::make_error_code(std::errc::bad_message);
     const auto end = std::min(text.rfind(kChecksum), text.size());
@@ -141,13 +150,15 @@ std::error_code readRecord(const IFiles& files, const std::string& path, Record&
         Record found;
         found.title = bytesOf(json.at("title"));
         found.by = bytesOf(json.at("by"));
-        found.boot = json.at("boot");
+        found.boot = withoutDashes(json.at("boot"));
         const auto deadline = integerOf(json.at("deadline"));
         if (deadline < 0 || deadline > kLatest) {
             return damaged;
         }
         found.deadline = std::chrono::milliseconds(deadline);
         found.isLive = json.at("isLive");
+        found.wasLive = json.value("wasLive", false); // an earlier version had neither
+        found.isRestored = json.value("isRestored", false);
         found.why = bytesOf(json.at("why"));
         for (const auto& file : json.at("files")) {
             found.files.push_back(savedFileOf(file));
@@ -170,22 +181,56 @@ std::error_code writeRecord(IFiles& files, const std::string& path, const Record
     }
     auto text = toJson(record).dump(2) + '\n';
     text += checksumLine(text);
-    return text.size() > kMost ? std::make_error_code(std::errc::file_too_large) : files.replace(path, text, &rights);
+    if (text.size() > kMost) {
+        return std::make_error_code(std::errc::file_too_large);
+    }
+    const auto error = files.replace(path, text, &rights);
+    return isInTheWay(files, path, error) ? files.replace(path, text, &rights) : error;
+}
+
+std::error_code renameRecord(IFiles& files, const char* from, const char* target)
+{
+    const auto error = files.rename(from, target);
+    return isInTheWay(files, target, error) ? files.rename(from, target) : error;
 }
 
 std::error_code rightsForRecords(const IFiles& files, Rights& rights)
 {
     const auto error = files.rightsOf(kTrialDirectory, rights);
     rights.mode = 0640;
-    rights.user = ::geteuid();
     return error;
 }
 
-std::string bootId(const IFiles& files)
+std::string bootMark(const IFiles& files)
 {
-    std::string id;
-    files.read(paths::kBootId, id);
-    return id.substr(0, id.find('\n'));
+    // The kernel's own id is another one in a container, and there again in a unit with a /proc of its own.
+    std::string mark;
+    if (files.read(paths::kBootMark, mark)) {
+        files.read(paths::kBootId, mark);
+    }
+    return withoutDashes(mark.substr(0, mark.find('\n')));
+}
+
+bool isThere(const IFiles& files, const std::string& path)
+{
+    std::string text;
+    const auto error = files.read(path, text);
+    return error != std::errc::no_such_file_or_directory && error != std::errc::invalid_argument;
+}
+
+bool hasCaller(const IFiles& files)
+{
+    std::string holder;
+    return files.probeLock(kCallerLock, holder) == std::errc::operation_would_block;
+}
+
+std::error_code makeTrialDirectory(IFiles& files)
+{
+    const std::string directory = kTrialDirectory;
+    std::vector<std::string> names;
+    auto error = files.list(directory, names); // usually it is there
+    error = error ? files.makeDirectory(directory.substr(0, directory.rfind('/'))) : error;
+    return error ? error : files.makeDirectory(directory);
 }
 
 } // namespace networkhost

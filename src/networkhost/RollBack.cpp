@@ -3,8 +3,11 @@
 
 #include "networkhost/CarryOut.h"
 #include "networkhost/ChangeLock.h"
+#include "networkhost/LiveState.h"
+#include "networkhost/Missing.h"
 #include "networkhost/Record.h"
 #include "networkhost/Trial.h"
+#include "networkhost/Wait.h"
 
 #include <algorithm>
 
@@ -35,27 +38,72 @@ void keepForeignText(IFiles& files, const SavedFile& saved, std::vector<std::str
                     (error ? "lost: " + error.message() : "kept in " + path));
 }
 
+/// False for a trial that is not over yet.
+bool isDue(IDevice& device, const Record& record)
+{
+    const bool isLeftAlone = !record.isLive && !hasCaller(device.files());
+    return isLeftAlone || record.deadline <= device.now() || record.boot != bootMark(device.files());
+}
+
 /// The record of what is to be rolled back from here on; of two callers, or of one that confirms, one gets it. EAGAIN
 /// when it is not due.
-std::error_code claim(IDevice& device, bool onlyWhenDue, Record& record)
+std::error_code claim(IDevice& device, const std::string& why, bool onlyWhenDue, Record& record)
 {
     auto& files = device.files();
     if (const auto error = readRecord(files, kTrial, record); error != std::errc::no_such_file_or_directory) {
-        if (!error && onlyWhenDue && record.deadline > device.now() && record.boot == bootId(files)) {
+        if (!error && onlyWhenDue && !isDue(device, record)) {
             return std::make_error_code(std::errc::resource_unavailable_try_again);
         }
-        const auto unclaimed = error ? error : files.rename(kTrial, kRollback);
+        const auto unclaimed = error ? error : renameRecord(files, kTrial, kRollback);
         if (unclaimed && unclaimed != std::errc::no_such_file_or_directory) {
             return unclaimed;
         }
     }
-    return readRecord(files, kRollback, record);
+    const auto error = readRecord(files, kRollback, record);
+    if (!error && record.why.empty()) {
+        record.why = why;
+        writeRecord(files, kRollback, record); // what fails costs the reason only
+    }
+    return error;
 }
 
 /// The record of how it ended takes the place of the pending one.
 std::error_code close(IFiles& files, const Record& record)
 {
-    return writeRecord(files, kRolledBack, record) ? files.rename(kRollback, kRolledBack) : files.remove(kRollback);
+    return writeRecord(files, kRolledBack, record) ? renameRecord(files, kRollback, kRolledBack)
+                                                   : files.remove(kRollback);
+}
+
+/// Restarts the daemons when they have not seen these files yet. Those that could not be, in words.
+std::string restartOnce(IDevice& device, Record& record, bool isChanged)
+{
+    if (record.isRestored && !isChanged) {
+        return {};
+    }
+    auto failure = restartDaemons(device, record.files);
+    record.isRestored = failure.empty();
+    writeRecord(device.files(), kRollback, record); // what fails costs a restart more
+    return failure;
+}
+
+/// What the live state lacks of the previous files; nothing when it lacked something before the trial, too.
+Missing lackingOf(IDevice& device, const Record& record)
+{
+    if (!record.wasLive) {
+        return {};
+    }
+    Plan plan;
+    for (const auto& file : record.files) {
+        plan.files.push_back({file.path, {}, file.text});
+    }
+    auto wanted = concernedBy(plan, readConfiguration(device.files()));
+    const auto live = readLiveState(device);
+    for (const auto& [name, iface] : live.interfaces) {
+        if (!iface.hasLink) {
+            wanted.interfaces.erase(name); // with the cable out, nothing becomes live; the daemon sees to it afterwards
+        }
+    }
+    return missing(wanted, live);
 }
 
 } // namespace
@@ -63,42 +111,66 @@ std::error_code close(IFiles& files, const Record& record)
 Outcome rollBackTrial(IDevice& device, const std::string& why, const RollBackOptions& options)
 {
     auto& files = device.files();
-    const auto turn = lockChanges(device);
+    auto turn = lockChanges(device);
     const bool hasTurn = turn.refusal.empty();
     if (!hasTurn && !options.breaksLock) {
         return refused(turn.refusal);
     }
     Record record;
-    if (claim(device, options.onlyWhenDue, record)) {
+    if (claim(device, why, options.onlyWhenDue, record)) {
         return refused(trialState(device).text());
     }
     Outcome outcome;
     for (const auto& file : record.files) {
         keepForeignText(files, file, outcome.notes);
     }
-    const bool wereBack = areBack(files, record.files);
-    outcome.failures = restoreFiles(device, record.files);
-    outcome.reason = textOf(outcome.failures);
+    const bool isChanged = !areBack(files, record.files);
+    outcome.failures = restoreFiles(device, record.files, outcome.notes);
+    const auto unrestarted = options.isAtBoot ? std::string() : restartOnce(device, record, isChanged);
     if (!outcome.failures.empty()) {
+        outcome.reason = textOf(outcome.failures);
         return outcome;
     }
-    const bool restarts = options.restartsDaemons && (hasTurn || !wereBack);
-    if (auto failure = restarts ? restartDaemons(device, record.files) : ""; !failure.empty()) {
-        if (!options.acceptsFailedRestart) {
-            outcome.reason = "the previous files are back, but " + failure;
-            return outcome;
-        }
-        outcome.notes.push_back(std::move(failure));
+    const std::string back = "the previous files are back, but ";
+    if (!unrestarted.empty()) {
+        outcome.reason = back + unrestarted;
+        return outcome;
+    }
+    if (!hasTurn && !options.endsWithoutTurn) {
+        outcome.reason = back + turn.refusal;
+        return outcome;
     }
     if (!hasTurn) {
-        outcome.reason = "the previous files are back, but " + turn.refusal;
+        outcome.notes.push_back(turn.refusal + "; it may still write");
+    }
+    turn.lock.reset(); // another change may follow
+    Missing lacking;
+    if (!options.isAtBoot) {
+        waitUntil(device, options.untilLive, [&] {
+            lacking = lackingOf(device, record);
+            return lacking.empty() || !isThere(files, kRollback);
+        });
+        turn = lockChanges(device);
+    }
+    if (!isThere(files, kRollback)) {
+        outcome.isDone = true; // another change has followed, or somebody else has seen the end of it
         return outcome;
     }
-    record.why = why;
+    if (!lacking.empty()) {
+        outcome.reason = "the previous files are back, and the daemons have them, but the live state lacks " + lacking;
+        return outcome;
+    }
     const auto error = close(files, record);
     outcome.isDone = !error;
     outcome.reason = error ? kRollback + (": " + error.message()) : "";
     return outcome;
+}
+
+bool closeRestored(IDevice& device)
+{
+    Record record;
+    return !isThere(device.files(), kTrial) && !readRecord(device.files(), kRollback, record) && record.isRestored &&
+           areBack(device.files(), record.files) && !close(device.files(), record);
 }
 
 } // namespace networkhost

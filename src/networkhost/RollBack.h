@@ -4,21 +4,27 @@
 #include "IDevice.h"
 #include "Outcome.h"
 
+#include <chrono>
 #include <string>
 
 namespace networkhost {
 
 struct RollBackOptions
 {
-    bool breaksLock = false;           // puts the files back without its turn, when the holder has it for too long
-    bool onlyWhenDue = false;          // not one whose deadline has moved on meanwhile
-    bool restartsDaemons = true;       // at boot they have not started yet
-    bool acceptsFailedRestart = false; // ends the trial although a daemon could not be restarted
+    bool breaksLock = false;      // puts the files back without its turn, when the holder has it for too long
+    bool endsWithoutTurn = false; // and ends the trial, although the holder may still write
+    bool onlyWhenDue = false;     // not one whose deadline has moved on meanwhile
+    bool isAtBoot = false;        // the daemons have not started yet: there is nothing to restart, and nothing is live
+    std::chrono::milliseconds untilLive = std::chrono::seconds(10); // at most, to wait for the live state
 };
 
-/// Ends the pending trial with the previous files, or finishes what was begun so. When a file cannot be put back, a
-/// daemon not be restarted, or somebody who is at work might still write, the trial stays pending, and it can be called
-/// again.
+/// Ends the pending trial with the previous files, or finishes what was begun so: the files are back, the daemons have
+/// been restarted with them, and the live state shows them, unless it did not before the trial either. Until then the
+/// trial stays pending, and this can be called again. A file that cannot be put back holds up none of the others.
 Outcome rollBackTrial(IDevice& device, const std::string& why, const RollBackOptions& options);
+
+/// Ends a trial whose previous files are back with the daemons, though not live yet: another change follows. For who
+/// has the turn. False when there is none.
+bool closeRestored(IDevice& device);
 
 } // namespace networkhost

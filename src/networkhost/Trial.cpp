@@ -11,6 +11,8 @@
 
 #include <algorithm>
 
+#include <unistd.h>
+
 namespace networkhost {
 
 using std::chrono::milliseconds;
@@ -23,12 +25,6 @@ std::string secondsText(milliseconds time)
     return std::to_string((std::max(time, milliseconds(0)) + kSecond - milliseconds(1)) / kSecond) + " s";
 }
 
-bool isThere(const IFiles& files, const std::string& path)
-{
-    std::string text;
-    return files.read(path, text) != std::errc::no_such_file_or_directory;
-}
-
 Outcome failed(const std::string& step, const std::error_code& error)
 {
     auto outcome = refused("");
@@ -37,14 +33,42 @@ Outcome failed(const std::string& step, const std::error_code& error)
     return outcome;
 }
 
+/// Why a trial cannot be made with these times; empty when it can.
+std::string faultOfTimes(const TrialOptions& options)
+{
+    constexpr std::chrono::seconds kShortest(1);
+    constexpr std::chrono::hours kLongest(24);
+    const auto isGood = [&](auto time) { return time >= kShortest && time <= kLongest; };
+    return isGood(options.time) && isGood(options.wait)
+               ? ""
+               : "the time to confirm in and the time to wait are from 1 s to 24 h (86400 s)";
+}
+
+/// Why the guard could not put a file of the plan back; empty when it could.
+std::string faultOfWriters(const IFiles& files, const Plan& plan)
+{
+    unsigned int guard = 0;
+    files.writerOf(kTrial, guard);
+    for (const auto& file : plan.files) {
+        unsigned int user = guard;
+        files.writerOf(file.path, user); // what fails is told by the write
+        if (user != guard) {
+            return file.path + " does not lie in /etc/systemd/velnet, and only there does the guard of a trial write: "
+                               "change it without a trial, or put it there with a link to it";
+        }
+    }
+    return {};
+}
+
 /// Puts the record in place, and sees that somebody guards it. Until then the configuration is untouched.
 Outcome arm(IDevice& device, const Record& record)
 {
     auto& files = device.files();
-    auto error = files.makeDirectory(kTrialDirectory);
-    error = error ? error : files.remove(kConfirmed);
+    auto error = files.remove(kConfirmed);
     error = error ? error : files.remove(kRolledBack);
     error = error ? error : writeRecord(files, kTrial, record);
+    Record written;
+    error = error ? error : readRecord(files, kTrial, written); // what cannot be read back would not be rolled back
     if (error) {
         files.remove(kTrial); // it may be there, but for its sync
         return failed(kTrial, error);
@@ -112,12 +136,27 @@ Outcome ended(IDevice& device, Outcome outcome, const std::string& why)
     return outcome;
 }
 
+Record recordOf(IDevice& device, const Plan& plan, const Configuration& before, milliseconds wait)
+{
+    Record record;
+    record.title = plan.title;
+    record.by = thisProcess();
+    record.boot = bootMark(device.files());
+    record.deadline = device.now() + wait;
+    record.wasLive = missing(before, readLiveState(device)).empty();
+    record.files = savedFilesOf(device, plan);
+    return record;
+}
+
 } // namespace
 
 Outcome tryOut(IDevice& device, const Plan& plan, const TrialOptions& options)
 {
     if (!plan.outcome.isDone || plan.files.empty()) {
         return plan.outcome;
+    }
+    if (const auto fault = faultOfTimes(options); !fault.empty()) {
+        return refused(fault);
     }
     const bool isRebootCovered = device.hasBootGuard();
     if (options.requiresBootGuard && !isRebootCovered) {
@@ -131,22 +170,23 @@ Outcome tryOut(IDevice& device, const Plan& plan, const TrialOptions& options)
     if (const auto refusal = refusalOf(device, plan, options.force); !refusal.empty()) {
         return refused(refusal);
     }
+    if (const auto fault = faultOfWriters(device.files(), plan); !fault.empty()) {
+        return refused(fault);
+    }
+    const auto caller = lockCaller(device); // until this returns: should the process end, the guard need not wait
+    if (!caller.refusal.empty()) {
+        return refused(caller.refusal);
+    }
     const auto before = concernedBy(plan, readConfiguration(device.files()));
-    const auto limit = options.wait + options.time;
-    Record record;
-    record.title = plan.title;
-    record.by = thisProcess();
-    record.boot = bootId(device.files());
-    record.deadline = device.now() + limit;
-    record.files = savedFilesOf(device, plan);
+    auto record = recordOf(device, plan, before, options.wait);
     if (record.boot.empty()) {
-        return refused("the id of this boot cannot be read: the trial could not be told from one of an earlier boot");
+        return refused("the mark of this boot cannot be read: the trial could not be told from one of an earlier boot");
     }
     if (auto armed = arm(device, record); !armed.isDone) {
         return armed;
     }
     auto outcome = carryOut(device, plan, false);
-    const bool isRecorded = outcome.isDone && moveDeadline(device, record, limit, false);
+    const bool isRecorded = outcome.isDone && moveDeadline(device, record, options.wait, false);
     turn.lock.reset();
     if (!isRecorded) {
         return ended(device, outcome, outcome.isDone ? "its deadline could not be recorded" : outcome.reason);
@@ -156,6 +196,9 @@ Outcome tryOut(IDevice& device, const Plan& plan, const TrialOptions& options)
     }
     const auto wanted = concernedBy(plan, readConfiguration(device.files()));
     const auto lacking = waitForTrial(device, wanted, before, options);
+    if (isBrokenOff()) {
+        return refused("it was broken off: the guard rolls it back");
+    }
     turn = lockChanges(device);
     if (lacking.empty() && turn.refusal.empty() && moveDeadline(device, record, options.time, true)) {
         return outcome;
@@ -173,18 +216,14 @@ Outcome confirmTrial(IDevice& device)
         return refused(turn.refusal);
     }
     Record record;
-    if (const auto error = readRecord(device.files(), kTrial, record)) {
-        return refused(trialState(device).isPending() ? trialState(device).text() : "no trial is pending");
+    if (readRecord(device.files(), kTrial, record)) {
+        return refused(trialState(device).text());
     }
-    for (const auto& file : record.files) {
-        std::string text;
-        const bool isOld = !device.files().read(file.path, text) ? file.text == text : !file.text.has_value();
-        if (isOld && (file.text ? file.changedTo != checksumOf(*file.text) : file.changedTo.has_value())) {
-            return refused(file.path + " has not been changed: the trial was broken off, and will be rolled back");
-        }
+    if (!record.isLive) {
+        return refused("it has not been live yet, and cannot be confirmed: " + trialState(device).text());
     }
     Outcome outcome;
-    if (const auto error = device.files().rename(kTrial, kConfirmed)) {
+    if (const auto error = renameRecord(device.files(), kTrial, kConfirmed)) {
         if (!isThere(device.files(), kConfirmed)) {
             return isThere(device.files(), kTrial) ? failed(kConfirmed, error)
                                                    : refused("the trial is over: it is rolled back");
@@ -197,7 +236,12 @@ Outcome confirmTrial(IDevice& device)
 
 Outcome rollBack(IDevice& device, const std::string& why)
 {
-    return rollBackTrial(device, why, {});
+    RollBackOptions options;
+    unsigned int user = 0;
+    // Another user than the caller may hold the lock for ever. Root does not wait for that.
+    options.breaksLock = !device.files().writerOf(kTrial, user) && user != ::geteuid();
+    options.endsWithoutTurn = options.breaksLock;
+    return rollBackTrial(device, why, options);
 }
 
 bool TrialState::isPending() const
@@ -216,7 +260,8 @@ std::string TrialState::text() const
     case Kind::Counting:
         return pending + "; it is rolled back in " + secondsText(left) + " unless it is confirmed (velnetctl confirm)";
     case Kind::RollingBack:
-        return "a trial is pending: " + title + " is being rolled back";
+        return "a trial is pending: " + title +
+               (isRestored ? " is rolled back, but the previous settings are not live yet" : " is being rolled back");
     case Kind::Unreadable:
         return "a trial is pending, but its record cannot be read: " + why;
     case Kind::Confirmed:
@@ -278,7 +323,8 @@ TrialState trialState(IDevice& device)
         state.kind = kind == Kind::Waiting && record.isLive ? Kind::Counting : kind;
         state.title = record.title;
         state.by = record.by;
-        state.isOfEarlierBoot = record.boot != bootId(device.files());
+        state.isOfEarlierBoot = record.boot != bootMark(device.files());
+        state.isRestored = record.isRestored;
         state.left = state.isOfEarlierBoot ? milliseconds(0) : record.deadline - device.now();
         state.why = record.why;
         std::transform(record.files.begin(), record.files.end(), std::back_inserter(state.files),

@@ -19,12 +19,13 @@ namespace networkhost {
 
 struct TrialOptions
 {
-    std::chrono::seconds time{60};                             // to confirm in, from when the setting is live
-    std::chrono::milliseconds wait = std::chrono::seconds(30); // at most, for the setting to become live
+    std::chrono::seconds time{60};                             // to confirm in, once it is live; 1 s to 24 h
+    std::chrono::milliseconds wait = std::chrono::seconds(30); // at most, for it to become live; 1 s to 24 h
     bool force = false;                                        // whatever the plan's concerns
     bool requiresBootGuard = false;                            // refuse when a reboot is not covered
 
-    /// Told while it waits, at each look and at least once a second: what is lacking, and the time that is left to wait.
+    /// Told while it waits, at each look and at least once a second: what is lacking, and the time that is left to
+    /// wait.
     std::function<void(const Missing& lacking, std::chrono::milliseconds left)> onWaiting;
 };
 
@@ -33,11 +34,12 @@ struct TrialOptions
 /// or the setting did not become live, they are back already, and the reason says what was lacking.
 Outcome tryOut(IDevice& device, const Plan& plan, const TrialOptions& options = {});
 
-/// Keeps the settings of the pending trial, for good once it is done.
+/// Keeps the settings of the pending trial, for good once it is done. Refused before they were live.
 Outcome confirmTrial(IDevice& device);
 
-/// Brings the previous files back, byte for byte with mode and owner, and restarts the daemons. What somebody else has
-/// written meanwhile is kept beside the record. `why` is told to whoever asks.
+/// Brings the previous files back, byte for byte with mode and owner, restarts the daemons, and waits until the live
+/// state shows them, 10 s at most; the guard goes on then. What somebody else has written meanwhile is kept beside the
+/// record. `why` is told to whoever asks.
 Outcome rollBack(IDevice& device, const std::string& why);
 
 /// How the pending trial, or else the last one, stands.
@@ -51,7 +53,8 @@ struct TrialState
     std::chrono::milliseconds left{}; // until it is rolled back
     std::string why;                  // it was rolled back, or cannot be read
     std::vector<std::string> files;   // paths
-    bool isOfEarlierBoot = false;     // and so its time is over
+    bool isOfEarlierBoot = false;     // its time is over
+    bool isRestored = false;          // the previous files are back, though not live yet: another change may follow
 
     /// Until it is over, other changes are refused.
     bool isPending() const;

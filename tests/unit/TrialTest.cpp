@@ -3,14 +3,17 @@
 #include "networkhost/Trial.h"
 
 #include "networkhost/Guard.h"
+#include "networkhost/LiveState.h"
 #include "networkhost/Record.h"
 #include "networkhost/Requests.h"
+#include "networkhost/Settings.h"
 #include "networksimulation/Device.h"
 #include "networksimulation/Files.h"
 
 #include <functional>
+#include <utility>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 using networkhost::TrialState;
 
@@ -128,15 +131,105 @@ TEST(Trial, IsOldOrConfirmedWhereverItsProcessIsKilled)
     }
 }
 
-TEST(Trial, IsNotConfirmedBeforeItsFilesAreWritten)
+TEST(Trial, IsNotConfirmedBeforeItWasLiveAndGoesBackAtOnceWhenItsProcessWasKilledBeforeThat)
 {
-    MortalDevice device;
-    device.mortalFiles.changesLeft = 5; // the directory, twice, what is left of the last trial, the record
-    EXPECT_THROW(startTrial(device), Killed);
-    device.mortalFiles.changesLeft = -1;
-    EXPECT_EQ(trialState(device).kind, TrialState::Kind::Waiting);
-    EXPECT_EQ(confirmTrial(device).reason,
-              std::string(kRemotePath) + " has not been changed: the trial was broken off, and will be rolled back");
+    for (const int changes : {5, 6}) { // the record; the file as well
+        MortalDevice device;
+        const auto old = device.textOf(kRemotePath);
+        device.mortalFiles.changesLeft = changes;
+        EXPECT_THROW(startTrial(device), Killed);
+        device.mortalFiles.changesLeft = -1;
+        EXPECT_EQ(device.textOf(kRemotePath) == old, changes == 5);
+        EXPECT_EQ(trialState(device).kind, TrialState::Kind::Waiting);
+        EXPECT_THAT(confirmTrial(device).reason, testing::StartsWith("it has not been live yet"));
+        const auto begin = device.now();
+        networkhost::guardTrials(device, [](const std::string&) {});
+        EXPECT_LT(device.now() - begin, std::chrono::seconds(5)); // not after the time to wait
+        EXPECT_EQ(trialState(device).why, "its process ended before it was live");
+        EXPECT_EQ(device.textOf(kRemotePath), old);
+    }
+}
+
+TEST(Trial, IsRefusedWithTimesThatNobodyCouldWaitFor)
+{
+    using std::chrono::seconds;
+    for (const auto& [time, wait] : {std::pair(seconds(0), seconds(30)), std::pair(seconds::max(), seconds(30)),
+                                     std::pair(seconds(60), seconds(0)), std::pair(seconds(60), seconds(86401))}) {
+        networksimulation::Device device;
+        const auto plan = networkhost::planDnsDomain(device, "a.example");
+        networkhost::TrialOptions options;
+        options.time = time;
+        options.wait = wait;
+        EXPECT_EQ(tryOut(device, plan, options).reason,
+                  "the time to confirm in and the time to wait are from 1 s to 24 h (86400 s)");
+        EXPECT_FALSE(trialState(device).isPending());
+    }
+}
+
+/// On which something happens at a time.
+struct EventfulDevice : networksimulation::Device
+{
+    void pause(std::chrono::milliseconds duration) override
+    {
+        Device::pause(duration);
+        if (event && now() >= time) {
+            std::exchange(event, nullptr)();
+        }
+    }
+
+    std::chrono::milliseconds time{};
+    std::function<void()> event;
+};
+
+TEST(Trial, GoesOnUntilTheDaemonsCanBeRestarted)
+{
+    EventfulDevice device;
+    ASSERT_TRUE(startTrial(device).isDone);
+    device.failCommand("sudo /bin/systemctl restart", "the bus is busy");
+    device.time = device.now() + std::chrono::seconds(100); // 40 s after the time to confirm in
+    device.event = [&device] {
+        EXPECT_EQ(trialState(device).kind, TrialState::Kind::RollingBack);
+        device.repair();
+    };
+    networkhost::guardTrials(device, [](const std::string&) {});
+    EXPECT_EQ(trialState(device).why, "it was not confirmed in time");
+    EXPECT_EQ(readLiveState(device).interfaces.at("remote").addresses.front().address, "192.168.50.100");
+}
+
+TEST(Trial, IsPendingUntilThePreviousSettingsAreLiveOrAnotherChangeFollows)
+{
+    EventfulDevice device;
+    ASSERT_TRUE(startTrial(device).isDone);
+    device.hang("systemd-networkd");
+    EXPECT_EQ(rollBack(device, "asked for").reason, "the previous files are back, and the daemons have them, but the "
+                                                    "live state lacks an address of remote by DHCP");
+    EXPECT_THAT(trialState(device).text(),
+                testing::EndsWith("is rolled back, but the previous settings are not live yet"));
+    device.time = device.now() + std::chrono::seconds(100);
+    device.event = [&device] { EXPECT_TRUE(networkhost::setDnsDomain(device, "a.example").isDone); };
+    networkhost::guardTrials(device, [](const std::string&) {});
+    EXPECT_EQ(trialState(device).why, "asked for");
+}
+
+TEST(Trial, GoesBackWithAllFilesButOneThatCannotBePutBack)
+{
+    EventfulDevice device;
+    const auto old = device.textOf(kRemotePath);
+    const std::string document = R"({"interfaces": {"local": {"address": "10.0.0.1/8", "routes": []},
+        "remote": {"address": "192.168.50.20/24", "routes": []}}, "gateway": "192.168.50.1",
+        "dns": {"servers": [], "domains": []}})";
+    ASSERT_TRUE(tryOut(device, networkhost::planSettings(device, document)).isDone);
+    device.failWrite("/etc/systemd/network/01_local.network", EROFS);
+    device.time = device.now() + std::chrono::seconds(100);
+    device.event = [&] {
+        EXPECT_EQ(device.textOf(kRemotePath), old);
+        EXPECT_EQ(readLiveState(device).interfaces.at("remote").addresses.front().address, "192.168.50.100");
+        EXPECT_EQ(trialState(device).kind, TrialState::Kind::RollingBack);
+        device.repair();
+    };
+    networkhost::guardTrials(device, [](const std::string&) {});
+    EXPECT_EQ(readLiveState(device).interfaces.at("local").addresses.front().address, "192.168.10.1");
+    EXPECT_EQ(trialState(device).kind, TrialState::Kind::RolledBack);
 }
 
 TEST(Trial, IsRefusedWhileAnotherIsPending)

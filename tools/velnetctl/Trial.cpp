@@ -5,6 +5,7 @@
 #include "base/FileDescriptor.h"
 #include "networkhost/Checks.h"
 #include "networkhost/Guard.h"
+#include "networkhost/SplitRights.h"
 #include "networkhost/Trial.h"
 
 #include <algorithm>
@@ -164,8 +165,8 @@ bool guard(Session& session, GuardKind kind)
     if (kind == GuardKind::Boot) {
         return networkhost::restoreAtBoot(session.device, say);
     }
-    networkhost::guardTrials(session.device, say);
-    return true;
+    return networkhost::splitRights(session.device,
+                                    [&](networkhost::IDevice& device) { networkhost::guardTrials(device, say); });
 }
 
 } // namespace velnetctl

@@ -1,0 +1,151 @@
+// SPDX-License-Identifier: MIT
+#include "networkhost/SplitRights.h"
+
+#include "base/FileDescriptor.h"
+#include "networkhost/Record.h"
+#include "networkmanager/system/SystemIF.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+
+#include <grp.h>
+#include <spawn.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace networkhost {
+
+using velbase2::system::FileDescriptor;
+
+namespace {
+
+constexpr const char* kSystemctl = "/bin/systemctl";
+
+struct FixedCommand
+{
+    const char* text; // as the library runs it
+    const char* verb;
+    const char* unit;
+};
+
+constexpr std::array<FixedCommand, 3> kCommands = {{
+    {"sudo /bin/systemctl daemon-reload", "daemon-reload", nullptr},
+    {"sudo /bin/systemctl restart systemd-networkd", "restart", "systemd-networkd"},
+    {"sudo /bin/systemctl restart systemd-resolved", "restart", "systemd-resolved"},
+}};
+
+/// Asks root for each command by its number.
+class AskingSystem : public networkmanager::SystemIF
+{
+public:
+    explicit AskingSystem(int socket) : socket_(socket) {}
+    using SystemIF::executeCmd;
+
+    bool executeCmd(const std::string& command, std::string& /*output*/, std::string& /*errorOutput*/) override
+    {
+        const auto* const found = std::find_if(kCommands.begin(), kCommands.end(),
+                                               [&command](const auto& fixed) { return command == fixed.text; });
+        const char number = static_cast<char>(found - kCommands.begin());
+        char isDone = 0;
+        return ::send(socket_, &number, 1, MSG_NOSIGNAL) == 1 && ::recv(socket_, &isDone, 1, 0) == 1 && isDone != 0;
+    }
+
+private:
+    int socket_;
+};
+
+class AskingDevice : public IDevice
+{
+public:
+    AskingDevice(IDevice& device, int socket) : device_(device), system_(socket) {}
+
+    networkmanager::ISystemIF& system() override { return system_; }
+    IFiles& files() override { return device_.files(); }
+    std::chrono::milliseconds now() const override { return device_.now(); }
+    void pause(std::chrono::milliseconds duration) override { device_.pause(duration); }
+    bool startGuard() override { return true; } // it is one
+    bool hasBootGuard() override { return device_.hasBootGuard(); }
+    std::unique_ptr<IHints> openHints() override { return device_.openHints(); }
+
+private:
+    IDevice& device_;
+    AskingSystem system_;
+};
+
+bool becomes(const Rights& owner)
+{
+    return ::setgroups(0, nullptr) == 0 && ::setresgid(owner.group, owner.group, owner.group) == 0 &&
+           ::setresuid(owner.user, owner.user, owner.user) == 0 && ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0;
+}
+
+bool isEndGood(pid_t child)
+{
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+/// Whatever the number is: one that is none does nothing.
+bool runFixed(unsigned char number)
+{
+    if (number >= kCommands.size()) {
+        return false;
+    }
+    const auto& command = kCommands[number];
+    // Neither exec nor systemctl writes into its arguments.
+    std::array<char*, 4> arguments = {const_cast<char*>(kSystemctl), const_cast<char*>(command.verb),
+                                      const_cast<char*>(command.unit), nullptr};
+    std::array<char*, 1> environment = {nullptr};
+    pid_t child = 0;
+    return ::posix_spawn(&child, kSystemctl, nullptr, nullptr, arguments.data(), environment.data()) == 0 &&
+           isEndGood(child);
+}
+
+void runWhatIsAsked(int socket)
+{
+    unsigned char number = 0;
+    while (::recv(socket, &number, 1, 0) == 1) {
+        const char isDone = runFixed(number) ? 1 : 0;
+        ::send(socket, &isDone, 1, MSG_NOSIGNAL);
+    }
+}
+
+} // namespace
+
+bool splitRights(IDevice& device, const std::function<void(IDevice& device)>& work)
+{
+    Rights owner;
+    const auto error = device.files().rightsOf(kTrialDirectory, owner);
+    if (error || owner.user == ::geteuid() || ::geteuid() != 0) {
+        work(device);
+        return true;
+    }
+    std::array<int, 2> ends = {-1, -1};
+    if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0) {
+        return false;
+    }
+    FileDescriptor asked(ends[0]);
+    FileDescriptor asking(ends[1]);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        asked.reset();
+        if (!becomes(owner)) {
+            ::_exit(EXIT_FAILURE);
+        }
+        AskingDevice own(device, asking.get());
+        work(own);
+        ::_exit(EXIT_SUCCESS);
+    }
+    asking.reset(); // what the child holds alone ends with it
+    if (child < 0) {
+        return false;
+    }
+    runWhatIsAsked(asked.get());
+    return isEndGood(child);
+}
+
+} // namespace networkhost
