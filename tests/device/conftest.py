@@ -186,7 +186,7 @@ def box(booted_box):
 @pytest.fixture
 def settings(box):
     """For tests that change settings: puts the files of the daemons back, where it does not find all as it was."""
-    directories = "/etc/systemd/network", "/etc/systemd/resolved.conf.d"
+    directories = "/etc/systemd/network", "/etc/systemd/resolved.conf.d", "/etc/systemd/velnet"
 
     def state():
         files = f"find {' '.join(directories)} ! -type d -exec stat -c '%n %a %U' {{}} + -exec md5sum {{}} + | sort"

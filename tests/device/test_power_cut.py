@@ -11,7 +11,7 @@ import pytest
 from conftest import end_of_trial
 from test_trial import aside  # a fixture
 
-RECORDS = "/etc/systemd/network/.velnet"
+RECORDS = "/etc/systemd/velnet/trials"
 CHANGED = ["/etc/systemd/network/01_local.network.d/50-routes.conf", "/etc/systemd/resolved.conf.d/dns_server_0.conf",
            "/etc/systemd/resolved.conf.d/dns_server_1.conf", "/etc/systemd/resolved.conf.d/dns_domain.conf"]
 TRY = "velnetctl set-ip local 10.0.0.1/8 --try 99"

@@ -40,6 +40,9 @@ FILES:velnetworkmanager-host = " \
     ${systemd_system_unitdir}/velnet-guard.path \
     ${systemd_system_unitdir}/velnet-guard.service \
     ${systemd_system_unitdir}/velnet-guard-boot.service \
+    ${systemd_system_unitdir}/velnet-take-over.service \
+    ${systemd_system_unitdir}/sysinit.target.wants/velnet-take-over.service \
+    ${nonarch_libdir}/velnet/take-over \
     ${systemd_system_unitdir}/systemd-networkd.service.d \
     ${systemd_system_unitdir}/systemd-resolved.service.d \
 "
@@ -57,7 +60,7 @@ SUMMARY:libvelnetworkhost = "Network settings as plans, trials and one document"
 
 # The files for CMake name all libraries, so all of them have to be there.
 RDEPENDS:${PN}-dev += "${PN}-staticdev libvelnetworkhost boost-dev"
-RDEPENDS:velnetworkmanager-host = "velnetctl iproute2 net-tools sudo systemd"
+RDEPENDS:velnetworkmanager-host = "velnetctl bash util-linux iproute2 net-tools sudo systemd"
 RRECOMMENDS:${PN} = "iproute2 net-tools sudo"
 
 SYSTEMD_PACKAGES = "velnetworkmanager-host"
