@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: MIT
 """The Debian packages, on a device that has nothing else of the project: installed, upgraded, removed and purged."""
 import os
+import re
 import subprocess
 
 import pytest
@@ -57,6 +58,15 @@ def packages():
 
 def show(box, key, *units):
     return box.exec("systemctl", "show", "-P", key, *units).stdout.split()
+
+
+def test_the_links_of_installed_documents_lead_somewhere(device, tmp_path):
+    for package in (PROJECT / "build/packages").glob("*.deb"):
+        subprocess.run(["dpkg-deb", "--extract", package, tmp_path], check=True)
+    documents = {path: path.read_text() for path in tmp_path.glob("usr/share/doc/**/*.md")}
+    links = [(path, link) for path, text in documents.items() for link in re.findall(r"\]\(([^)#\s]+)[^)\s]*\)", text)]
+    assert len(links) > 40
+    assert not [(path, link) for path, link in links if "://" not in link and not (path.parent / link).exists()]
 
 
 def test_with_the_packages_alone_a_host_changes_every_setting_and_a_trial_is_rolled_back(bare):
