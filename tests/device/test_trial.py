@@ -6,6 +6,7 @@ import json
 import os
 import pty
 import re
+import shlex
 import subprocess
 
 import pytest
@@ -164,43 +165,82 @@ def test_the_answer_of_confirm_at_the_end_of_the_time_is_what_is_left(aside):
 
 
 class Terminal:
-    """A caller in a terminal of its own, with the countdown in view."""
+    """A caller in a terminal of its own, with what is waited for in view."""
 
-    def __init__(self, box):
+    def __init__(self, box, line="set-ip local 10.0.0.1/8 --try 2", shown="n goes back; it is rolled back in 2 s"):
         self.process, self.master = pty.fork()
-        if not self.process:
-            os.execv(box.command[0], [*box.command, "exec", VELNETCTL, "set-ip", "local", "10.0.0.1/8", "--try", "2"])
-        self.shown = b""
-        self.read_until(b"Enter keeps the setting; it is rolled back in 2 s")
-        wait_until(lambda: "10.0.0.1/8" in box.ipv4("local"), "the new address is live")
+        if not self.process:  # script passes the control keys on: they are not to end what leads into the box
+            command = f"exec env TERM=xterm {shlex.quote(VELNETCTL)} {line}"
+            os.execv(box.command[0], [*box.command, "exec", "script", "-qec", command, "/dev/null"])
+        self.shown = ""
+        self.read_until(shown)
 
     def read_until(self, text):
         while text not in self.shown:
-            self.shown += os.read(self.master, 4096)
+            self.shown += os.read(self.master, 4096).decode()
+
+    def exit_code(self):
+        return os.waitstatus_to_exitcode(os.waitpid(self.process, 0)[1])
 
 
 @pytest.mark.parametrize("end", ["closed", "HUP", "TERM", "INT", "KILL"])
 def test_the_end_of_its_caller_does_not_keep_a_trial(box, end):
     before = box.read(LOCAL)
     terminal = Terminal(box)
+    wait_until(lambda: "10.0.0.1/8" in box.ipv4("local"), "the new address is live")
     if end == "closed":
         os.close(terminal.master)
     else:
         caller = re.search(r"by process (\d+)", box.velnetctl("pending").stdout)[1]
         box.exec("kill", "-" + end, caller)
-    assert os.waitstatus_to_exitcode(os.waitpid(terminal.process, 0)[1]) != 0
+    assert terminal.exit_code() != 0
     assert box.velnetctl("pending", check=False).returncode == 0 and box.read(LOCAL) != before
     assert end_of_trial(box) == ("rolled back", "it was not confirmed in time")
     assert box.read(LOCAL) == before
 
 
-@pytest.mark.parametrize("answer, state", [(b"\n", "confirmed"), (b"", "rolled back")])
-def test_enter_in_the_terminal_keeps_the_setting(box, settings, answer, state):
+@pytest.mark.parametrize("answer, state", [
+    ("\n", "confirmed"), (" Yes \n", "confirmed"), ("n\n", "rolled back"), ("q\n", "rolled back"),
+    ("rollback\n", "rolled back"), ("", "rolled back"), ("nay\n", "no answer")])
+def test_an_answer_in_the_terminal_ends_the_countdown(box, settings, answer, state):
     terminal = Terminal(box)
-    os.write(terminal.master, answer)
-    terminal.read_until(b"was " + state.encode())
-    assert os.waitstatus_to_exitcode(os.waitpid(terminal.process, 0)[1]) == (0 if answer else 1)
-    assert end_of_trial(box)[0] == state and ("10.0.0.1" in box.read(LOCAL)) == bool(answer)
+    os.write(terminal.master, answer.encode())
+    if state == "no answer":
+        terminal.read_until("no answer: Enter, y or yes keeps the setting; n, no, q or rollback goes back at once")
+        os.write(terminal.master, b"y\n")
+        state = "confirmed"
+    terminal.read_until("was " + state)
+    assert terminal.exit_code() == (0 if state == "confirmed" else 1)
+    assert end_of_trial(box)[0] == state and ("10.0.0.1" in box.read(LOCAL)) == (state == "confirmed")
+
+
+ASKED = "set-ip local 10.0.0.1/8 --try 90s", "rolled back in 89 s", "10.0.0.1/8 is rolled back in 8"
+WAITING = "set-ip local dhcp --try 9 --wait 1m", "DHCP ... 59 s", "dhcp is not live yet, and is rolled back within "
+
+
+@pytest.mark.parametrize("key, line, before, stands", [  # Ctrl-C, Ctrl-D, Ctrl-\\
+    ("\x03", *ASKED), ("\x04", *ASKED), ("\x1c", *ASKED), ("\x03", *WAITING)])
+def test_who_leaves_the_terminal_hears_what_stands(box, settings, key, line, before, stands):
+    terminal = Terminal(box, line, before)
+    os.write(terminal.master, key.encode())
+    terminal.read_until("velnetctl confirm keeps it, velnetctl rollback goes back at once")
+    assert f"velnetctl: the trial goes on without this terminal: set-ip local {stands}" in terminal.shown
+    assert terminal.exit_code() == 1
+    assert box.velnetctl("rollback").stdout.endswith("was rolled back: velnetctl rollback was called\n")
+
+
+def test_a_change_tells_in_a_terminal_what_it_waits_for(box, settings):
+    assert Terminal(box, "set-ip local dhcp --wait 2", "waiting for an address of local by DHCP ... 1 s").exit_code() == 1
+
+
+def test_a_terminal_that_takes_no_escape_sequences_gets_none(box, settings):
+    def shown(line):
+        command = shlex.join(map(str, [*box.command, "exec", "env", "TERM=dumb", VELNETCTL, *line.split()]))
+        return subprocess.run(["script", "-qec", command, "/dev/null"], check=False, stdin=subprocess.DEVNULL,
+                              capture_output=True, text=True).stdout
+    output = [shown(line) for line in ("status", "set-ip local 10.0.0.1/8 --try 1", "watch")]
+    assert "host" in output[0] and "it is rolled back in 1 s" in output[1] and "of the type 'dumb'" in output[2]
+    assert "\33" not in "".join(output)
 
 
 def test_who_cuts_off_the_way_it_came_by_has_it_back_after_the_time(box, settings):

@@ -47,7 +47,8 @@ for verb, text in help_texts.items():
 
 for words, candidates in [(("",), list(help_texts)[1:]), (("-v", "set-d"), ["set-dns", "set-domain"]),
                           (("set-ip", ""), ["local", "remote"]), (("set-ip", "remote", ""), ["dhcp"]),
-                          (("set-ip", "--wait", "20", "lo"), ["local"]), (("set-ip", "--gateway", "=", "n"), ["none"]),
+                          (("set-ip", "--wait", "20", "lo"), ["local"]), (("set-ip", "--try", "--wai"), ["--wait"]),
+                          (("set-ip", "--gateway", "=", "n"), ["none"]),
                           (("set-dns", ""), []), (("set-dns", "0", ""), ["none"]), (("nonesuch", ""), []),
                           (("status", "local", ""), ["remote"]), (("monitor", "--json", "--j"), []),
                           (("save", "velnetctl.b"), ["velnetctl.bash-completion"])]:

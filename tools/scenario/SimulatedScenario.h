@@ -39,7 +39,9 @@ private:
         } else if (verb == "fail-write") {
             device_.failWrite(step.word(1), ENOSPC);
         } else if (verb == "fail") {
-            device_.failCommand(step.textAfter(1), "no");
+            const auto text = step.textAfter(1);
+            const auto colon = text.find(": ");
+            device_.failCommand(text.substr(0, colon), colon == std::string::npos ? "no" : text.substr(colon + 2));
         } else if (verb == "hang") {
             device_.hang(step.word(1));
         } else if (verb == "router") {

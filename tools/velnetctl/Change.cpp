@@ -2,8 +2,12 @@
 #include "Change.h"
 
 #include "PlanText.h"
+#include "Progress.h"
+#include "Text.h"
 #include "Trial.h"
+#include "base/FileDescriptor.h"
 #include "base/IpHelper.h"
+#include "base/ReadFile.h"
 #include "networkhost/Apply.h"
 #include "networkhost/Checks.h"
 #include "networkhost/Configuration.h"
@@ -17,11 +21,14 @@
 #include "networkmanager/system/Helper.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
+#include <cerrno>
 #include <filesystem>
-#include <fstream>
-#include <iostream>
-#include <iterator>
+#include <system_error>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace velnetctl {
 
@@ -45,16 +52,6 @@ void settle(Session& session, const std::string& interfaceName)
     const auto lacking = networkhost::waitUntilLive(session.device, configured, kTimeToSettle);
     if (!lacking.empty()) {
         warn(session, "the live state lacks " + lacking + ", which is configured");
-    }
-}
-
-/// Prints why there is no change, or what went wrong with it.
-void printFailure(Session& session, const Outcome& outcome)
-{
-    const bool isStatusToo = outcome.status == networkmanager::status::kInvalidIpOrMask;
-    fail(session, isStatusToo ? outcome.status + ": " + outcome.reason : outcome.reason);
-    for (const auto& note : outcome.notes) {
-        fail(session, note);
     }
 }
 
@@ -83,36 +80,39 @@ std::string shownBy(const networkhost::LiveState& live)
     return text + "gateway " + networkhost::toText(live.gateway);
 }
 
+/// On a terminal, tells each second what it waits for.
+networkhost::Missing waitShowing(Session& session, const Configuration& wanted, std::chrono::milliseconds wait,
+                                 const Configuration& before)
+{
+    auto& device = session.device;
+    if (!takesEscapes()) {
+        return networkhost::waitUntilLive(device, wanted, wait, before);
+    }
+    constexpr std::chrono::milliseconds kSecond(1000);
+    Progress progress(session);
+    const auto end = device.now() + wait;
+    for (;;) {
+        auto lacking = networkhost::waitUntilLive(device, wanted, std::min(end - device.now(), kSecond), before);
+        const auto left = end - device.now();
+        if (lacking.empty() || left <= std::chrono::milliseconds(0)) {
+            return lacking;
+        }
+        progress.show(lacking, left);
+    }
+}
+
 bool awaitEffect(Session& session, Seconds wait, const Plan& plan, const Configuration& before)
 {
     if (!wait) {
         return true;
     }
     const auto wanted = concernedBy(plan, networkhost::readConfiguration(session.device.files()));
-    const auto lacking = networkhost::waitUntilLive(session.device, wanted, *wait, concernedBy(plan, before));
+    const auto lacking = waitShowing(session, wanted, *wait, concernedBy(plan, before));
     if (!lacking.empty()) {
         fail(session, "after " + std::to_string(wait->count()) + " s the live state still lacks " + lacking +
                           "; it shows " + shownBy(networkhost::readLiveState(session.device)));
     }
     return lacking.empty();
-}
-
-bool tryPlan(Session& session, const Plan& plan, const ChangeOptions& options)
-{
-    networkhost::TrialOptions trial;
-    trial.time = *options.trial;
-    trial.wait = options.wait.value_or(std::chrono::duration_cast<std::chrono::seconds>(trial.wait));
-    trial.force = true; // the concerns have been looked at
-    trial.requiresBootGuard = options.requiresBootGuard;
-    const auto outcome = networkhost::tryOut(session.device, plan, trial);
-    if (!outcome.isDone) {
-        printFailure(session, outcome);
-        return false;
-    }
-    for (const auto& note : outcome.notes) {
-        warn(session, note);
-    }
-    return awaitConfirmation(session, trial.time);
 }
 
 bool carryOut(Session& session, const Plan& plan, const ChangeOptions& options)
@@ -189,12 +189,41 @@ std::string addressOrNone(const std::string& text)
     return lowerCase(text) == kNone ? kNoAddress : text;
 }
 
-std::string readAll(std::istream& input)
+/// Until its end: a pipe is waited for. The error code of the open or the read that failed.
+std::error_code readDocument(const std::string& file, std::string& text)
 {
-    return {std::istreambuf_iterator<char>(input), {}};
+    constexpr std::size_t kMost = velbase2::system::kMostOfAFile;
+    const auto lastError = [] { return std::error_code(errno, std::generic_category()); };
+    velbase2::system::FileDescriptor own;
+    if (file != "-") {
+        own.reset(::open(file.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC));
+        if (!own.isOpen()) {
+            return lastError();
+        }
+    }
+    std::array<char, 4096> part{};
+    for (;;) {
+        const auto count = ::read(own.isOpen() ? own.get() : STDIN_FILENO, part.data(), part.size());
+        if (count <= 0) {
+            return count < 0 ? lastError() : std::error_code();
+        }
+        text.append(part.data(), static_cast<std::size_t>(count));
+        if (text.size() > kMost) {
+            return std::make_error_code(std::errc::file_too_large);
+        }
+    }
 }
 
 } // namespace
+
+void printFailure(Session& session, const Outcome& outcome)
+{
+    const bool isStatusToo = outcome.status == networkmanager::status::kInvalidIpOrMask;
+    fail(session, isStatusToo ? outcome.status + ": " + outcome.reason : outcome.reason);
+    for (const auto& note : outcome.notes) {
+        fail(session, note);
+    }
+}
 
 bool setIp(Session& session, const std::string& interfaceName, const std::string& address, const std::string& mask,
            const std::string& gateway, const ChangeOptions& options)
@@ -223,9 +252,13 @@ bool setDns(Session& session, unsigned int index, const std::string& address, co
     return carryOut(session, networkhost::planDnsServer(session.device, addressOrNone(address), index), options);
 }
 
-bool setDomain(Session& session, const std::string& domain, const ChangeOptions& options)
+bool setDomain(Session& session, const std::vector<std::string>& domains, const ChangeOptions& options)
 {
-    return carryOut(session, networkhost::planDnsDomain(session.device, domain), options);
+    std::string text;
+    for (const auto& domain : domains) {
+        text += (text.empty() ? "" : " ") + domain;
+    }
+    return carryOut(session, networkhost::planDnsDomain(session.device, text), options);
 }
 
 bool setRoutes(Session& session, const std::string& interfaceName, const std::string& routes,
@@ -237,13 +270,9 @@ bool setRoutes(Session& session, const std::string& interfaceName, const std::st
 
 bool applySettings(Session& session, const std::string& file, const ChangeOptions& options)
 {
-    std::ifstream input;
-    if (file != "-") {
-        input.open(file);
-    }
-    const auto document = readAll(file == "-" ? std::cin : input);
-    if (file != "-" && !input) {
-        fail(session, "cannot read " + file);
+    std::string document;
+    if (const auto error = readDocument(file, document)) {
+        fail(session, "cannot read " + (file == "-" ? "standard input" : file) + ": " + error.message());
         return false;
     }
     const auto faults = networkhost::faultsOfSettings(document);

@@ -2,10 +2,12 @@
 #pragma once
 
 #include "Session.h"
+#include "networkhost/Outcome.h"
 
 #include <chrono>
 #include <optional>
 #include <string>
+#include <vector>
 
 /// The verbs that change the device. Those of the interfaces first wait until the live state shows what the files ask
 /// for. Each prints the status to the output, or why it was refused to the errors. True on success and when there was
@@ -35,7 +37,7 @@ bool setGateway(Session& session, const std::string& gateway, const ChangeOption
 /// `address` is an address or "none".
 bool setDns(Session& session, unsigned int index, const std::string& address, const ChangeOptions& options);
 
-bool setDomain(Session& session, const std::string& domain, const ChangeOptions& options);
+bool setDomain(Session& session, const std::vector<std::string>& domains, const ChangeOptions& options);
 
 /// `routes` is the library's own text form.
 bool setRoutes(Session& session, const std::string& interfaceName, const std::string& routes,
@@ -46,5 +48,8 @@ bool applySettings(Session& session, const std::string& file, const ChangeOption
 
 /// Writes that document to the file; "-" is standard output.
 bool saveSettings(Session& session, const std::string& file);
+
+/// Prints why there is no change, or what went wrong with it.
+void printFailure(Session& session, const networkhost::Outcome& outcome);
 
 } // namespace velnetctl

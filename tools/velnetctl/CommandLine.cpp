@@ -13,9 +13,9 @@
 
 #include <algorithm>
 #include <functional>
+#include <iterator>
 #include <limits>
 #include <map>
-#include <sstream>
 
 #include <CLI/CLI.hpp>
 
@@ -53,15 +53,16 @@ constexpr Verb kSetIp = {"set-ip", "Switch an interface to DHCP or to a static a
   velnetctl set-ip local 192.168.10.1/24
   velnetctl set-ip local 192.168.10.1 255.255.255.0
   velnetctl set-ip remote 10.0.0.5/24 --gateway 10.0.0.1 --dry-run
-  velnetctl set-ip remote 10.0.0.5/24 --gateway 10.0.0.1 --try 60   and then: velnetctl confirm)"};
+  velnetctl set-ip remote 10.0.0.5/24 --gateway 10.0.0.1 --try 2m   and then: velnetctl confirm)"};
 constexpr Verb kSetGateway = {"set-gateway", "Set or remove the default gateway",
                               R"(  velnetctl set-gateway 192.168.50.1
   velnetctl set-gateway none)"};
 constexpr Verb kSetDns = {"set-dns", "Set or clear one of the DNS servers",
                           R"(  velnetctl set-dns 0 192.168.50.1
   velnetctl set-dns 0 none)"};
-constexpr Verb kSetDomain = {"set-domain", "Set the DNS search domain, or remove it without DOMAIN",
+constexpr Verb kSetDomain = {"set-domain", "Set the DNS search domains, or remove them without DOMAIN",
                              R"(  velnetctl set-domain example.org
+  velnetctl set-domain example.org example.net
   velnetctl set-domain)"};
 constexpr Verb kSetRoutes = {"set-routes", "Replace the static routes of an interface, or remove them without ROUTE",
                              R"(  velnetctl set-routes remote 10.1.0.0/16 via 192.168.50.2 10.2.0.0/16 via 192.168.50.3
@@ -121,9 +122,34 @@ std::string checkNumber(const std::string& text)
     return {};
 }
 
-std::string checkNotZero(const std::string& text)
+/// Of "90", "90s", "2m" or "1h"; nothing for another text.
+Seconds parseTime(const std::string& text)
 {
-    return text == "0" ? "there is no time to confirm in" : "";
+    constexpr std::size_t kMostDigits = 9; // with more it is out of range all the same, and hours would overflow
+    const auto unit = text.find_first_not_of("0123456789");
+    const auto digits = text.substr(0, unit);
+    if (digits.empty() || (digits.size() > 1 && digits.front() == '0')) {
+        return {};
+    }
+    const auto number = std::stoll(digits.substr(0, kMostDigits));
+    const auto name = unit == std::string::npos ? "s" : text.substr(unit);
+    return name == "s"   ? std::chrono::seconds(number)
+           : name == "m" ? std::chrono::minutes(number)
+           : name == "h" ? Seconds(std::chrono::hours(number))
+                         : std::nullopt;
+}
+
+std::string checkTime(const std::string& text, std::chrono::seconds least)
+{
+    constexpr std::chrono::hours kMost(24);
+    const auto time = parseTime(text);
+    if (!time) {
+        return "'" + networkhost::printable(text) + "' is not a time such as 60, 90s, 2m or 1h";
+    }
+    if (*time < least || *time > kMost) {
+        return "'" + text + "' is out of range: " + std::to_string(least.count()) + " s to 24 h are possible";
+    }
+    return {};
 }
 
 /// "dst=D gw=G ..." of the words "D via G ...", or of words in the library's own form already.
@@ -184,25 +210,27 @@ CLI::App& add(Commands& commands, const Verb& verb, Action action)
     return app;
 }
 
-/// An option that takes a number of seconds.
-CLI::Option* addSeconds(CLI::App& app, const std::string& name, Seconds& seconds, const std::string& description)
+CLI::Option* addTime(CLI::App& app, const std::string& name, Seconds& time, std::chrono::seconds least,
+                     const std::string& description)
 {
     return app
-        .add_option_function<unsigned int>(
-            name, [&seconds](unsigned int number) { seconds = std::chrono::seconds(number); }, description)
-        ->type_name("SECONDS")
-        ->check(CLI::Validator(checkNumber, "", "seconds"));
+        .add_option_function<std::string>(
+            name, [&time](const std::string& text) { time = parseTime(text); }, description)
+        ->type_name("TIME")
+        ->check(CLI::Validator([least](const std::string& text) { return checkTime(text, least); }, "", "time"));
 }
 
 CLI::App& addChange(Commands& commands, const Verb& verb, std::function<bool()> action)
 {
     auto& app = add(commands, verb, std::move(action));
     auto& options = commands.arguments.change;
-    addSeconds(app, "--wait", options.wait, "Return when the live state shows the setting, fail after that time");
-    auto* trial = addSeconds(app, "--try", options.trial,
-                             "Roll back unless it is confirmed within that time, which begins when it is live; also "
-                             "when it is not live after --wait, by default 30")
-                      ->check(CLI::Validator(checkNotZero, "", "not zero"));
+    addTime(app, "--wait", options.wait, std::chrono::seconds(0),
+            "Return when the live state shows the setting, fail after that time: seconds, or as in 90s, 2m, 1h");
+    auto* trial = addTime(app, "--try", options.trial, std::chrono::seconds(1),
+                          "Roll back unless it is confirmed within that time, from 1s to 24h, by default 60s, which "
+                          "begins when it is live; also when it is not live after --wait, by default 30s")
+                      ->expected(0, 1)
+                      ->default_str("60");
     app.add_flag("--require-boot-guard", options.requiresBootGuard, "Refuse a trial that a reboot would keep")
         ->needs(trial);
     auto* dryRun = app.add_flag("--dry-run", options.dryRun, "Print what would be written and run; touch nothing")
@@ -267,8 +295,8 @@ void addSetting(Commands& commands, Session& session)
 
     const CLI::Validator isPrintable(checkPrintable, "", "text");
     auto& domain =
-        addChange(commands, kSetDomain, [&] { return setDomain(session, arguments.address, arguments.change); });
-    domain.add_option("DOMAIN", arguments.address)->check(isPrintable);
+        addChange(commands, kSetDomain, [&] { return setDomain(session, arguments.words, arguments.change); });
+    domain.add_option("DOMAIN", arguments.words)->check(isPrintable);
 
     auto& routes = addChange(commands, kSetRoutes, [&] {
         return setRoutes(session, arguments.interfaceName, routesText(arguments.words), arguments.change);
@@ -321,19 +349,81 @@ void addAll(Commands& commands, Session& session)
     addTrial(commands, session);
 }
 
-/// CLI11 only says that a mistyped verb was not expected. Empty when the first word is a verb, or an option.
-std::string faultOfVerb(const CLI::App& app, const std::vector<std::string>& arguments)
+/// The first word that is no option.
+std::string verbOf(const std::vector<std::string>& arguments)
 {
     const auto word = std::find_if(arguments.begin(), arguments.end(),
                                    [](const std::string& text) { return text.empty() || text.front() != '-'; });
+    return word == arguments.end() ? std::string() : *word;
+}
+
+std::vector<std::string> namesOfVerbs(const CLI::App& app)
+{
     std::vector<std::string> names;
     for (const auto* verb : app.get_subcommands({})) {
         names.push_back(verb->get_name());
     }
-    if (word == arguments.end() || std::find(names.begin(), names.end(), *word) != names.end()) {
-        return {};
+    return names;
+}
+
+/// Of the verb and of velnetctl.
+std::vector<const CLI::Option*> optionsOf(const CLI::App& app, const std::string& verb)
+{
+    const auto isOption = [](const CLI::Option* option) { return option->nonpositional(); };
+    auto options = app.get_options(isOption);
+    if (!verb.empty()) {
+        const auto own = app.get_subcommand(verb)->get_options(isOption);
+        options.insert(options.end(), own.begin(), own.end());
     }
-    return "unknown command '" + *word + "'" + suggestion(*word, names) + " (see velnetctl --help)";
+    return options;
+}
+
+/// CLI11 takes what follows an unknown option for other arguments, and tells of their faults.
+std::string faultOfOptions(const std::vector<const CLI::Option*>& options, const std::vector<std::string>& arguments)
+{
+    std::vector<std::string> names(options.size());
+    std::transform(options.begin(), options.end(), names.begin(),
+                   [](const CLI::Option* option) { return "--" + option->get_lnames().at(0); });
+    for (auto word = arguments.begin(); word != arguments.end() && *word != "--"; ++word) {
+        constexpr const char* kNumber = "0123456789";
+        if (word->size() < 2 || word->front() != '-' || word->find_first_of(kNumber, 1) == 1) {
+            continue;
+        }
+        const bool isLong = (*word)[1] == '-';
+        const auto name = isLong ? word->substr(0, word->find('=')) : word->substr(0, 2);
+        const auto option = std::find_if(options.begin(), options.end(),
+                                         [&](const CLI::Option* candidate) { return candidate->check_name(name); });
+        if (option == options.end()) {
+            const auto shown = isLong ? name : *word;
+            return "unknown option '" + networkhost::printable(shown) + "'" + suggestion(shown, names);
+        }
+        const bool takesNext = (*option)->get_items_expected_min() > 0 && *word == name;
+        word += takesNext && std::next(word) != arguments.end() ? 1 : 0;
+    }
+    return {};
+}
+
+/// What CLI11 found, in one line.
+std::string textOf(const CLI::ParseError& error, const CLI::App& app)
+{
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
+        const auto words = app.remaining(true);
+        const auto word = words.empty() ? std::string() : words.front();
+        return std::string("unexpected ") + (word.rfind('-', 0) == 0 ? "option" : "word") + " '" + word + "'";
+    }
+    const std::string text = error.what();
+    if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
+        return text.substr(0, text.find(':')) + " needs a value";
+    }
+    const std::string place = "INTERFACE: ";
+    return text.rfind(place + "unknown", 0) == 0 ? text.substr(place.size()) : text;
+}
+
+int failForUsage(Session& session, const std::string& fault, const std::string& verb)
+{
+    const auto help = "velnetctl " + verb + (verb.empty() ? "" : " ") + "--help";
+    fail(session, networkhost::printable(fault) + " (see " + help + ')'); // it repeats what was typed
+    return kWrongUsage;
 }
 
 } // namespace
@@ -343,22 +433,23 @@ int run(const std::vector<std::string>& arguments, Session& session)
     Commands commands;
     addAll(commands, session);
     auto& app = commands.app;
-    if (const auto fault = faultOfVerb(app, arguments); !fault.empty()) {
-        fail(session, fault);
-        return kWrongUsage;
+    const auto verb = verbOf(arguments);
+    const auto verbs = namesOfVerbs(app);
+    const bool isVerb = std::find(verbs.begin(), verbs.end(), verb) != verbs.end();
+    if (!verb.empty() && !isVerb) {
+        return failForUsage(session, "unknown command '" + verb + "'" + suggestion(verb, verbs), {});
     }
     try {
+        if (const auto fault = faultOfOptions(optionsOf(app, verb), arguments); !fault.empty()) {
+            return failForUsage(session, fault, verb);
+        }
         app.parse(
             std::vector<std::string>(arguments.rbegin(), arguments.rend())); // CLI11 takes the last argument first
     } catch (const CLI::ParseError& error) {
-        std::ostringstream errors;
-        const bool isGood = app.exit(error, session.output, errors) == 0; // --help and --version
-        std::istringstream lines(errors.str());
-        std::string line;
-        while (std::getline(lines, line)) {
-            session.errors << networkhost::printable(line) << '\n'; // they repeat what was typed
+        if (error.get_exit_code() != 0) {
+            return failForUsage(session, verb.empty() ? "a command is required" : textOf(error, app), verb);
         }
-        return isGood ? kGood : kWrongUsage;
+        return app.exit(error, session.output, session.errors); // --help and --version
     }
 
     constexpr int kNothing = velbase2::system::log::kFileProblem + 1; // velnetctl itself tells what failed

@@ -3,6 +3,8 @@
 
 #include "networkhost/Checks.h"
 
+#include <sstream>
+
 namespace velnetctl {
 
 void warn(Session& session, const std::string& text)
@@ -12,7 +14,17 @@ void warn(Session& session, const std::string& text)
 
 void fail(Session& session, const std::string& text)
 {
-    session.errors << "velnetctl: " << networkhost::printable(text) << std::endl;
+    session.errors << printableLines(text, "velnetctl: ") << std::flush;
+}
+
+std::string printableLines(const std::string& text, const std::string& prefix)
+{
+    std::istringstream lines(text); // a command that failed may have said several
+    std::string result;
+    for (std::string line; std::getline(lines, line);) {
+        result += prefix + networkhost::printable(line) + '\n';
+    }
+    return result;
 }
 
 } // namespace velnetctl

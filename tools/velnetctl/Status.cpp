@@ -4,7 +4,10 @@
 #include "Configured.h"
 #include "Json.h"
 #include "Snapshot.h"
+#include "Text.h"
+#include "Trial.h"
 #include "networkhost/Cells.h"
+#include "networkhost/Checks.h"
 #include "networkhost/Missing.h"
 #include "networkhost/Text.h"
 
@@ -14,7 +17,9 @@
 
 namespace velnetctl {
 
+using networkhost::printable;
 using networkhost::toText;
+using networkhost::TrialState;
 using networkmanager::EthInterface;
 
 namespace {
@@ -24,11 +29,28 @@ bool contains(const std::vector<std::string>& names, const std::string& name)
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-void printStatusText(Session& session, const Snapshot& snapshot, const std::vector<std::string>& interfaceNames)
+Section sectionOf(const TrialState& trial)
+{
+    if (trial.kind == TrialState::Kind::Unreadable) {
+        return {"trial", {{"pending", printable(trial.text()), Color::Red, {}}}};
+    }
+    return {"trial",
+            {{"pending", printable(trial.title), Color::Red, ", by " + printable(trial.by)},
+             {"state", nameOf(trial.kind), {}, ", " + secondsText(trial.left) + " left"},
+             {"to keep it", "velnetctl confirm", {}, {}},
+             {"to go back", "velnetctl rollback", {}, {}}}};
+}
+
+void printStatusText(Session& session, const Snapshot& snapshot, const TrialState& trial,
+                     const std::vector<std::string>& interfaceNames)
 {
     auto& output = session.output;
     const char* between = "";
-    for (const auto& section : sectionsOf(snapshot)) {
+    auto sections = sectionsOf(snapshot);
+    if (trial.isPending()) {
+        sections.insert(sections.begin(), sectionOf(trial));
+    }
+    for (const auto& section : sections) {
         const bool isInterface = snapshot.interfaces.count(section.title) > 0;
         if (isInterface && !contains(interfaceNames, section.title)) {
             continue;
@@ -63,9 +85,11 @@ Json interfaceJson(const EthInterface& iface, const Snapshot& snapshot)
     return json;
 }
 
-void printStatusJson(Session& session, const Snapshot& snapshot, const std::vector<std::string>& interfaceNames)
+void printStatusJson(Session& session, const Snapshot& snapshot, const TrialState& trial,
+                     const std::vector<std::string>& interfaceNames)
 {
     Json status = {
+        {"trial", trial.isPending() ? toJson(trial) : Json()},
         {"host", {{"hostname", snapshot.host.hostname.get()}, {"gateway", snapshot.host.gateway.get()}}},
         {"resolver",
          {{"configured", {{"servers", snapshot.configured.dnsServers}, {"domains", snapshot.configured.searchDomains}}},
@@ -89,7 +113,7 @@ void printStatus(Session& session, const std::vector<std::string>& interfaceName
             names.push_back(entry.first);
         }
     }
-    (json ? printStatusJson : printStatusText)(session, snapshot, names);
+    (json ? printStatusJson : printStatusText)(session, snapshot, trialState(session.device), names);
 }
 
 } // namespace velnetctl

@@ -3,10 +3,10 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstdlib>
 #include <ctime>
 #include <numeric>
+#include <string_view>
 #include <utility>
 
 #include <unistd.h>
@@ -32,10 +32,16 @@ std::size_t editDistance(const std::string& from, const std::string& to)
 
 } // namespace
 
+bool takesEscapes()
+{
+    const char* type = std::getenv("TERM");
+    return type != nullptr && *type != '\0' && std::string_view(type) != "dumb" && ::isatty(STDOUT_FILENO) == 1;
+}
+
 bool wantsColor()
 {
     const char* noColor = std::getenv("NO_COLOR");
-    return (noColor == nullptr || *noColor == '\0') && ::isatty(STDOUT_FILENO) == 1;
+    return (noColor == nullptr || *noColor == '\0') && takesEscapes();
 }
 
 std::string colored(Color color, const std::string& text)
@@ -43,6 +49,11 @@ std::string colored(Color color, const std::string& text)
     static const bool isWanted = wantsColor();
     const char* code = color == Color::Bold ? "1" : color == Color::Green ? "32" : "31";
     return isWanted ? "\033[" + std::string(code) + 'm' + text + "\033[0m" : text;
+}
+
+std::string secondsText(std::chrono::milliseconds left)
+{
+    return std::to_string(std::max<long long>(std::chrono::ceil<std::chrono::seconds>(left).count(), 0)) + " s";
 }
 
 std::string utcNow()

@@ -1,19 +1,29 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Change.h"
+#include "Json.h"
 #include "Session.h"
+#include "networkhost/Plan.h"
+#include "networkhost/Trial.h"
 
-#include <chrono>
+#include <string>
 
 /// The verbs about a pending trial.
 namespace velnetctl {
 
-/// In a terminal, shows the seconds that are left, and keeps the setting on Enter; true when it was kept. Otherwise
-/// says how to confirm, and returns.
-bool awaitConfirmation(Session& session, std::chrono::seconds time);
+/// Tries the plan, tells what it waits for, and in a terminal asks whether to keep the setting; true when it was kept.
+/// Elsewhere it says how to confirm, and returns true when the setting is live.
+bool tryPlan(Session& session, const networkhost::Plan& plan, const ChangeOptions& options);
 
 bool confirm(Session& session);
 bool rollBack(Session& session);
+
+/// "counting", of a trial that is live.
+const char* nameOf(networkhost::TrialState::Kind kind);
+
+/// The trial for programs.
+Json toJson(const networkhost::TrialState& state);
 
 /// True when a trial is pending.
 bool printPending(Session& session, bool json);

@@ -107,8 +107,11 @@ std::string heading(const CLI::Option& option)
     for (const auto& name : option.get_snames()) {
         names += bold('-' + name) + ", ";
     }
+    const auto value = italic(option.get_type_name());
     return names + bold(longName(option)) +
-           (option.get_items_expected_max() == 0 ? "" : ' ' + italic(option.get_type_name()));
+           (option.get_items_expected_max() == 0   ? ""
+            : option.get_items_expected_min() == 0 ? " [" + value + ']'
+                                                   : ' ' + value);
 }
 
 std::string manualOfVerbs(const CLI::App& app)
