@@ -6,7 +6,7 @@ import subprocess
 
 import pytest
 
-from conftest import VELNETCTL, wait_until
+from conftest import VELNETCTL, end_of_trial, wait_until
 
 
 class Screen:
@@ -41,7 +41,7 @@ def screen(box, tmp_path):
 def test_the_state_and_what_changes_are_shown(box, screen):
     for pattern in (r"name +velnet-device", r"gateway +192\.168\.50\.1 +live +192\.168\.50\.1, search none",
                     r"link +up, \d+ Mbit/s, full duplex +link +up, ", r"configured  192\.168\.10\.1/24  \(01_local",
-                    r"configured  DHCP  \(02_remote", r"no trial is pending"):
+                    r"configured  DHCP  \(02_remote"):
         screen.wait_for(pattern)
 
     box.run("link", "remote", "down")
@@ -53,7 +53,9 @@ def test_the_state_and_what_changes_are_shown(box, screen):
     screen.wait_for(r"lacks +an address of remote by DHCP")
 
     screen.tmux("resize-window", "-x", "60", "-y", "60")
-    screen.wait_for(r"\nlocal\n  link +up(.*\n)+\nremote\n  link +down")  # one below the other
+    screen.wait_for(r"^local\n  link +up(.*\n)+\nremote\n  link +down")  # one below the other
+    screen.tmux("resize-window", "-x", "60", "-y", "9")
+    screen.wait_for(r"^local\n  link +up(.*\n)+\.\.\. \d+ more lines\n")
 
 
 def test_a_pending_trial_counts_down(box, settings, screen):
@@ -65,6 +67,15 @@ def test_a_pending_trial_counts_down(box, settings, screen):
             seconds.add(left[1])
     assert len(seconds) > 2
     screen.wait_for(r"live +192\.168\.10\.1/24")
+
+
+@pytest.mark.parametrize("key, state", [("c", "confirmed"), ("r", "rolled back")])
+def test_a_key_ends_a_pending_trial(box, settings, screen, key, state):
+    box.velnetctl("set-ip", "local", "10.8.9.1/8", "--try", "60")
+    screen.wait_for("c keeps the setting, r goes back at once")
+    screen.tmux("send-keys", key)
+    screen.wait_for(f"\nno trial is pending; the last one, set-ip local 10.8.9.1/8, was {state}")
+    assert end_of_trial(box)[0] == state
 
 
 @pytest.mark.parametrize("end", ["q", "C-c", "TERM"])

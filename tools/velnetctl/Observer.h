@@ -12,6 +12,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace velnetctl {
 
@@ -37,6 +38,11 @@ public:
     /// See LiveUpdates.
     int fd() const { return updates_.fd(); }
     bool dispatch();
+    template <class Do, class Done>
+    void start(Do change, Done done)
+    {
+        updates_.start(std::move(change), std::move(done));
+    }
 
 private:
     /// The cells of a manager, without what it would load into them beforehand: that would not count as a change.

@@ -8,6 +8,9 @@
 #include <string_view>
 
 namespace velnetctl {
+
+using networkhost::TrialState;
+
 namespace {
 
 constexpr Picture::Time kMarkTime(5000);
@@ -57,6 +60,42 @@ void addRow(std::vector<Line>& lines, const Row& row, int column, int labelWidth
     }
 }
 
+std::string keysFor(const TrialState& trial)
+{
+    return trial.kind == TrialState::Kind::Counting  ? "c keeps the setting, r goes back at once"
+           : trial.kind == TrialState::Kind::Waiting ? "r goes back at once"
+                                                     : "";
+}
+
+/// What a command that failed has said may be several.
+std::string inOneLine(std::string text)
+{
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    return networkhost::printable(text);
+}
+
+/// The beginning, where it is longer.
+std::string cut(const std::string& text, std::size_t width)
+{
+    constexpr std::string_view kMore = " ...";
+    const auto room = std::max(width, kMore.size() + 1) - kMore.size();
+    return text.size() <= width ? text : wrapped(text, room).front() + std::string(kMore);
+}
+
+/// Closer when they are more than fit, and then without the last ones.
+void fit(std::vector<Line>& lines, std::size_t height)
+{
+    if (lines.size() > height) {
+        lines.erase(std::remove_if(lines.begin(), lines.end(), [](const Line& line) { return line.empty(); }),
+                    lines.end());
+    }
+    if (lines.size() > height) {
+        const auto hidden = lines.size() - height + 1;
+        lines.resize(height - 1);
+        lines.push_back({{0, "... " + std::to_string(hidden) + " more lines", {}, false}});
+    }
+}
+
 } // namespace
 
 void Picture::show(const std::vector<Section>& sections, Time now)
@@ -93,14 +132,22 @@ std::vector<Line> Picture::lines(const networkhost::TrialState& trial, int width
     const auto titleLine = [](const std::string& title, int column) {
         return Line{{column, title, Color::Bold, false}};
     };
-    std::vector<Line> lines{titleLine("trial", 0)};
-    const auto trialColor = trial.isPending() ? std::optional(Color::Red) : std::nullopt;
-    addRow(lines, {{}, networkhost::printable(trial.text()), trialColor, {}}, 0, 0, width, false);
+    std::vector<Line> lines;
+    if (trial.isPending()) {
+        lines.push_back(titleLine("trial", 0));
+        addRow(lines, {{}, inOneLine(trial.text()), Color::Red, {}}, 0, 0, width, false);
+        addRow(lines, {{}, keysFor(trial), {}, {}}, 0, 0, width, false);
+    }
+    if (!told_.empty()) {
+        addRow(lines, {{}, inOneLine(told_), Color::Red, {}}, 0, 0, width, false);
+    }
 
     const std::size_t besides = width < kLeastForTwo ? 1 : 2;
     const int gap = width < kLeastForTwo ? 0 : 1;
     for (std::size_t first = 0; first < sections_.size(); first += besides) {
-        lines.emplace_back();
+        if (!lines.empty()) {
+            lines.emplace_back();
+        }
         const auto top = lines.size();
         for (std::size_t i = first; i < std::min(first + besides, sections_.size()); ++i) {
             const int columnWidth = width / static_cast<int>(besides);
@@ -124,11 +171,6 @@ std::vector<Line> Picture::lines(const networkhost::TrialState& trial, int width
     lines.emplace_back();
     lines.push_back(titleLine("last changes", 0));
 
-    constexpr std::size_t kSomeChanges = 4;
-    if (lines.size() + kSomeChanges > static_cast<std::size_t>(height)) {
-        lines.erase(std::remove_if(lines.begin(), lines.end(), [](const Line& line) { return line.empty(); }),
-                    lines.end());
-    }
     if (changes_.empty()) {
         addRow(lines, {{}, "none yet (q ends this)", {}, {}}, 0, 0, width, false);
     }
@@ -136,6 +178,11 @@ std::vector<Line> Picture::lines(const networkhost::TrialState& trial, int width
         const auto color = isFresh(at, now) ? std::optional(Color::Bold) : std::nullopt;
         addRow(lines, {head, text, color, {}}, 0, static_cast<int>(head.size()), width, false);
     }
+    if (!trial.isPending() && trial.kind != TrialState::Kind::None) {
+        lines.emplace_back();
+        lines.push_back({{0, cut(inOneLine(trial.text()), static_cast<std::size_t>(width)), {}, false}});
+    }
+    fit(lines, static_cast<std::size_t>(std::max(height, 1)));
     return lines;
 }
 

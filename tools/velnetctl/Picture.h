@@ -39,8 +39,11 @@ public:
 
     bool hasMarks(Time now) const;
 
+    /// Why a key did not do what it is for; empty for nothing to tell.
+    void tell(const std::string& text) { told_ = text; }
+
     /// From the top, with what matters least at the end; texts are wrapped at that width. In a low window they stand
-    /// closer, and may still be more than fit.
+    /// closer, and the last line tells how many do not fit.
     std::vector<Line> lines(const networkhost::TrialState& trial, int width, int height, Time now) const;
 
 private:
@@ -51,6 +54,7 @@ private:
         Time at;
     };
 
+    std::string told_;
     std::vector<Section> sections_;
     std::map<std::tuple<std::string, std::string, std::string>, Time> since_; // by title, label and text of a row
     std::deque<LastChange> changes_;                                          // the newest is the first

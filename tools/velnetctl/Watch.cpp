@@ -11,6 +11,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 #define NCURSES_NOMACROS
 #include <curses.h>
@@ -90,7 +91,7 @@ private:
     static SCREEN* open()
     {
         static_cast<void>(std::setlocale(LC_CTYPE, ""));
-        return ::newterm(nullptr, stdout, stdin); // initscr() would end the process
+        return takesEscapes() ? ::newterm(nullptr, stdout, stdin) : nullptr; // initscr() would end the process
     }
 
     SCREEN* screen_;
@@ -112,17 +113,53 @@ bool goesOn(int signals, Screen& screen)
     return result;
 }
 
-/// Reads the keys, of a terminal that has some or has ended. False when it has ended, or one of them ends it.
-bool goesOnAfterKeys()
+constexpr int kCtrlC = 3;
+
+/// Of a terminal that has some; when it has ended, that counts as Ctrl-C.
+std::vector<int> readKeys()
 {
-    constexpr int kCtrlC = 3;
-    int key = ::getch();
-    bool result = key != ERR;
-    for (; key != ERR; key = ::getch()) {
-        result = result && key != 'q' && key != kCtrlC;
+    std::vector<int> keys;
+    for (int key = ::getch(); key != ERR; key = ::getch()) {
+        keys.push_back(key);
     }
-    return result;
+    return keys.empty() ? std::vector{kCtrlC} : keys;
 }
+
+bool hasEnd(const std::vector<int>& keys)
+{
+    return std::any_of(keys.begin(), keys.end(), [](int key) { return key == 'q' || key == kCtrlC; });
+}
+
+networkhost::Outcome rollBackByKey(networkhost::IDevice& device)
+{
+    return networkhost::rollBack(device, "a key of velnetctl watch asked for it");
+}
+
+/// Ends the pending trial, when a key asks for it.
+class TrialKeys
+{
+public:
+    TrialKeys(Observer& observer, Picture& picture) : observer_(observer), picture_(picture) {}
+
+    void take(const std::vector<int>& keys, const networkhost::TrialState& trial)
+    {
+        picture_.tell({});
+        for (const int key : keys) {
+            if (trial.isPending() && !isAtWork_ && (key == 'c' || key == 'r')) {
+                isAtWork_ = true;
+                observer_.start(key == 'c' ? networkhost::confirmTrial : rollBackByKey, [this](const auto& outcome) {
+                    isAtWork_ = false;
+                    picture_.tell(outcome.reason);
+                });
+            }
+        }
+    }
+
+private:
+    Observer& observer_;
+    Picture& picture_;
+    bool isAtWork_ = false;
+};
 
 /// How long the picture stays as it is while nothing happens, for poll.
 int timeout(const Picture& picture, const networkhost::TrialState& trial, Picture::Time now)
@@ -153,27 +190,34 @@ bool watch(Session& session)
     auto& device = session.device;
     Picture picture;
     bool isComplete = false; // what is reported before is no change
+    networkhost::TrialState trial;
     Observer observer(device, [&](const Change& change) {
         if (isComplete) {
             picture.add(headOf(change).substr(sizeof "2026-05-04"), change.text, device.now());
         }
     });
+    TrialKeys trialKeys(observer, picture);
     std::array<pollfd, 3> watched{{{signals.get(), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}, {observer.fd(), POLLIN, 0}}};
     for (int limit = -1;;) {
         if (::poll(watched.data(), watched.size(), limit) < 0) {
             continue; // this process was stopped for a while
         }
-        if ((watched[0].revents != 0 && !goesOn(signals.get(), screen)) ||
-            (watched[1].revents != 0 && !goesOnAfterKeys())) {
+        const auto keys = watched[1].revents != 0 ? readKeys() : std::vector<int>();
+        if (hasEnd(keys) || (watched[0].revents != 0 && !goesOn(signals.get(), screen))) {
             return true;
+        }
+        if (!keys.empty()) {
+            trialKeys.take(keys, trial);
         }
         if (observer.dispatch()) {
             Snapshot snapshot;
             read(device, snapshot);
-            picture.show(sectionsOf(snapshot), device.now());
+            auto sections = sectionsOf(snapshot);
+            std::rotate(sections.begin(), sections.begin() + 2, sections.end()); // the interfaces come first
+            picture.show(sections, device.now());
             isComplete = true;
         }
-        const auto trial = trialState(device);
+        trial = trialState(device);
         const auto now = device.now();
         screen.draw(picture.lines(trial, screen.width(), screen.height(), now));
         limit = timeout(picture, trial, now);
