@@ -4,8 +4,10 @@
 #include "base/FileDescriptor.h"
 #include "base/ThisThread.h"
 
+#include <array>
 #include <cerrno>
 #include <chrono>
+#include <climits>
 #include <cstdlib>
 #include <memory>
 
@@ -63,24 +65,72 @@ bool isAt(const std::string& path, int fd)
            opened.st_ino == present.st_ino;
 }
 
+/// The lock file of the directory that the file lies in. Only those can open it who may write there. Not open for what
+/// is no regular file, and where none can be made.
+FileDescriptor openLockFile(int file)
+{
+    constexpr int kFlags = O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
+    struct stat status = {};
+    std::array<char, PATH_MAX> real = {};
+    const auto link = "/proc/self/fd/" + std::to_string(file);
+    const ssize_t size = ::readlink(link.c_str(), real.data(), real.size());
+    if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode) || size <= 0) {
+        return FileDescriptor();
+    }
+    const std::string_view path(real.data(), static_cast<std::size_t>(size));
+    const std::string directory(path.substr(0, path.rfind('/') + 1));
+    const auto name = directory + ".velnet.lock";
+    const int existing = ::open(name.c_str(), kFlags);
+    if (existing >= 0 || errno != ENOENT) {
+        return FileDescriptor(atLeast(STDERR_FILENO + 1, existing));
+    }
+    const int created = ::open(name.c_str(), kFlags | O_CREAT | O_EXCL, 0600);
+    if (created < 0) { // somebody else was faster
+        return FileDescriptor(atLeast(STDERR_FILENO + 1, ::open(name.c_str(), kFlags)));
+    }
+    struct stat parent = {};
+    if (::stat(directory.c_str(), &parent) == 0 && ::fchown(created, parent.st_uid, parent.st_gid) == 0) {
+        ::fchmod(created, (parent.st_mode & S_IWGRP) != 0 ? 0660 : 0600);
+    }
+    return FileDescriptor(atLeast(STDERR_FILENO + 1, created));
+}
+
+/// Two locks, let go by hand: they would outlive the descriptors in a child that the host has forked meanwhile.
+struct Turn
+{
+    FileDescriptor file;
+    FileDescriptor lockFile; // may be none
+
+    void release() const
+    {
+        ::flock(file.get(), LOCK_UN);
+        ::flock(lockFile.get(), LOCK_UN);
+    }
+};
+
 /// The file at `path`, locked. Not open, with errno, on failure.
-FileDescriptor openLocked(const std::string& path, bool& isNew)
+Turn openLocked(const std::string& path, bool& isNew)
 {
     const auto deadline = Clock::now() + kPatience;
     for (;;) {
         // In a host without standard streams: what others print must not land in the file.
-        FileDescriptor file(atLeast(STDERR_FILENO + 1, openOrCreate(path, isNew)));
-        if (!file.isOpen()) {
-            return file;
+        Turn turn{FileDescriptor(atLeast(STDERR_FILENO + 1, openOrCreate(path, isNew))), FileDescriptor()};
+        if (!turn.file.isOpen()) {
+            return turn;
         }
-        const bool isLocked = lockUntil(deadline, file.get());
-        if (isLocked && isAt(path, file.get())) {
-            return file;
+        turn.lockFile.reset(openLockFile(turn.file.get()).release());
+        const bool isFirst = turn.lockFile.isOpen() && lockUntil(deadline, turn.lockFile.get());
+        const bool isWriter = isFirst || !turn.lockFile.isOpen();
+        // This lock anybody may hold who may read the file: whoever has the other one only waits for its end.
+        const bool isLocked = isWriter && (lockUntil(deadline, turn.file.get()) || isFirst);
+        if (isLocked && isAt(path, turn.file.get())) {
+            return turn;
         }
+        turn.release();
         if (!isLocked || Clock::now() >= deadline) {
-            file.reset();
+            turn.file.reset();
             errno = EWOULDBLOCK;
-            return file;
+            return turn;
         }
     }
 }
@@ -114,16 +164,15 @@ void syncDirectoryOf(const std::string& path)
 std::error_code writeFile(const std::string& path, std::string_view content)
 {
     bool isNew = false;
-    const FileDescriptor file = openLocked(path, isNew);
+    const auto turn = openLocked(path, isNew);
+    const auto& file = turn.file;
     if (!file.isOpen()) {
         return {errno, std::system_category()};
     }
     if (::ftruncate(file.get(), 0) == 0 || errno == EINVAL) { // EINVAL: a device, which has nothing to truncate
         writeAll(file.get(), content);
     }
-    // Before the sync, so that others need not wait for the disk, and by hand: the lock would outlive the descriptor in
-    // a child that the host has forked meanwhile.
-    ::flock(file.get(), LOCK_UN);
+    turn.release(); // before the sync: others need not wait for the disk
     ::fsync(file.get());
     if (isNew) {
         syncDirectoryOf(path);

@@ -75,13 +75,18 @@ TEST_F(WriteFile, SaysWhyAFileCannotBeOpened)
     EXPECT_EQ(writeFile(path, kLong), std::errc::no_such_device_or_address);
 }
 
-TEST_F(WriteFile, GivesUpWhenItsTurnDoesNotCome)
+TEST_F(WriteFile, GivesUpForAWriterAndNotForAReaderWhoHasTheLock)
 {
     EXPECT_FALSE(writeFile(path, kLong));
-    const FileDescriptor other(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    ASSERT_EQ(::flock(other.get(), LOCK_EX), 0);
-    EXPECT_EQ(writeFile(path, kShort), std::errc::resource_unavailable_try_again);
-    EXPECT_EQ(textOf(path), kLong);
+    const FileDescriptor reader(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    ASSERT_EQ(::flock(reader.get(), LOCK_EX), 0);
+    EXPECT_FALSE(writeFile(path, kShort));
+    EXPECT_EQ(textOf(path), kShort);
+    const FileDescriptor writer(::open(directory.file(".velnet.lock").c_str(), O_RDWR | O_CLOEXEC));
+    ASSERT_EQ(::flock(writer.get(), LOCK_EX), 0);
+    EXPECT_EQ(modeOf(directory.file(".velnet.lock")), 0600U);
+    EXPECT_EQ(writeFile(path, kLong), std::errc::resource_unavailable_try_again);
+    EXPECT_EQ(textOf(path), kShort);
 }
 
 TEST_F(WriteFile, WritesToTheNewFileWhenTheFileIsReplacedBeforeItsTurn)
