@@ -4,7 +4,7 @@ import shlex
 
 import pytest
 
-from conftest import change_every_setting, drop_in, run_in_unit
+from conftest import change_every_setting, drop_in, run_in_unit, wait_until
 
 AS_VELNET = ("setpriv", "--reuid=velnet", "--regid=velnet", "--init-groups", "--")
 DAEMONS = "systemd-networkd", "systemd-resolved"
@@ -49,9 +49,37 @@ def test_a_host_in_the_unit_changes_every_setting(box, host):
     change_every_setting(box)
 
 
+def test_a_trial_begun_in_the_unit_is_none_of_an_earlier_boot(box, units, host):
+    """There, /proc is a new one, and in a container the kernel's own id of the boot is another one."""
+    assert host("velnetctl", "set-ip", "local", "10.0.0.1/8", "--try", "99")
+    assert '"state": "counting"' in box.velnetctl("pending", "--json").stdout
+    box.velnetctl("rollback")
+
+
+# Its host changes settings all the time, and ends when the change at work is done.
+BUSY = "Type=exec\nKillMode=mixed\nTimeoutStopSec=20"
+CHANGE = ("trap stop=1 TERM; until [ $$stop ]; "
+          "do velnetctl set-ip local 10.0.0.1/8; velnetctl set-ip local 192.168.10.1/24; done")
+
+
+@pytest.fixture
+def busy(box, settings, installed):
+    with drop_in(box, "velnet-host", f"[Service]\nRestart=no\nExecStart=\nExecStart=bash -c '{CHANGE}'\n{BUSY}"):
+        box.exec("systemctl", "start", "velnet-host")
+        wait_until(lambda: box.ipv4("local") == ["10.0.0.1/8"], "the host is at work")
+        yield
+        box.exec("systemctl", "stop", "velnet-host")
+
+
+def test_the_unit_is_stopped_in_the_middle_of_a_change_without_waiting_for_it_for_ever(box, busy):
+    for verb in "restart", "stop":
+        box.exec("systemctl", verb, "velnet-host")
+        assert box.exec("systemctl", "show", "-P", "Result", "velnet-host").stdout == "success\n"
+
+
 def test_a_host_in_the_unit_writes_nowhere_else(box, host):
-    box.exec(*AS_VELNET, "touch", "/run/lock/velnet")  # so below it is the unit that refuses
-    assert host("touch", "/etc/systemd/network/velnet.network", "/etc/systemd/resolved.conf.d/velnet.conf")
+    box.exec(*AS_VELNET, "touch", "/run/lock/velnet")  # below, the unit refuses it
+    assert host("touch", "/etc/systemd/velnet/x")
     for path in "/etc/hostname", "/etc/systemd/system/velnet.service", "/usr/bin/velnet", "/run/lock/velnet":
         assert not host("touch", path), path
 
@@ -59,8 +87,7 @@ def test_a_host_in_the_unit_writes_nowhere_else(box, host):
 @pytest.mark.parametrize("without, command", [
     ("ReadOnlyPaths=", "echo 0 >/proc/sys/net/ipv4/ip_forward"),
     ("InaccessiblePaths=", "touch /dev/shm/velnet"),
-    ("NoExecPaths=", "cd /etc/systemd/network; cp /bin/true velnet; ./velnet"),
-    ("NoExecPaths=", "cd /etc/systemd/resolved.conf.d; cp /bin/true velnet; ./velnet"),
+    ("NoExecPaths=", "cd /etc/systemd/velnet; cp /bin/true velnet; ./velnet"),
     ("NoExecPaths=", "cd /tmp; cp /bin/true velnet; ./velnet"),
     ("IPAddressDeny=", "echo text >/dev/udp/192.168.50.1/9"),
 ])
