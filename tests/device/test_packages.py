@@ -6,8 +6,8 @@ import subprocess
 
 import pytest
 
-from conftest import Box, DEVICEBOX, change_every_setting, end_of_trial, wait_until
-from test_packaging import AS_VELNET
+from conftest import Box, DEVICEBOX, change_every_setting, drop_in, end_of_trial, wait_until
+from test_packaging import AS_VELNET, BUSY, CHANGE
 
 PROJECT = DEVICEBOX.parents[2]
 NAMES = "libvelnetworkmanager1", "libvelnetworkhost1", "velnetctl", "velnetworkmanager-host"
@@ -93,6 +93,64 @@ def test_an_upgrade_brings_the_new_files_and_leaves_a_trial_to_its_guard(bare):
     assert show(bare, "ActiveState", "velnet-guard.path", "velnet-host") == ["active", "active"]
     assert show(bare, "MainPID", "velnet-guard") == [guard] and show(bare, "MainPID", "velnet-host") != [host]
     assert bare.velnetctl("pending").returncode == 0
+
+
+# The layout of an earlier version, whose user could write to the daemons' directories, and what it may have made there.
+EARLIER = """
+cd /etc/systemd/network
+for link in *.network *.network.d/*.conf ../resolved.conf.d/*.conf; do
+    target=../velnet/$(basename "$(readlink "$link")")
+    rm "$link"; if [ -e "$target" ]; then mv -T "$target" "$link"; fi
+done
+mv ../velnet/trials .velnet; rm -r ../velnet
+chmod 775 . *.d ../resolved.conf.d; chgrp velnet . *.d ../resolved.conf.d
+install -m 600 -o velnet -g velnet /dev/stdin ../resolved.conf.d/dns_server_0.conf <<<'[Resolve]'
+printf key | install -m 640 /dev/stdin 25-wg.netdev; mv 25-wg.netdev ../resolved.conf.d/dns_server_1.conf
+ln -s /dev/null 20-mask.network; mv 20-mask.network 02_remote.network.d/50-routes.conf
+as_velnet='setpriv --reuid=velnet --regid=velnet --init-groups'
+$as_velnet sh -c 'touch 90-evil.link 03_more.network; ln -s /etc/shadow ../resolved.conf.d/dns_domain.conf'
+"""
+
+
+def test_an_upgrade_takes_over_the_settings_and_the_trial_of_an_earlier_version_and_nothing_of_roots(bare):
+    bare.exec("dpkg", "--install", *packages())
+    bare.velnetctl(*TRIAL, "99")
+    text = bare.read(LOCAL)
+    bare.exec("bash", "-ec", EARLIER)
+    bare.exec("dpkg", "--install", *packages())
+    assert bare.read(LOCAL) == text and bare.velnetctl("pending").returncode == 0
+    stat = "cd /etc/systemd; stat -c '%n %U %a %F' network resolved.conf.d velnet/*.* network/*[!d] resolved.conf.d/*"
+    made = set(bare.exec("sh", "-c", stat).stdout.splitlines())
+    assert {"network root 755 directory", "resolved.conf.d root 755 directory",
+            "velnet/01_local.network velnet 644 regular file", "network/01_local.network root 777 symbolic link",
+            "velnet/dns_server_0.conf velnet 600 regular file",
+            "resolved.conf.d/dns_server_1.conf root 640 regular file",
+            "resolved.conf.d/dns_domain.conf root 777 symbolic link", "network/03_more.network root 644 regular empty file",
+            "network/90-evil.link.before1 velnet 644 regular empty file"} <= made
+    routes = bare.exec("readlink", "/etc/systemd/network/02_remote.network.d/50-routes.conf").stdout
+    assert routes == "/dev/null\n"
+    bare.velnetctl("rollback")
+    assert "192.168.10.1/24" in bare.read(LOCAL)
+    bare.exec("sh", "-c", "rm -r /etc/systemd/resolved.conf.d /etc/systemd/network/*.before1 /etc/systemd/network/03*")
+
+
+def test_the_daemons_are_enabled_with_the_package_and_disabled_again_with_its_purge(bare):
+    bare.exec("systemctl", "disable", "systemd-networkd")
+    bare.exec("dpkg", "--install", *packages())
+    assert show(bare, "UnitFileState", "systemd-networkd", "systemd-resolved") == ["enabled", "enabled"]
+    bare.exec("dpkg", "--purge", *NAMES)
+    assert show(bare, "UnitFileState", "systemd-networkd", "systemd-resolved") == ["disabled", "enabled"]
+    bare.exec("systemctl", "enable", "systemd-networkd")
+
+
+def test_a_device_shuts_down_in_the_middle_of_a_change(bare):
+    bare.exec("dpkg", "--install", *packages())
+    run = f"[Service]\nRestart=no\nExecStart=\nExecStart=bash -c '{CHANGE}'\n{BUSY}\nTimeoutStopSec=99"
+    with drop_in(bare, "velnet-host", run):
+        bare.exec("systemctl", "start", "velnet-host")
+        wait_until(lambda: bare.ipv4("local") == ["10.0.0.1/8"], "the host is at work")
+        bare.exec("systemctl", "poweroff", "--no-block")
+        wait_until(lambda: bare.run("status", check=False).returncode == 3, "the device is off", 60)
 
 
 def test_purged_they_leave_the_settings_and_nothing_else(bare):
