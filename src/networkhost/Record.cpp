@@ -2,18 +2,17 @@
 #include "networkhost/Record.h"
 
 #include "base/Paths.h"
+#include "networkhost/BoundedJson.h"
 #include "networkmanager/BuiltInInterfaces.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <string_view>
 
-#include <nlohmann/json.hpp>
-
 namespace networkhost {
 
 namespace paths = velbase2::system::paths;
-using Json = nlohmann::json;
+using Json = nlohmann::ordered_json;
 
 namespace {
 
@@ -146,7 +145,11 @@ std::error_code readRecord(const IFiles& files, const std::string& path, Record&
         return damaged; // before it is parsed: whoever may write to the directory may have written it
     }
     try {
-        const auto json = Json::parse(text.substr(0, end));
+        Faults faults;
+        const auto json = parseBounded(text.substr(0, end), faults);
+        if (!faults.texts().empty()) {
+            return damaged;
+        }
         Record found;
         found.title = bytesOf(json.at("title"));
         found.by = bytesOf(json.at("by"));

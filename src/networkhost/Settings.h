@@ -22,7 +22,8 @@ std::string saveSettings(const IReadableFiles& files);
 Plan planSettings(IDevice& device, const std::string& document);
 
 /// What is wrong with the document, each with its place: "interfaces.remote.routes[1].gateway: not an IPv4 address". Of
-/// text that is no JSON, the first fault with line and column.
+/// text that is no JSON, the first fault with line and column. After 100 faults one line tells how many more there are.
+/// A document of more than 1 MiB, or of more than 8 levels, is refused unread.
 std::vector<std::string> faultsOfSettings(const std::string& document);
 
 } // namespace networkhost

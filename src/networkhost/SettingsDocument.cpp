@@ -2,17 +2,14 @@
 #include "networkhost/SettingsDocument.h"
 
 #include "networkhost/Addresses.h"
+#include "networkhost/BoundedJson.h"
 #include "networkhost/Checks.h"
 #include "networkhost/Text.h"
 #include "networkmanager/BuiltInInterfaces.h"
 
 #include <algorithm>
-#include <set>
 #include <tuple>
 #include <utility>
-
-#include <boost/algorithm/string/join.hpp>
-#include <nlohmann/json.hpp>
 
 namespace networkhost {
 
@@ -23,8 +20,8 @@ namespace {
 
 constexpr const char* kDhcp = "dhcp";
 constexpr const char* kDefaultRoute = "0.0.0.0/0";
+constexpr std::size_t kMostServers = 256; // systemd-resolved takes no more, and each has a file of its own
 
-using Event = OrderedJson::parse_event_t;
 using Texts = std::vector<std::string>;
 
 std::string faultOfHost(const std::string& address)
@@ -72,16 +69,16 @@ std::string faultOfDomain(const std::string& domain)
 class Node
 {
 public:
-    Node(const OrderedJson* json, std::string place, Texts& faults)
+    Node(const OrderedJson* json, std::string place, Faults& faults)
         : json_(json), place_(std::move(place)), faults_(faults)
     {}
 
-    void add(const std::string& fault) const { faults_.push_back(place_.empty() ? fault : place_ + ": " + fault); }
+    void add(const std::string& fault) const { faults_.add(place_.empty() ? fault : place_ + ": " + fault); }
 
     Node member(const std::string& key) const
     {
         const bool isThere = json_ != nullptr && json_->contains(key);
-        return {isThere ? &json_->at(key) : nullptr, place_.empty() ? key : place_ + '.' + key, faults_};
+        return {isThere ? &json_->at(key) : nullptr, placeOf(key), faults_};
     }
 
     void checkKeys(const Texts& keys, const Texts& optionalKeys = {}) const
@@ -91,7 +88,7 @@ public:
         }
         for (const auto& key : keys) {
             if (!json_->contains(key)) {
-                member(key).add("missing");
+                faults_.add(placeOf(key) + ": missing");
             }
         }
         for (const auto& entry : json_->items()) {
@@ -99,20 +96,20 @@ public:
                 return std::find(known.begin(), known.end(), entry.key()) != known.end();
             };
             if (!isAmong(keys) && !isAmong(optionalKeys)) {
-                member(printable(entry.key())).add("unknown key");
+                faults_.add(placeOf(shownKey(entry.key())) + ": unknown key");
             }
         }
     }
 
-    std::vector<Node> elements() const
+    template <typename Visitor>
+    void forEachElement(const Visitor& visit) const
     {
-        std::vector<Node> nodes;
-        if (is(&OrderedJson::is_array, "a list")) {
-            for (const auto& element : *json_) {
-                nodes.emplace_back(&element, place_ + '[' + std::to_string(nodes.size()) + ']', faults_);
-            }
+        if (!is(&OrderedJson::is_array, "a list")) {
+            return;
         }
-        return nodes;
+        for (std::size_t i = 0; i < json_->size(); ++i) {
+            visit(Node(&(*json_)[i], place_ + '[' + std::to_string(i) + ']', faults_));
+        }
     }
 
     using Check = std::string (*)(const std::string&);
@@ -136,6 +133,8 @@ public:
     }
 
 private:
+    std::string placeOf(const std::string& key) const { return place_.empty() ? key : place_ + '.' + key; }
+
     bool is(bool (OrderedJson::*isKind)() const noexcept, const char* kind) const
     {
         const bool isIt = json_ != nullptr && (json_->*isKind)();
@@ -147,7 +146,7 @@ private:
 
     const OrderedJson* json_; // null: missing
     std::string place_;
-    Texts& faults_;
+    Faults& faults_;
 };
 
 ConfiguredInterface readInterface(const Node& node)
@@ -159,11 +158,11 @@ ConfiguredInterface readInterface(const Node& node)
     if (!iface.dhcp && !address.empty()) {
         iface.addresses = {address};
     }
-    for (const auto& route : node.member("routes").elements()) {
+    node.member("routes").forEachElement([&iface](const Node& route) {
         route.checkKeys({"destination", "gateway"});
         const auto network = route.member("destination").text(faultOfNetwork);
         iface.routes.push_back({canonicalNetwork(network).value_or(""), route.member("gateway").text(faultOfHost)});
-    }
+    });
     return iface;
 }
 
@@ -186,34 +185,14 @@ Configuration readDocument(const Node& document)
     }
     const auto dns = document.member("dns");
     dns.checkKeys({"servers", "domains"});
-    for (const auto& server : dns.member("servers").elements()) {
-        configuration.dnsServers.push_back(server.text(faultOfHost));
+    const auto servers = dns.member("servers");
+    servers.forEachElement([&](const Node& server) { configuration.dnsServers.push_back(server.text(faultOfHost)); });
+    if (configuration.dnsServers.size() > kMostServers) {
+        servers.add("more than " + std::to_string(kMostServers));
     }
-    for (const auto& domain : dns.member("domains").elements()) {
-        configuration.searchDomains.push_back(domain.text(faultOfDomain));
-    }
+    dns.member("domains").forEachElement(
+        [&](const Node& domain) { configuration.searchDomains.push_back(domain.text(faultOfDomain)); });
     return configuration;
-}
-
-/// Notes the keys that stand twice in an object, of which the parser keeps the last one.
-OrderedJson::parser_callback_t keyWatch(Texts& faults)
-{
-    return [&faults, path = Texts(), seen = std::vector<std::set<std::string>>()](int /*depth*/, Event event,
-                                                                                  const OrderedJson& parsed) mutable {
-        if (event == Event::object_start) {
-            path.emplace_back();
-            seen.emplace_back();
-        } else if (event == Event::object_end) {
-            path.pop_back();
-            seen.pop_back();
-        } else if (event == Event::key) {
-            path.back() = printable(parsed);
-            if (!seen.back().insert(parsed).second) {
-                faults.push_back(boost::algorithm::join(path, ".") + ": the key stands twice");
-            }
-        }
-        return true;
-    };
 }
 
 /// What the form has no place for stands in it all the same, to be refused instead of lost.
@@ -251,19 +230,13 @@ std::string toDocument(const Configuration& configuration)
 
 Configuration parseDocument(const std::string& document, Texts& faults)
 {
-    try {
-        const auto json = OrderedJson::parse(document, keyWatch(faults));
-        return sorted(readDocument({&json, "", faults}));
-    } catch (const OrderedJson::exception& error) {
-        std::string words = error.what(); // "[json.exception.parse_error.101] parse error at line 1, column 2: ..."
-        for (const std::string beginning : {"] ", "parse error at "}) {
-            if (const auto position = words.find(beginning); position != std::string::npos) {
-                words.erase(0, position + beginning.size());
-            }
-        }
-        faults = {printable(words)};
-        return {};
+    Faults found;
+    Configuration configuration;
+    if (const auto json = parseBounded(document, found); !json.is_discarded()) {
+        configuration = sorted(readDocument({&json, "", found}));
     }
+    faults = found.texts();
+    return configuration;
 }
 
 Configuration sorted(Configuration configuration)

@@ -12,8 +12,8 @@ namespace networkhost {
 /// See saveSettings().
 std::string toDocument(const Configuration& configuration);
 
-/// What the document asks for, with its routes in order. When there are faults (see faultsOfSettings()), they are
-/// appended, and the result is of no use.
+/// What the document asks for, with its routes in order. When there are faults (see faultsOfSettings()), the result
+/// is of no use.
 Configuration parseDocument(const std::string& document, std::vector<std::string>& faults);
 
 /// The same with its routes in order of text, each once: their order means nothing.

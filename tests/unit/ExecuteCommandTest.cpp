@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "base/ExecuteCommand.h"
 
+#include "Allocations.h"
 #include "OwnProcess.h"
 #include "base/FileDescriptor.h"
 
@@ -8,7 +9,6 @@
 #include <csignal>
 #include <filesystem>
 #include <future>
-#include <new>
 
 #include <gmock/gmock.h>
 #include <sched.h>
@@ -16,26 +16,6 @@
 
 using velbase2::system::CommandResult;
 using velbase2::system::executeCommand;
-
-// The test program's memory, which one thread can be made short of.
-static thread_local std::size_t largestAllocation = SIZE_MAX;
-[[gnu::noinline]] void* operator new(std::size_t size)
-{
-    void* const memory = size <= largestAllocation ? std::malloc(size) : nullptr;
-    return memory != nullptr ? memory : throw std::bad_alloc();
-}
-[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept
-{
-    return std::malloc(size);
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept
-{
-    std::free(memory);
-}
 
 static void expect(const std::string& command, int returnCode, const std::string& output,
                    const std::string& errorOutput)
