@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+// What the scenarios cannot show: settings by hand that the daemons do not understand, and the defaults of options.
+#include "networkhost/Concerns.h"
+
+#include "networkhost/Apply.h"
+#include "networkhost/Requests.h"
+#include "networkhost/Trial.h"
+#include "networksimulation/Device.h"
+
+#include <gmock/gmock.h>
+
+using networkhost::ConfiguredInterface;
+using testing::ElementsAre;
+
+TEST(Concerns, NameTheSettingAndItsFault)
+{
+    const auto of = [](const ConfiguredInterface& remote) {
+        return networkhost::concernsOf({{{"remote", remote}}, {}, {}}, {});
+    };
+    EXPECT_THAT(of({}), ElementsAre("remote would have no IPv4 address"));
+    EXPECT_THAT(of({{"10.0.0.5/33"}, false, "", {}}),
+                ElementsAre("the address 10.0.0.5/33 of remote: systemd-networkd does not understand it"));
+    EXPECT_THAT(of({{"239.0.0.1/8"}, false, "", {}}),
+                ElementsAre("the address 239.0.0.1/8 of remote: it is a multicast address"));
+    EXPECT_THAT(of({{"240.0.0.1/8"}, false, "", {}}),
+                ElementsAre("the address 240.0.0.1/8 of remote: it is a reserved address"));
+    EXPECT_THAT(of({{"10.0.0.5/8"}, false, "10.0.0.007", {}}),
+                ElementsAre("the gateway 10.0.0.007: systemd-networkd does not understand it"));
+    EXPECT_THAT(of({{"10.0.0.5/8"}, false, "", {{"10.1.0.0/33", "10.0.0.1"}}}),
+                ElementsAre("the route to 10.1.0.0/33 via 10.0.0.1: systemd-networkd does not understand it"));
+    EXPECT_THAT(of({{}, true, "10.0.0.1", {{"10.1.0.0/16", "10.0.0.1"}}}), ElementsAre()); // a lease may reach both
+    EXPECT_THAT(of({{"10.0.0.0/31"}, false, "10.0.0.1", {}}), ElementsAre());              // no broadcast address
+}
+
+TEST(Concerns, RefuseAPlanUnlessItIsForced)
+{
+    networksimulation::Device device;
+    const auto plan = networkhost::planIp(device, "local", {"10.0.0.0", "255.0.0.0", false, ""});
+    const std::string reason = "the address 10.0.0.0/8 of local: it is the address of the network 10.0.0.0/8 itself";
+    EXPECT_EQ(networkhost::apply(device, plan).reason, reason);
+    EXPECT_EQ(networkhost::tryOut(device, plan).reason, reason);
+    EXPECT_THAT(device.takeEvents(), ElementsAre());
+    networkhost::ApplyOptions forced;
+    forced.force = true;
+    EXPECT_TRUE(networkhost::apply(device, plan, forced).isDone);
+}
