@@ -81,6 +81,7 @@ TEST(HostileJson, IsRefusedBeyondItsLimits)
     EXPECT_EQ(faultOf(std::string(8, '[') + std::string(8, ']')), "an object is expected");
     EXPECT_EQ(faultOf(std::string((1U << 20U) + 1, ' ')), "larger than 1 MiB");
     EXPECT_LT(faultOf('"' + std::string(1U << 19U, 'x')).size(), 1100U);
+    EXPECT_EQ(faultsOfSettings(R"({"a": 1, "a": 2)").size(), 1U); // no more is told of half a document
     const auto withServers = [](std::size_t number) {
         return R"({"interfaces": {"local": {"address": null}, "remote": {"address": "dhcp"}}, "gateway": null,
                    "dns": {"domains": [], "servers": [)" +

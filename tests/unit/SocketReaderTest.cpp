@@ -82,14 +82,15 @@ TEST(SocketReader, OpensItsSocketAsSoonAsItCan)
         ::setrlimit(RLIMIT_NOFILE, &none);
         const SocketReader reader;
         EXPECT_FALSE(reader.isValidSocket());
+        EXPECT_FALSE(reader.openSocket());
         EXPECT_EQ(reader.getInterfaceMac("lo"), "");
         ::setrlimit(RLIMIT_NOFILE, &descriptors);
         EXPECT_EQ(reader.getInterfaceMac("lo"), "00:00:00:00:00:00");
-        EXPECT_TRUE(reader.isValidSocket());
+        EXPECT_TRUE(reader.openSocket());
         const std::string attempt = "1 Socket is closed, attempting to open.";
         const auto failure =
             "1 Could not get network interface settings:Unable to open socket - Errno: " + std::to_string(EMFILE);
-        EXPECT_EQ(recorded.lines, (Lines{attempt, failure, attempt, failure,
+        EXPECT_EQ(recorded.lines, (Lines{attempt, failure, attempt, failure, attempt, failure,
                                          "1 could not query MAC-Address from interface lo", attempt}));
     });
 }
