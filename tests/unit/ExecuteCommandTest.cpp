@@ -75,6 +75,7 @@ TEST(ExecuteCommand, DoesNotWaitForChildrenThatTheHostForks)
     const auto commands = std::async(std::launch::async, [&isForking] {
         while (isForking) {
             expect("echo x", 0, "x\n", "");
+            expect("kill -KILL $PPID", 137, "", ""); // the shell that is to report the end
         }
     });
     SleepingChildren children; // some are forked while a command is being started, and have its pipes
