@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "base/ExecuteCommand.h"
+
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -36,6 +40,22 @@ public:
 private:
     pid_t child_;
 };
+
+/// In a process whose network and mounts are its own, where the commands have run.
+template <class Body>
+void inANetworkOf(const std::string& commands, Body body)
+{
+    OwnProcess([&] {
+        const auto user = ::geteuid();
+        const int own = CLONE_NEWNET | CLONE_NEWNS;
+        ASSERT_EQ(::unshare(user == 0 ? own : CLONE_NEWUSER | own), 0);
+        if (user != 0) {
+            std::ofstream("/proc/self/uid_map") << "0 " << user << " 1"; // who may set up that network
+        }
+        EXPECT_EQ(velbase2::system::executeCommand("set -e; mount --make-rprivate /; " + commands).errorOutput, "");
+        body();
+    });
+}
 
 /// Many children as of a host that forks and does not exec: they hold what was open, until they are ended.
 class SleepingChildren

@@ -50,8 +50,10 @@ TEST(Settings, AreRefusedWhereAFileOfOthersAsksForMore)
     ASSERT_EQ(plan.files.size(), 1U) << plan.outcome.reason; // by hand, but in a file of ours
     EXPECT_EQ(plan.files[0].after, "[Match]\nName=remote\n\n[Network]\nDHCP=ipv4\n\n");
     device.put(kResolver + "hand.conf", "[Resolve]\nDNS=9.9.9.9\n");
+    device.put(kRemote + ".d/51-ip_address.conf", "[Network]\nAddress=10.9.9.9/8\n");
+    const std::string words = ": a file that is not written here asks for something else: ";
     EXPECT_EQ(planSettings(device, document).outcome.reason,
-              "dns: a file that is not written here asks for something else: " + kResolver + "hand.conf");
+              "interfaces.remote" + words + kRemote + ".d/51-ip_address.conf; dns" + words + kResolver + "hand.conf");
 }
 
 TEST(Settings, HaveAllFaultsTold)

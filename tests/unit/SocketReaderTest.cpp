@@ -2,15 +2,11 @@
 #include "networkmanager/system/SocketReader.h"
 
 #include "OwnProcess.h"
-#include "base/ExecuteCommand.h"
 #include "networkmanager/system/IPSettingsExtractor.h"
 #include "networksimulation/RecordingLog.h"
 
-#include <fstream>
-
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
 
@@ -19,21 +15,6 @@ using networksimulation::RecordingLog;
 using velbase2::nsa::common::enums::IpAddressFamily;
 using velbase2::nsa::common::structs::IpAddress;
 using Lines = std::vector<std::string>;
-
-/// In a network of its own, where the commands have run.
-template <class Body>
-static void inANetworkOf(const std::string& commands, Body body)
-{
-    OwnProcess([&] {
-        const auto user = ::geteuid();
-        ASSERT_EQ(::unshare(user == 0 ? CLONE_NEWNET : CLONE_NEWUSER | CLONE_NEWNET), 0);
-        if (user != 0) {
-            std::ofstream("/proc/self/uid_map") << "0 " << user << " 1"; // who may set up that network
-        }
-        EXPECT_EQ(velbase2::system::executeCommand("set -e; " + commands).errorOutput, "");
-        body();
-    });
-}
 
 TEST(SocketReader, GivesTheAddressesOfTheInterfaceInTheKernelsOrder)
 {
