@@ -59,13 +59,13 @@ TEST(Settings, AreRefusedWhereAFileOfOthersAsksForMore)
 TEST(Settings, HaveAllFaultsTold)
 {
     const auto faults = networkhost::faultsOfSettings(R"({"interfaces": {"local": {"adress": null}, "remote":
-        {"address": "dhcp", "address": "dhcp", "routes": [{"destination": "10.1.0.0/33", "gateway": "::1"}]}},
+        {"address": "dhcp", "address": "dhcp", "routes": [{"destination": "10.1.0.0/08", "gateway": "::1"}]}},
         "gateway": "192.168.50.1", "dns": {"servers": "192.168.50.1", "domains": ["a b"]}})");
     const std::vector<std::string> expected = {
         "interfaces.remote.address: the key stands twice",
         "interfaces.local.address: missing",
         "interfaces.local.adress: unknown key",
-        "interfaces.remote.routes[0].destination: '/33' is not a prefix length: 0 to 32 are",
+        "interfaces.remote.routes[0].destination: '/08' is not a prefix length: 0 to 32 are",
         "interfaces.remote.routes[0].gateway: not an IPv4 address",
         "gateway: null is expected: with DHCP, it comes with the lease of remote",
         "dns.servers: a list is expected",
