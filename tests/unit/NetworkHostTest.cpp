@@ -62,6 +62,7 @@ TEST(Missing, IsTheFirstThingThatTheLiveStateLacks)
     // What is no longer configured is to go, but for what somebody else or a lease has brought.
     EXPECT_EQ(missing(remote({}), live, remote({{}, false, "10.0.0.1", {}})), "the removal of the default route");
     EXPECT_EQ(missing(remote({}), live, remote({})), "");
+    EXPECT_EQ(missing(remote({}), live, Configuration()), "");
     EXPECT_EQ(missing(remote({{"10.0.0.5/24"}, false, "", {}}), live, remote({{"10.0.0.6/24"}, false, "", {}})),
               "the removal of the address 10.0.0.6 of remote");
     EXPECT_EQ(missing(remote({}), live, remote({{}, false, "", {{"10.1.0.0/16", "10.0.0.2"}}})),
