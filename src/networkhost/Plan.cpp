@@ -4,6 +4,7 @@
 #include "base/Paths.h"
 #include "networkhost/Concerns.h"
 #include "networkhost/LiveState.h"
+#include "networkhost/Trial.h"
 #include "networkmanager/BuiltInInterfaces.h"
 
 #include <algorithm>
@@ -104,6 +105,16 @@ void judge(IDevice& device, Plan& plan)
         for (const auto& line : droppedLines(file)) {
             plan.warnings.push_back(file.path + " loses the line '" + line + '\'');
         }
+    }
+}
+
+void refuseDuringTrial(IDevice& device, Plan& plan)
+{
+    if (!plan.outcome.isNothingToChange()) {
+        return;
+    }
+    if (const auto trial = trialState(device); trial.isPending()) {
+        plan.outcome = refused(trial.text());
     }
 }
 

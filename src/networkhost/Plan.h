@@ -45,6 +45,9 @@ std::vector<std::string> droppedLines(const FileChange& file);
 /// Fills `concerns` and `warnings`: what the plan brings; what is so already is none.
 void judge(IDevice& device, Plan& plan);
 
+/// While a trial is pending, a plan that finds nothing to change is refused: what it finds may be on trial.
+void refuseDuringTrial(IDevice& device, Plan& plan);
+
 /// The part of a configuration that the plan's files make up: their interfaces, and systemd-resolved.
 Configuration concernedBy(const Plan& plan, const Configuration& configuration);
 

@@ -79,7 +79,9 @@ Plan makePlan(IDevice& device, const std::string& title, const Operation& operat
         plan.preparations.clear();
         plan.activations.clear();
     }
-    judge(device, plan);
+    if (outcome.isDone) {
+        judge(device, plan);
+    }
     return plan;
 }
 
@@ -207,7 +209,9 @@ Plan planIp(IDevice& device, const std::string& interfaceName, const IpSettings&
         }
         return manager.setIp(interfaceName, canonical);
     };
-    return makePlan(device, title, operation, interfaceName + " is absent: it has no MAC address");
+    auto plan = makePlan(device, title, operation, interfaceName + " is absent: it has no MAC address");
+    refuseDuringTrial(device, plan);
+    return plan;
 }
 
 Plan planGateway(IDevice& device, const std::string& gateway)
@@ -231,6 +235,7 @@ Plan planGateway(IDevice& device, const std::string& gateway)
         const auto name = dhcpInterface(device);
         plan.outcome.reason += " " + name + " uses DHCP: give " + name + " a static address first (set-ip)";
     }
+    refuseDuringTrial(device, plan);
     return plan;
 }
 

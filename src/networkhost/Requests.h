@@ -18,12 +18,12 @@ namespace networkhost {
 
 /// `settings.gateway` is the gateway of a static interface that holds it ("0.0.0.0" for none). When it is empty, the
 /// live one is kept, or without one, as with the cable out, the configured one.
-/// "nothing to change" only when the settings are configured and live.
+/// "nothing to change" only when the settings are configured, live, and not on trial.
 Plan planIp(IDevice& device, const std::string& interfaceName, const velbase2::nsa::common::IpSettings& settings);
 Outcome setIp(IDevice& device, const std::string& interfaceName, const velbase2::nsa::common::IpSettings& settings,
               const ApplyOptions& options = {});
 
-/// "0.0.0.0" removes the gateway. "nothing to change" only when the gateway is configured and live.
+/// "0.0.0.0" removes the gateway. "nothing to change" only when it is configured, live, and not on trial.
 Plan planGateway(IDevice& device, const std::string& gateway);
 Outcome setGateway(IDevice& device, const std::string& gateway, const ApplyOptions& options = {});
 

@@ -214,6 +214,7 @@ Plan planSettings(IDevice& device, const std::string& document)
         plan.outcome.reason = boost::algorithm::join(faults, "; ");
     } else if (plan.files.empty()) {
         plan.outcome = refused(status::kNothingToChange, status::kNothingToChange);
+        refuseDuringTrial(device, plan);
     } else {
         addActivations(device, plan);
         plan.outcome.isDone = true;

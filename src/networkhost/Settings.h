@@ -17,8 +17,8 @@ namespace networkhost {
 std::string saveSettings(const IReadableFiles& files);
 
 /// Makes the files ask for what the document says, and for nothing else; a part that does so already is not written.
-/// "nothing to change" when all of them do, whatever is live. Refused for the document's faults, and when a file that
-/// the library does not write asks for something else.
+/// "nothing to change" when all of them do and no trial is pending, whatever is live. Refused for the document's
+/// faults, and when a file that the library does not write asks for something else.
 Plan planSettings(IDevice& device, const std::string& document);
 
 /// What is wrong with the document, each with its place: "interfaces.remote.routes[1].gateway: not an IPv4 address". Of

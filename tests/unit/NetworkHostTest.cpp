@@ -4,6 +4,8 @@
 #include "networkhost/Missing.h"
 #include "networkhost/RealFiles.h"
 #include "networkhost/Requests.h"
+#include "networkhost/Settings.h"
+#include "networkhost/Trial.h"
 #include "networksimulation/Device.h"
 #include "velnetctl/Monitor.h"
 
@@ -88,6 +90,18 @@ TEST(Requests, TellTheStepThatFailed)
     EXPECT_EQ(networkhost::setIp(device, "eth9", {"", "", true, ""}).reason, "there is no managed interface 'eth9'");
     EXPECT_EQ(networkhost::setRoutes(device, "eth9", "").reason, "there is no managed interface 'eth9'");
     EXPECT_EQ(networkhost::setDnsDomain(device, "a\nb").reason, "'a\\x0ab': control characters are not allowed");
+}
+
+TEST(Requests, DoNotTakeWhatIsOnTrialForWhatIsSet)
+{
+    networksimulation::Device device;
+    ASSERT_TRUE(networkhost::tryOut(device, networkhost::planDnsServer(device, "10.0.0.53", 0)).isDone);
+    const auto document = networkhost::saveSettings(device.files());
+    const auto refused = networkhost::apply(device, networkhost::planSettings(device, document));
+    EXPECT_FALSE(refused.isNothingToChange());
+    EXPECT_EQ(refused.reason, networkhost::trialState(device).text());
+    ASSERT_TRUE(networkhost::confirmTrial(device).isDone);
+    EXPECT_TRUE(networkhost::planSettings(device, document).outcome.isNothingToChange());
 }
 
 TEST(RealFiles, AreReplacedWhole)
