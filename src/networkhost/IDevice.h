@@ -8,8 +8,18 @@
 #include <cerrno>
 #include <chrono>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace networkhost {
+
+/// A daemon, as `systemctl is-enabled` and `systemctl is-active` tell of it.
+struct DaemonState
+{
+    std::string name;    // "systemd-networkd"
+    std::string enabled; // "enabled", "disabled", "masked", ...; "not-found"
+    std::string active;  // "active", "inactive", "failed", ...
+};
 
 /// All that this library touches. There is the real one, and in tests a simulated one.
 class IDevice
@@ -32,6 +42,9 @@ public:
 
     /// Whether an unconfirmed trial is rolled back at the next boot.
     virtual bool hasBootGuard() = 0;
+
+    /// systemd-networkd and systemd-resolved. Empty when systemd cannot be asked.
+    virtual std::vector<DaemonState> daemons() { return {}; }
 
     /// Empty, with errno, when there are no descriptors to be had, or the device has no hints (ENOTSUP).
     virtual std::unique_ptr<IHints> openHints()

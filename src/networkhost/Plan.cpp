@@ -3,6 +3,7 @@
 
 #include "base/Paths.h"
 #include "networkhost/Concerns.h"
+#include "networkhost/DaemonHealth.h"
 #include "networkhost/LiveState.h"
 #include "networkhost/Trial.h"
 #include "networkmanager/BuiltInInterfaces.h"
@@ -71,6 +72,13 @@ std::vector<std::string> added(const std::vector<std::string>& before, std::vect
     return after;
 }
 
+void add(const std::string& sentence, std::vector<std::string>& sentences)
+{
+    if (!sentence.empty()) {
+        sentences.push_back(sentence);
+    }
+}
+
 } // namespace
 
 std::vector<std::string> droppedLines(const FileChange& file)
@@ -101,6 +109,10 @@ void judge(IDevice& device, Plan& plan)
     const auto after = readConfiguration(PlannedFiles(device.files(), plan));
     plan.concerns = added(concernsOf(before, live), concernsOf(after, live));
     plan.warnings = added(misreadRoutes(before), misreadRoutes(after));
+    for (const auto& daemon : daemonsOf(device, plan)) {
+        add(bootFaultOf(daemon), plan.concerns);
+        add(presentFaultOf(daemon), plan.warnings); // a change restarts it
+    }
     for (const auto& file : plan.files) {
         for (const auto& line : droppedLines(file)) {
             plan.warnings.push_back(file.path + " loses the line '" + line + '\'');

@@ -2,6 +2,7 @@
 #include "networkhost/RealDevice.h"
 
 #include "base/ExecuteCommand.h"
+#include "networkhost/DaemonHealth.h"
 #include "networkhost/RealHints.h"
 #include "networkhost/Record.h"
 #include "networkhost/Trial.h"
@@ -70,6 +71,13 @@ bool RealDevice::hasBootGuard()
 {
     return executeCommand("systemctl is-enabled velnet-guard-boot.service").output ==
            "enabled\n"; // not for this boot only
+}
+
+std::vector<DaemonState> RealDevice::daemons()
+{
+    return parseDaemonStates(executeCommand("systemctl show --property=Id,LoadState,UnitFileState,ActiveState "
+                                            "systemd-networkd systemd-resolved")
+                                 .output);
 }
 
 std::unique_ptr<IHints> RealDevice::openHints()

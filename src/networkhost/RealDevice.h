@@ -8,6 +8,7 @@
 #include <chrono>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace networkhost {
 
@@ -24,6 +25,7 @@ public:
     void pause(std::chrono::milliseconds duration) override;
     bool startGuard() override;
     bool hasBootGuard() override;
+    std::vector<DaemonState> daemons() override;
     std::unique_ptr<IHints> openHints() override;
 
 private:

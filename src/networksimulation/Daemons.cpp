@@ -72,6 +72,16 @@ void Networkd::restart()
     }
 }
 
+void Networkd::stop()
+{
+    for (const auto& [name, iface] : kernel_.interfaces) {
+        schedule_.cancel(name);
+        configuration_.interfaces[name] = {};
+        kernel_.strip(name, everyAddress, everyRoute);
+    }
+    leases_.clear();
+}
+
 void Networkd::takeOverRoutes(const std::string& interfaceName, ConfiguredInterface& wanted)
 {
     // networkd takes over a route that it finds and that the files still ask for, without a look at its gateway. One

@@ -34,6 +34,9 @@ public:
     /// Takes all addresses and routes away, and brings those of the files.
     void restart();
 
+    /// Takes all away, as when it is not started.
+    void stop();
+
     /// The link of the interface came or went.
     void linkChanged(const std::string& interfaceName);
 

@@ -32,6 +32,21 @@ constexpr const char* kLocalFile =
     "[Match]\nName=local\n\n[Network]\nLinkLocalAddressing=ipv6\nMulticastDNS=true\nAddress=192.168.10.1/24\n";
 constexpr const char* kRemoteFile = "[Match]\nName=remote\n\n[Network]\nDHCP=ipv4\n";
 
+std::vector<networkhost::DaemonState> healthyDaemons()
+{
+    return {{kNetworkd, "enabled", "active"}, {kResolved, "enabled", "active"}};
+}
+
+networkhost::DaemonState& stateOf(std::vector<networkhost::DaemonState>& daemons, const std::string& name)
+{
+    const auto daemon =
+        std::find_if(daemons.begin(), daemons.end(), [&name](const auto& state) { return state.name == name; });
+    if (daemon == daemons.end()) {
+        throw std::invalid_argument("no such daemon: " + name);
+    }
+    return *daemon;
+}
+
 Device* theDevice = nullptr; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): a loader has to find it
 
 bool startsWith(const std::string& text, std::string_view beginning)
@@ -42,7 +57,7 @@ bool startsWith(const std::string& text, std::string_view beginning)
 } // namespace
 
 Device::Device()
-    : files_(std::make_unique<Files>(*this)), system_(std::make_unique<System>(*this)),
+    : daemons_(healthyDaemons()), files_(std::make_unique<Files>(*this)), system_(std::make_unique<System>(*this)),
       networkd_(kernel_, *files_, schedule_), resolved_(*files_, schedule_)
 {
     if (theDevice != nullptr) {
@@ -117,8 +132,9 @@ void Device::reboot()
     if (hasGuards_) {
         networkhost::restoreAtBoot(*this, [](const std::string&) {});
     }
-    networkd_.restart();
-    resolved_.restart();
+    for (auto& daemon : daemons_) {
+        boot(daemon);
+    }
     settle();
 }
 
@@ -223,10 +239,29 @@ void Device::failCommand(const std::string& command, const std::string& words)
 void Device::hang(const std::string& daemon)
 {
     const std::lock_guard guard(lock_);
-    if (daemon != kNetworkd && daemon != kResolved) {
-        throw std::invalid_argument("no such daemon: " + daemon);
+    hangs_[stateOf(daemons_, daemon).name] = false;
+}
+
+void Device::setDaemon(const std::string& daemon, const std::string& enabled, const std::string& active)
+{
+    const std::lock_guard guard(lock_);
+    stateOf(daemons_, daemon) = {daemon, enabled, active};
+}
+
+std::vector<networkhost::DaemonState> Device::daemons()
+{
+    const std::lock_guard guard(lock_);
+    return daemons_;
+}
+
+void Device::boot(networkhost::DaemonState& daemon)
+{
+    daemon.active = "inactive";
+    if (daemon.enabled == "enabled") {
+        restart(daemon.name);
+    } else if (daemon.name == kNetworkd) {
+        networkd_.stop();
     }
-    hangs_[daemon] = false;
 }
 
 void Device::removeGuards()
@@ -252,6 +287,7 @@ void Device::repair()
     failingWrites_.clear();
     failingCommands_.clear();
     hasGuards_ = true;
+    daemons_ = healthyDaemons();
     for (const auto& [daemon, isWaiting] : std::exchange(hangs_, {})) {
         if (isWaiting) {
             restart(daemon);
@@ -358,7 +394,7 @@ bool Device::run(const std::string& command, std::string& errorOutput)
     if (startsWith(command, kAddGateway)) {
         errorOutput = kernel_.addDefaultRoute(command.substr(kAddGateway.size()));
     } else if (startsWith(command, kRestart)) {
-        restart(command.substr(kRestart.size()));
+        errorOutput = restart(command.substr(kRestart.size()));
     } else if (command == "ip route flush 0/0") {
         kernel_.flushDefaultRoutes();
     } else if (command != "sudo /bin/systemctl daemon-reload") {
@@ -369,8 +405,13 @@ bool Device::run(const std::string& command, std::string& errorOutput)
     return errorOutput.empty();
 }
 
-void Device::restart(const std::string& daemon)
+std::string Device::restart(const std::string& daemon)
 {
+    auto& state = stateOf(daemons_, daemon);
+    if (state.enabled == "masked") {
+        return "Failed to restart " + daemon + ".service: Unit " + daemon + ".service is masked.\n";
+    }
+    state.active = "active";
     if (const auto hanging = hangs_.find(daemon); hanging != hangs_.end()) {
         hanging->second = true;
     } else if (daemon == kNetworkd) {
@@ -378,6 +419,7 @@ void Device::restart(const std::string& daemon)
     } else if (daemon == kResolved) {
         resolved_.restart();
     }
+    return {};
 }
 
 std::optional<std::vector<std::string>> Device::list(const std::string& directory) const

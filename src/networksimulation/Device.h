@@ -52,6 +52,8 @@ public:
     /// A wait on them advances the clock.
     std::unique_ptr<networkhost::IHints> openHints() override;
 
+    std::vector<networkhost::DaemonState> daemons() override;
+
     /// For a manager, which owns its system interface. The device outlives it.
     std::unique_ptr<networkmanager::ISystemIF> makeSystem();
 
@@ -105,6 +107,10 @@ public:
     /// std::invalid_argument for another name.
     void hang(const std::string& daemon);
 
+    /// What systemd tells of the daemon. A masked one is not restarted; one that is not "enabled" is not there after a
+    /// reboot. Throws std::invalid_argument for another name.
+    void setDaemon(const std::string& daemon, const std::string& enabled, const std::string& active = "active");
+
     /// As on a device without the units of packaging/, and without velnetctl.
     void removeGuards();
 
@@ -135,7 +141,8 @@ private:
     bool rename(const std::string& from, const std::string& to, int& error);
     void makeDirectory(const std::string& path);
     bool run(const std::string& command, std::string& errorOutput);
-    void restart(const std::string& daemon);
+    std::string restart(const std::string& daemon); // the words of its failure
+    void boot(networkhost::DaemonState& daemon);
 
     mutable std::recursive_mutex lock_;
     std::map<std::string, std::string> texts_; // of files, by path
@@ -148,6 +155,7 @@ private:
     std::map<std::string, int> failingWrites_;           // errno values by path
     std::map<std::string, std::string> failingCommands_; // words by the beginning of the command
     std::map<std::string, bool> hangs_;                  // by daemon: whether a restart waits for its end
+    std::vector<networkhost::DaemonState> daemons_;
     Kernel kernel_;
     Schedule schedule_;
     std::unique_ptr<networkhost::IFiles> files_;

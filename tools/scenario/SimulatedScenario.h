@@ -44,6 +44,8 @@ private:
             device_.failCommand(text.substr(0, colon), colon == std::string::npos ? "no" : text.substr(colon + 2));
         } else if (verb == "hang") {
             device_.hang(step.word(1));
+        } else if (verb == "daemon") {
+            device_.setDaemon(step.word(1), step.word(2), step.word(3));
         } else if (verb == "router") {
             device_.setDhcpServer("remote", {"192.168.50.100", "255.255.255.0", step.word(1), {}});
             device_.reboot();

@@ -4,6 +4,7 @@
 #include "Configured.h"
 #include "networkhost/Backend.h"
 #include "networkhost/Checks.h"
+#include "networkhost/DaemonHealth.h"
 #include "networkhost/Missing.h"
 #include "networkhost/Text.h"
 #include "networkmanager/Refresher.h"
@@ -70,6 +71,7 @@ void read(networkhost::IDevice& device, Snapshot& snapshot)
     networkmanager::Refresher(snapshot.host, snapshot.interfaces, device.system()).refresh();
     snapshot.configured = networkhost::readConfiguration(device.files());
     snapshot.live = networkhost::readLiveState(device);
+    snapshot.daemons = device.daemons();
 }
 
 std::vector<Section> sectionsOf(const Snapshot& snapshot)
@@ -82,6 +84,15 @@ std::vector<Section> sectionsOf(const Snapshot& snapshot)
         {"resolver",
          {{"configured", resolverText(servers, domains), {}, {}},
           {"live", resolverText(snapshot.live.dnsServers, snapshot.live.searchDomains), {}, {}}}}};
+    Section daemons{"daemons", {}};
+    for (const auto& daemon : snapshot.daemons) {
+        for (const auto& fault : networkhost::faultsOf(daemon)) {
+            daemons.rows.push_back({"fault", printable(fault), Color::Red, {}});
+        }
+    }
+    if (!daemons.rows.empty()) {
+        sections.push_back(daemons);
+    }
     for (const auto& entry : snapshot.interfaces) {
         sections.push_back(sectionOf(entry.second, snapshot));
     }

@@ -22,6 +22,7 @@ struct Snapshot
     std::map<std::string, networkmanager::EthInterface> interfaces = networkmanager::EthernetInterfaces().interfaces;
     networkhost::Configuration configured;
     networkhost::LiveState live;
+    std::vector<networkhost::DaemonState> daemons;
 };
 
 /// Reads everything once, without a manager's thread.
@@ -43,7 +44,7 @@ struct Section
     std::vector<Row> rows;
 };
 
-/// Of the host, the resolver, and each interface by name.
+/// Of the host, the resolver, the daemons that something is wrong with, and each interface by name.
 std::vector<Section> sectionsOf(const Snapshot& snapshot);
 
 } // namespace velnetctl

@@ -8,12 +8,15 @@
 #include "Trial.h"
 #include "networkhost/Cells.h"
 #include "networkhost/Checks.h"
+#include "networkhost/DaemonHealth.h"
 #include "networkhost/Missing.h"
 #include "networkhost/Text.h"
 
 #include <algorithm>
 #include <iomanip>
 #include <utility>
+
+#include <boost/algorithm/string/join.hpp>
 
 namespace velnetctl {
 
@@ -94,7 +97,14 @@ void printStatusJson(Session& session, const Snapshot& snapshot, const TrialStat
         {"resolver",
          {{"configured", {{"servers", snapshot.configured.dnsServers}, {"domains", snapshot.configured.searchDomains}}},
           {"live", {{"servers", snapshot.live.dnsServers}, {"domains", snapshot.live.searchDomains}}}}},
+        {"daemons", Json::array()},
         {"interfaces", Json::object()}};
+    for (const auto& daemon : snapshot.daemons) {
+        status["daemons"].push_back({{"name", daemon.name},
+                                     {"enabled", daemon.enabled},
+                                     {"active", daemon.active},
+                                     {"fault", boost::algorithm::join(networkhost::faultsOf(daemon), "; ")}});
+    }
     for (const auto& name : interfaceNames) {
         status["interfaces"][name] = interfaceJson(snapshot.interfaces.at(name), snapshot);
     }
