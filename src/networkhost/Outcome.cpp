@@ -3,12 +3,35 @@
 
 #include "networkmanager/RequestStatus.h"
 
+#include <unistd.h>
+
 namespace networkhost {
+namespace {
+
+/// What helps where the rights of this process do not suffice.
+std::string adviceOnRights(bool lacksRights)
+{
+    const bool isRoot = ::geteuid() == 0;
+    return lacksRights && !isRoot
+               ? " (run it as root, or as a user who may change the network settings, such as velnet)"
+               : "";
+}
+
+/// Of sudo, or of a tool that asks the kernel.
+bool tellsOfRights(const std::string& words)
+{
+    return words.find("password") != std::string::npos || words.find("sudoers") != std::string::npos ||
+           words.find("Operation not permitted") != std::string::npos ||
+           words.find("Permission denied") != std::string::npos;
+}
+
+} // namespace
 
 std::string Failure::text() const
 {
     if (step == Step::RunCommand) {
-        return "'" + subject + "' failed" + (words.empty() ? " without a word" : ": " + words);
+        return "'" + subject + "' failed" + (words.empty() ? " without a word" : ": " + words) +
+               adviceOnRights(tellsOfRights(words));
     }
     auto why = error.message();
     if (error == std::errc::too_many_symbolic_link_levels) {
@@ -16,7 +39,9 @@ std::string Failure::text() const
     } else if (error == std::errc::invalid_argument && words.empty()) {
         why = "it is not a regular file";
     }
-    return (step == Step::ReadFile ? "cannot read " : "cannot write ") + subject + ": " + (words.empty() ? why : words);
+    return (step == Step::ReadFile ? "cannot read " : "cannot write ") + subject + ": " +
+           (words.empty() ? why : words) +
+           adviceOnRights(error == std::errc::permission_denied || error == std::errc::operation_not_permitted);
 }
 
 bool Outcome::isNothingToChange() const
