@@ -21,6 +21,16 @@ struct DaemonState
     std::string active;  // "active", "inactive", "failed", ...
 };
 
+/// A question to the network of an interface, whether somebody has an IPv4 address.
+class IQuestion
+{
+public:
+    virtual ~IQuestion() = default;
+
+    /// Waits for the answer, that long at most.
+    virtual bool isAnswered(std::chrono::milliseconds limit) = 0;
+};
+
 /// All that this library touches. There is the real one, and in tests a simulated one.
 class IDevice
 {
@@ -45,6 +55,14 @@ public:
 
     /// systemd-networkd and systemd-resolved. Empty when systemd cannot be asked.
     virtual std::vector<DaemonState> daemons() { return {}; }
+
+    /// Asks, and does not wait. `isOwn`: this device has the address; somebody else is meant. Empty without the right
+    /// to ask.
+    virtual std::unique_ptr<IQuestion> ask(const std::string& /*interfaceName*/, const std::string& /*address*/,
+                                           bool /*isOwn*/)
+    {
+        return nullptr;
+    }
 
     /// Empty, with errno, when there are no descriptors to be had, or the device has no hints (ENOTSUP).
     virtual std::unique_ptr<IHints> openHints()

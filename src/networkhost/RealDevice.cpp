@@ -4,6 +4,7 @@
 #include "base/ExecuteCommand.h"
 #include "networkhost/DaemonHealth.h"
 #include "networkhost/RealHints.h"
+#include "networkhost/RealNeighbours.h"
 #include "networkhost/Record.h"
 #include "networkhost/Trial.h"
 
@@ -78,6 +79,11 @@ std::vector<DaemonState> RealDevice::daemons()
     return parseDaemonStates(executeCommand("systemctl show --property=Id,LoadState,UnitFileState,ActiveState "
                                             "systemd-networkd systemd-resolved")
                                  .output);
+}
+
+std::unique_ptr<IQuestion> RealDevice::ask(const std::string& interfaceName, const std::string& address, bool isOwn)
+{
+    return (isOwn ? askForTwin : askForNeighbour)(interfaceName, address);
 }
 
 std::unique_ptr<IHints> RealDevice::openHints()

@@ -26,6 +26,7 @@ public:
     bool startGuard() override;
     bool hasBootGuard() override;
     std::vector<DaemonState> daemons() override;
+    std::unique_ptr<IQuestion> ask(const std::string& interfaceName, const std::string& address, bool isOwn) override;
     std::unique_ptr<IHints> openHints() override;
 
 private:

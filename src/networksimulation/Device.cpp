@@ -47,6 +47,24 @@ networkhost::DaemonState& stateOf(std::vector<networkhost::DaemonState>& daemons
     return *daemon;
 }
 
+class Question : public networkhost::IQuestion
+{
+public:
+    Question(Device& device, bool isAnswered) : device_(device), isAnswered_(isAnswered) {}
+
+    bool isAnswered(std::chrono::milliseconds limit) override
+    {
+        if (!isAnswered_) {
+            device_.advance(limit);
+        }
+        return isAnswered_;
+    }
+
+private:
+    Device& device_;
+    bool isAnswered_;
+};
+
 Device* theDevice = nullptr; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): a loader has to find it
 
 bool startsWith(const std::string& text, std::string_view beginning)
@@ -69,6 +87,7 @@ Device::Device()
     texts_ = {{paths::kHostname, "device\n"},
               {paths::ofInterface("01_local.network"), kLocalFile},
               {paths::ofInterface("02_remote.network"), kRemoteFile}};
+    neighbours_ = {{"local", "192.168.10.2"}, {"remote", "192.168.50.1"}, {"remote", "192.168.50.2"}};
     theDevice = this;
     reboot();
 }
@@ -252,6 +271,27 @@ std::vector<networkhost::DaemonState> Device::daemons()
 {
     const std::lock_guard guard(lock_);
     return daemons_;
+}
+
+std::unique_ptr<networkhost::IQuestion> Device::ask(const std::string& interfaceName, const std::string& address,
+                                                    bool /*isOwn*/)
+{
+    const std::lock_guard guard(lock_);
+    const bool isThere =
+        kernel_.interfaces.at(interfaceName).hasCable && neighbours_.count({interfaceName, address}) > 0;
+    return std::make_unique<Question>(*this, isThere);
+}
+
+void Device::addNeighbour(const std::string& interfaceName, const std::string& address)
+{
+    const std::lock_guard guard(lock_);
+    neighbours_.insert({interfaceName, address});
+}
+
+void Device::removeNeighbour(const std::string& interfaceName, const std::string& address)
+{
+    const std::lock_guard guard(lock_);
+    neighbours_.erase({interfaceName, address});
 }
 
 void Device::boot(networkhost::DaemonState& daemon)

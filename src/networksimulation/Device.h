@@ -16,6 +16,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace networksimulation {
@@ -54,6 +55,10 @@ public:
 
     std::vector<networkhost::DaemonState> daemons() override;
 
+    /// A wait for an answer that does not come advances the clock.
+    std::unique_ptr<networkhost::IQuestion> ask(const std::string& interfaceName, const std::string& address,
+                                                bool isOwn) override;
+
     /// For a manager, which owns its system interface. The device outlives it.
     std::unique_ptr<networkmanager::ISystemIF> makeSystem();
 
@@ -80,6 +85,11 @@ public:
 
     /// An empty address: there is no server any more. It counts at the next restart or new link.
     void setDhcpServer(const std::string& interfaceName, const DhcpServer& server);
+
+    /// Others in the network of the interface have, or do not have, this address. At first, the far ends have
+    /// 192.168.10.2, 192.168.50.1 and 192.168.50.2.
+    void addNeighbour(const std::string& interfaceName, const std::string& address);
+    void removeNeighbour(const std::string& interfaceName, const std::string& address);
 
     /// By hand, as with "ip address add": "10.9.8.7/24". Throws std::invalid_argument for another text.
     void addAddress(const std::string& interfaceName, const std::string& address);
@@ -156,6 +166,7 @@ private:
     std::map<std::string, std::string> failingCommands_; // words by the beginning of the command
     std::map<std::string, bool> hangs_;                  // by daemon: whether a restart waits for its end
     std::vector<networkhost::DaemonState> daemons_;
+    std::set<std::pair<std::string, std::string>> neighbours_; // interface, address
     Kernel kernel_;
     Schedule schedule_;
     std::unique_ptr<networkhost::IFiles> files_;

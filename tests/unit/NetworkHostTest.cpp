@@ -2,6 +2,7 @@
 #include "TemporaryDirectory.h"
 #include "networkhost/LockHolder.h"
 #include "networkhost/Missing.h"
+#include "networkhost/Neighbours.h"
 #include "networkhost/RealFiles.h"
 #include "networkhost/Requests.h"
 #include "networkhost/Settings.h"
@@ -102,6 +103,21 @@ TEST(Requests, DoNotTakeWhatIsOnTrialForWhatIsSet)
     EXPECT_EQ(refused.reason, networkhost::trialState(device).text());
     ASSERT_TRUE(networkhost::confirmTrial(device).isDone);
     EXPECT_TRUE(networkhost::planSettings(device, document).outcome.isNothingToChange());
+}
+
+TEST(Neighbours, AreAskedInATrialForWhatNobodyCouldKnowBefore)
+{
+    networksimulation::Device device;
+    const auto plan = networkhost::planIp(device, "remote", {"10.0.0.5", "255.255.255.0", false, "10.0.0.1"});
+    EXPECT_THAT(plan.concerns, testing::IsEmpty());
+    ASSERT_TRUE(networkhost::tryOut(device, plan).isDone);
+    EXPECT_THAT(unansweredOrTaken(device, plan),
+                testing::ElementsAre("the gateway 10.0.0.1 does not answer over remote"));
+    device.addNeighbour("remote", "10.0.0.1");
+    EXPECT_THAT(unansweredOrTaken(device, plan), testing::IsEmpty());
+    device.addNeighbour("remote", "10.0.0.5");
+    EXPECT_THAT(unansweredOrTaken(device, plan),
+                testing::ElementsAre("the address 10.0.0.5 is taken: another device answers for it over remote"));
 }
 
 TEST(RealFiles, AreReplacedWhole)

@@ -44,6 +44,10 @@ private:
             device_.failCommand(text.substr(0, colon), colon == std::string::npos ? "no" : text.substr(colon + 2));
         } else if (verb == "hang") {
             device_.hang(step.word(1));
+        } else if (verb == "neighbour") {
+            device_.addNeighbour(step.word(1), step.word(2));
+        } else if (verb == "no-neighbour") {
+            device_.removeNeighbour(step.word(1), step.word(2));
         } else if (verb == "daemon") {
             device_.setDaemon(step.word(1), step.word(2), step.word(3));
         } else if (verb == "router") {
