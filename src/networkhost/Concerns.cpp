@@ -135,7 +135,7 @@ void addFaultsOfAddresses(const std::string& name, const ConfiguredInterface& if
 /// Networkd takes every gateway of an interface without a static address for a neighbour: one that only a lease, which
 /// is not there, would tell about is no concern.
 void addFaultsOfGateway(const std::string& name, const Configuration& configuration, const LiveState& live,
-                        Sentences& sentences)
+                        const std::string& advice, Sentences& sentences)
 {
     const auto& iface = configuration.interfaces.at(name);
     if (iface.gateway.empty() || iface.dhcp) {
@@ -162,8 +162,8 @@ void addFaultsOfGateway(const std::string& name, const Configuration& configurat
     const auto own = std::find_if(subnets.begin(), subnets.end(), [&](const auto& x) { return holds(x, gateway); });
     if (own == subnets.end()) {
         const auto of = subnets.empty() ? "" : " " + subnets.front().text;
-        sentences.push_back(what + " lies outside the subnet" + of + " of " + name +
-                            ": give the address and the gateway together");
+        sentences.push_back(what + " lies outside the subnet" + of + " of " + name + (advice.empty() ? "" : ": ") +
+                            advice);
     } else if (const auto fault = faultOfHost({gateway, own->mask, own->length, own->text}); !fault.empty()) {
         sentences.push_back(what + ": " + fault);
     }
@@ -231,13 +231,14 @@ void addOverlaps(const Configuration& configuration, const LiveState& live, Sent
 
 } // namespace
 
-std::vector<std::string> concernsOf(const Configuration& configuration, const LiveState& live)
+std::vector<std::string> concernsOf(const Configuration& configuration, const LiveState& live,
+                                    const std::string& advice)
 {
     Sentences sentences;
     for (const auto& [name, iface] : configuration.interfaces) {
         addFaultsOfAddresses(name, iface, sentences);
         addFaultsOfRoutes(name, iface, live, sentences);
-        addFaultsOfGateway(name, configuration, live, sentences);
+        addFaultsOfGateway(name, configuration, live, advice, sentences);
     }
     addOverlaps(configuration, live, sentences);
     for (const auto& domain : configuration.searchDomains) {

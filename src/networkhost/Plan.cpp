@@ -3,13 +3,17 @@
 
 #include "base/Paths.h"
 #include "networkhost/Concerns.h"
+#include "networkhost/DaemonFile.h"
 #include "networkhost/DaemonHealth.h"
 #include "networkhost/LiveState.h"
+#include "networkhost/Neighbours.h"
+#include "networkhost/Text.h"
 #include "networkhost/Trial.h"
 #include "networkmanager/BuiltInInterfaces.h"
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <set>
 #include <sstream>
 #include <string_view>
@@ -72,6 +76,42 @@ std::vector<std::string> added(const std::vector<std::string>& before, std::vect
     return after;
 }
 
+bool asksForServers(const IReadableFiles& files, const std::string& path)
+{
+    std::string text;
+    files.read(path, text);
+    const auto sections = parseDaemonFile(text);
+    return std::any_of(sections.begin(), sections.end(),
+                       [](const auto& section) { return !section.valueOf("DNS").empty(); });
+}
+
+/// Those of leases that end, with the line that keeps them.
+void addLostServers(const IReadableFiles& files, const Configuration& before, const Configuration& after,
+                    const LiveState& live, std::vector<std::string>& warnings)
+{
+    for (const auto& [name, iface] : after.interfaces) {
+        const auto& servers = live.interfaces.at(name).lease.dnsServers;
+        if (iface.dhcp || !before.interfaces.at(name).dhcp || !(before.dnsServers == after.dnsServers)) {
+            continue; // who sets the servers knows them
+        }
+        std::string commands;
+        unsigned int slot = 0;
+        const auto lost = added(after.dnsServers, servers);
+        for (const auto& server : lost) {
+            while (asksForServers(files, paths::dnsServerFile(slot))) {
+                ++slot;
+            }
+            commands += (commands.empty() ? "velnetctl set-dns " : " && velnetctl set-dns ") + std::to_string(slot++) +
+                        ' ' + server;
+        }
+        if (!lost.empty()) {
+            warnings.push_back(name + " gives up its lease, and with it the name server" +
+                               (lost.size() > 1 ? "s " : " ") + toText(lost) + "; to keep " +
+                               (lost.size() > 1 ? "them: " : "it: ") + commands);
+        }
+    }
+}
+
 void add(const std::string& sentence, std::vector<std::string>& sentences)
 {
     if (!sentence.empty()) {
@@ -102,17 +142,28 @@ std::vector<std::string> droppedLines(const FileChange& file)
     return dropped;
 }
 
-void judge(IDevice& device, Plan& plan)
+void judge(IDevice& device, Plan& plan, const std::string& advice)
 {
+    constexpr std::chrono::milliseconds kForGateway(1200); // the kernel asks again after a second
     const auto live = readLiveState(device);
     const auto before = readConfiguration(device.files());
     const auto after = readConfiguration(PlannedFiles(device.files(), plan));
-    plan.concerns = added(concernsOf(before, live), concernsOf(after, live));
+    auto asked = askNeighbours(device, before, after, live); // the answers come while the rest is looked at
+    plan.concerns = added(concernsOf(before, live, advice), concernsOf(after, live, advice));
     plan.warnings = added(misreadRoutes(before), misreadRoutes(after));
     for (const auto& daemon : daemonsOf(device, plan)) {
         add(bootFaultOf(daemon), plan.concerns);
         add(presentFaultOf(daemon), plan.warnings); // a change restarts it
     }
+    for (const auto& fault : faultsOfNeighbours(asked, kForGateway)) {
+        plan.concerns.push_back(fault);
+    }
+    for (const auto& [name, iface] : concernedBy(plan, after).interfaces) {
+        if (const auto& state = live.interfaces.at(name); state.isPresent && !state.hasLink) {
+            plan.warnings.push_back("the cable of " + name + " is out: the change becomes live only when it is in");
+        }
+    }
+    addLostServers(device.files(), before, after, live, plan.warnings);
     for (const auto& file : plan.files) {
         for (const auto& line : droppedLines(file)) {
             plan.warnings.push_back(file.path + " loses the line '" + line + '\'');

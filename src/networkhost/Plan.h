@@ -42,8 +42,10 @@ struct Plan
 /// second address.
 std::vector<std::string> droppedLines(const FileChange& file);
 
-/// Fills `concerns` and `warnings`: what the plan brings; what is so already is none.
-void judge(IDevice& device, Plan& plan);
+/// Fills `concerns` and `warnings`: what the plan brings; what is so already is none, but for the daemons and cables
+/// that it needs. `advice` is for a gateway outside the subnet. Waits for neighbours: some milliseconds, or a second
+/// for a gateway that does not answer.
+void judge(IDevice& device, Plan& plan, const std::string& advice = {});
 
 /// While a trial is pending, a plan that finds nothing to change is refused: what it finds may be on trial.
 void refuseDuringTrial(IDevice& device, Plan& plan);

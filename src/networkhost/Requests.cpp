@@ -8,6 +8,7 @@
 #include "networkhost/Configuration.h"
 #include "networkhost/Missing.h"
 #include "networkhost/PlanningSystem.h"
+#include "networkhost/Settings.h"
 #include "networkmanager/BuiltInInterfaces.h"
 #include "networkmanager/NetworkManagerImpl.h"
 #include "networkmanager/RequestStatus.h"
@@ -20,6 +21,8 @@
 #include <utility>
 #include <vector>
 
+#include <boost/algorithm/string/join.hpp>
+
 namespace networkhost {
 
 using velbase2::nsa::common::IpSettings;
@@ -29,6 +32,7 @@ namespace {
 
 using Manager = networkmanager::detail::NetworkManagerImpl<Backend>;
 
+constexpr const char* kBothTogether = "give the address and the gateway together";
 constexpr const char* kNoGateway = "0.0.0.0"; // stands for none
 
 Plan refusedPlan(const std::string& title, const std::string& reason, const std::string& status = {})
@@ -57,7 +61,7 @@ std::string titleOf(const std::vector<std::string>& words)
 
 using Operation = std::function<bool(Manager& manager, PlanningSystem& system)>;
 
-/// Runs the operation of a manager that is not started. `reason` serves where the library gives none.
+/// Runs the operation of a manager that is not started. `reason` serves where the library gives none. Does not judge.
 Plan makePlan(IDevice& device, const std::string& title, const Operation& operation, const std::string& reason = {})
 {
     Plan plan;
@@ -79,9 +83,16 @@ Plan makePlan(IDevice& device, const std::string& title, const Operation& operat
         plan.preparations.clear();
         plan.activations.clear();
     }
-    if (outcome.isDone) {
-        judge(device, plan);
+    return plan;
+}
+
+/// What is doubtful about the plan, and a trial that forbids it.
+Plan judged(IDevice& device, Plan plan, const std::string& advice = {})
+{
+    if (plan.outcome.isDone) {
+        judge(device, plan, advice);
     }
+    refuseDuringTrial(device, plan);
     return plan;
 }
 
@@ -166,13 +177,20 @@ std::string presentGateway(IDevice& device, const ConfiguredInterface& configure
     return live.empty() ? configured.gateway : live;
 }
 
-} // namespace
-
-Plan planIp(IDevice& device, const std::string& interfaceName, const IpSettings& settings)
+std::string titleOf(const std::string& interfaceName, const IpSettings& settings)
 {
-    const auto title =
-        titleOf({"set-ip", interfaceName, settings.dhcp ? "dhcp" : withPrefixLength(settings.ip, settings.mask),
-                 settings.gateway.empty() ? "" : "--gateway " + settings.gateway});
+    return titleOf({"set-ip", interfaceName, settings.dhcp ? "dhcp" : withPrefixLength(settings.ip, settings.mask),
+                    settings.gateway.empty() ? "" : "--gateway " + settings.gateway});
+}
+
+std::string adviceFor(const IpSettings& settings)
+{
+    return settings.gateway.empty() ? kBothTogether : "";
+}
+
+Plan unjudgedIpPlan(IDevice& device, const std::string& interfaceName, const IpSettings& settings,
+                    const std::string& title)
+{
     if (const auto fault = faultOfSettings(settings); !fault.empty()) {
         return refusedPlan(title, fault, networkmanager::status::kInvalidIpOrMask);
     }
@@ -209,9 +227,42 @@ Plan planIp(IDevice& device, const std::string& interfaceName, const IpSettings&
         }
         return manager.setIp(interfaceName, canonical);
     };
-    auto plan = makePlan(device, title, operation, interfaceName + " is absent: it has no MAC address");
-    refuseDuringTrial(device, plan);
-    return plan;
+    return makePlan(device, title, operation, interfaceName + " is absent: it has no MAC address");
+}
+
+} // namespace
+
+Plan planIp(IDevice& device, const std::string& interfaceName, const IpSettings& settings)
+{
+    return judged(device, unjudgedIpPlan(device, interfaceName, settings, titleOf(interfaceName, settings)),
+                  adviceFor(settings));
+}
+
+Plan planIp(IDevice& device, const std::string& interfaceName, const IpSettings& settings,
+            const std::vector<std::string>& dnsServers)
+{
+    const auto title = titleOf({titleOf(interfaceName, settings), "--dns",
+                                dnsServers.empty() ? "none" : boost::algorithm::join(dnsServers, " ")});
+    std::vector<std::string> servers;
+    for (const auto& server : dnsServers) {
+        if (const auto fault = faultOfAddress(server); !fault.empty()) {
+            return refusedPlan(title, fault);
+        }
+        servers.push_back(iphelper::cleanupIP(server));
+    }
+    auto plan = unjudgedIpPlan(device, interfaceName, settings, title);
+    if (!plan.outcome.isDone && !plan.outcome.isNothingToChange()) {
+        return plan;
+    }
+    if (const auto reason = addDnsServers(device, servers, plan); !reason.empty()) {
+        return refusedPlan(title, reason);
+    }
+    if (!plan.files.empty()) {
+        plan.outcome = {};
+        plan.outcome.isDone = true;
+        plan.outcome.status = networkmanager::status::kOk;
+    }
+    return judged(device, std::move(plan), adviceFor(settings));
 }
 
 Plan planGateway(IDevice& device, const std::string& gateway)
@@ -235,8 +286,7 @@ Plan planGateway(IDevice& device, const std::string& gateway)
         const auto name = dhcpInterface(device);
         plan.outcome.reason += " " + name + " uses DHCP: give " + name + " a static address first (set-ip)";
     }
-    refuseDuringTrial(device, plan);
-    return plan;
+    return judged(device, std::move(plan), kBothTogether);
 }
 
 Plan planDnsServer(IDevice& device, const std::string& address, unsigned int index)
@@ -245,9 +295,9 @@ Plan planDnsServer(IDevice& device, const std::string& address, unsigned int ind
     if (const auto fault = faultOfAddress(address); !fault.empty()) {
         return refusedPlan(title, fault);
     }
-    return makePlan(device, title, [&](Manager& manager, PlanningSystem&) {
-        return manager.setDnsServer(iphelper::cleanupIP(address), index);
-    });
+    return judged(device, makePlan(device, title, [&](Manager& manager, PlanningSystem&) {
+                      return manager.setDnsServer(iphelper::cleanupIP(address), index);
+                  }));
 }
 
 Plan planDnsDomain(IDevice& device, const std::string& domain)
@@ -256,7 +306,8 @@ Plan planDnsDomain(IDevice& device, const std::string& domain)
     if (const auto fault = faultOfText(domain); !fault.empty()) {
         return refusedPlan(title, fault);
     }
-    return makePlan(device, title, [&](Manager& manager, PlanningSystem&) { return manager.setDnsDomain(domain); });
+    return judged(device, makePlan(device, title,
+                                   [&](Manager& manager, PlanningSystem&) { return manager.setDnsDomain(domain); }));
 }
 
 Plan planRoutes(IDevice& device, const std::string& interfaceName, const std::string& routes)
@@ -266,9 +317,9 @@ Plan planRoutes(IDevice& device, const std::string& interfaceName, const std::st
         return refusedPlan(title, fault);
     }
     try {
-        auto plan = makePlan(device, title, [&](Manager& manager, PlanningSystem&) {
-            return manager.setRoutes(interfaceName, canonicalRoutes(routes));
-        });
+        auto plan = judged(device, makePlan(device, title, [&](Manager& manager, PlanningSystem&) {
+                               return manager.setRoutes(interfaceName, canonicalRoutes(routes));
+                           }));
         if (const auto fault = faultOfRoutes(plan.outcome.status); !fault.empty()) {
             plan.outcome.reason += ": " + fault;
         }

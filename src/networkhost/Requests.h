@@ -7,6 +7,7 @@
 #include "Plan.h"
 
 #include <string>
+#include <vector>
 
 /// The set operations of a manager as plans, with the reason of a refusal. Each builds a manager of its own, which
 /// reads the files and touches nothing; apply() and tryOut() carry the plan out. The second form of each applies it at
@@ -20,6 +21,10 @@ namespace networkhost {
 /// live one is kept, or without one, as with the cable out, the configured one.
 /// "nothing to change" only when the settings are configured, live, and not on trial.
 Plan planIp(IDevice& device, const std::string& interfaceName, const velbase2::nsa::common::IpSettings& settings);
+
+/// The same, and makes these, in that order, all DNS servers besides those of leases; an empty list removes them.
+Plan planIp(IDevice& device, const std::string& interfaceName, const velbase2::nsa::common::IpSettings& settings,
+            const std::vector<std::string>& dnsServers);
 Outcome setIp(IDevice& device, const std::string& interfaceName, const velbase2::nsa::common::IpSettings& settings,
               const ApplyOptions& options = {});
 

@@ -224,6 +224,18 @@ Plan planSettings(IDevice& device, const std::string& document)
     return plan;
 }
 
+std::string addDnsServers(IDevice& device, const std::vector<std::string>& servers, Plan& plan)
+{
+    auto wanted = sorted(readConfiguration(device.files()));
+    wanted.dnsServers = servers;
+    const auto count = plan.files.size();
+    auto reason = addNeededFiles(device.files(), resolverPart(device, wanted), wanted, plan);
+    if (plan.files.size() > count) {
+        PlanningSystem(device, plan).reloadResolveD();
+    }
+    return reason;
+}
+
 Texts faultsOfSettings(const std::string& document)
 {
     Texts faults;

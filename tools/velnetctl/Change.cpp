@@ -48,8 +48,10 @@ constexpr auto kTimeToSettle = std::chrono::seconds(3);
 void settle(Session& session, const std::string& interfaceName)
 {
     auto configured = onlyInterface(networkhost::readConfiguration(session.device.files()), interfaceName);
-    configured.interfaces.at(interfaceName).routes.clear(); // no change reads them
-    const auto lacking = networkhost::waitUntilLive(session.device, configured, kTimeToSettle);
+    configured.interfaces.at(interfaceName).routes.clear();              // no change reads them
+    const bool hasLink = session.device.system().getLink(interfaceName); // without it, nothing comes
+    const auto lacking =
+        networkhost::waitUntilLive(session.device, configured, hasLink ? kTimeToSettle : std::chrono::seconds(0));
     if (!lacking.empty()) {
         warn(session, "the live state lacks " + lacking + ", which is configured");
     }
@@ -226,7 +228,7 @@ void printFailure(Session& session, const Outcome& outcome)
 }
 
 bool setIp(Session& session, const std::string& interfaceName, const std::string& address, const std::string& mask,
-           const std::string& gateway, const ChangeOptions& options)
+           const std::string& gateway, const std::vector<std::string>& dnsServers, const ChangeOptions& options)
 {
     if (const auto fault = faultOf(address, mask); !fault.empty()) {
         fail(session, std::string(networkmanager::status::kInvalidIpOrMask) + ": " + fault);
@@ -235,7 +237,12 @@ bool setIp(Session& session, const std::string& interfaceName, const std::string
     auto settings = requestedSettings(address, mask);
     settings.gateway = addressOrNone(gateway);
     settle(session, interfaceName);
-    return carryOut(session, networkhost::planIp(session.device, interfaceName, settings), options);
+    if (dnsServers.empty()) {
+        return carryOut(session, networkhost::planIp(session.device, interfaceName, settings), options);
+    }
+    const bool isNone = dnsServers.size() == 1 && lowerCase(dnsServers.front()) == kNone;
+    const auto servers = isNone ? std::vector<std::string>() : dnsServers;
+    return carryOut(session, networkhost::planIp(session.device, interfaceName, settings, servers), options);
 }
 
 bool setGateway(Session& session, const std::string& gateway, const ChangeOptions& options)

@@ -27,9 +27,9 @@ struct ChangeOptions
 };
 
 /// `address` is "dhcp", "ADDRESS/LENGTH", or an address with its `mask`; `gateway` an address, "none", or empty for the
-/// present one.
+/// present one; `dnsServers` all DNS servers, or "none", or empty for the present ones.
 bool setIp(Session& session, const std::string& interfaceName, const std::string& address, const std::string& mask,
-           const std::string& gateway, const ChangeOptions& options);
+           const std::string& gateway, const std::vector<std::string>& dnsServers, const ChangeOptions& options);
 
 /// `gateway` is an address or "none".
 bool setGateway(Session& session, const std::string& gateway, const ChangeOptions& options);

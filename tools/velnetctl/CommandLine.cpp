@@ -52,7 +52,7 @@ constexpr Verb kSetIp = {"set-ip", "Switch an interface to DHCP or to a static a
                          R"(  velnetctl set-ip remote dhcp --wait 20   and return when the lease is there
   velnetctl set-ip local 192.168.10.1/24
   velnetctl set-ip local 192.168.10.1 255.255.255.0
-  velnetctl set-ip remote 10.0.0.5/24 --gateway 10.0.0.1 --dry-run
+  velnetctl set-ip remote 10.0.0.5/24 --gateway 10.0.0.1 --dns 10.0.0.1 10.0.0.2 --dry-run
   velnetctl set-ip remote 10.0.0.5/24 --gateway 10.0.0.1 --try 2m   and then: velnetctl confirm)"};
 constexpr Verb kSetGateway = {"set-gateway", "Set or remove the default gateway",
                               R"(  velnetctl set-gateway 192.168.50.1
@@ -267,12 +267,14 @@ void addSetting(Commands& commands, Session& session)
     auto& arguments = commands.arguments;
     auto& ip = addChange(commands, kSetIp, [&] {
         return setIp(session, arguments.interfaceName, arguments.address, arguments.mask, arguments.gateway,
-                     arguments.change);
+                     arguments.words, arguments.change);
     });
     ip.add_option("INTERFACE", arguments.interfaceName)->required()->check(managedInterface());
     ip.add_option("ADDRESS", arguments.address, kAddressForms)->required();
     ip.add_option("MASK", arguments.mask, "Dotted, for an ADDRESS without LENGTH");
     ip.add_option("--gateway", arguments.gateway, "The default gateway, or none; otherwise the present one is kept")
+        ->type_name("ADDRESS");
+    ip.add_option("--dns", arguments.words, "All DNS servers, or none; otherwise the present ones are kept")
         ->type_name("ADDRESS");
     ip.final_callback([&arguments] {
         const bool isDhcp = CLI::detail::to_lower(arguments.address) == "dhcp";
