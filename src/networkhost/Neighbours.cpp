@@ -49,7 +49,7 @@ std::vector<AskedNeighbour> askNeighbours(IDevice& device, const Configuration& 
             return;
         }
         if (auto question = device.ask(name, address, isOwnAddress)) {
-            asked.push_back({name, address, isGateway, std::move(question)});
+            asked.push_back({name, address, isGateway, device.now(), std::move(question)});
         }
     };
     for (const auto& [name, iface] : after.interfaces) {
@@ -68,11 +68,13 @@ std::vector<AskedNeighbour> askNeighbours(IDevice& device, const Configuration& 
     return asked;
 }
 
-std::vector<std::string> faultsOfNeighbours(std::vector<AskedNeighbour>& asked, milliseconds limit)
+std::vector<std::string> faultsOfNeighbours(const IDevice& device, const std::vector<AskedNeighbour>& asked,
+                                            milliseconds limit)
 {
     std::vector<std::string> faults;
-    for (auto& [name, address, isGateway, question] : asked) {
-        const bool isAnswered = question->isAnswered(isGateway ? limit : kSilence);
+    for (const auto& [name, address, isGateway, time, question] : asked) {
+        const auto left = time + (isGateway ? limit : kSilence) - device.now();
+        const bool isAnswered = question->isAnswered(std::max(left, milliseconds(0)));
         if (isGateway && !isAnswered) {
             faults.push_back("the gateway " + address + " does not answer over " + name);
         } else if (!isGateway && isAnswered) {
@@ -86,8 +88,7 @@ std::vector<std::string> unansweredOrTaken(IDevice& device, const Plan& plan)
 {
     constexpr milliseconds kLimit(3000);
     const auto configuration = concernedBy(plan, readConfiguration(device.files()));
-    auto asked = askNeighbours(device, {}, configuration, readLiveState(device), true);
-    return faultsOfNeighbours(asked, kLimit);
+    return faultsOfNeighbours(device, askNeighbours(device, {}, configuration, readLiveState(device), true), kLimit);
 }
 
 } // namespace networkhost

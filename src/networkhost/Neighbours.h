@@ -19,7 +19,8 @@ struct AskedNeighbour
 {
     std::string interfaceName;
     std::string address;
-    bool isGateway; // which is to answer; others are not
+    bool isGateway;                 // which is to answer; others are not
+    std::chrono::milliseconds time; // on the device's clock
     std::unique_ptr<IQuestion> question;
 };
 
@@ -29,9 +30,10 @@ struct AskedNeighbour
 std::vector<AskedNeighbour> askNeighbours(IDevice& device, const Configuration& before, const Configuration& after,
                                           const LiveState& live, bool isLive = false);
 
-/// Which addresses are taken and which gateways do not answer, in sentences. Waits for silence about an address for
-/// some milliseconds, about a gateway until the limit.
-std::vector<std::string> faultsOfNeighbours(std::vector<AskedNeighbour>& asked, std::chrono::milliseconds limit);
+/// Which addresses are taken and which gateways do not answer, in sentences. Nobody has an address who has not answered
+/// some milliseconds after the question; a gateway has until the limit.
+std::vector<std::string> faultsOfNeighbours(const IDevice& device, const std::vector<AskedNeighbour>& asked,
+                                            std::chrono::milliseconds limit);
 
 /// For a trial whose settings are live: which gateways of the plan's interfaces do not answer within 3 s, and which of
 /// their addresses somebody else has as well.

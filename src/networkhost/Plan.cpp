@@ -148,14 +148,14 @@ void judge(IDevice& device, Plan& plan, const std::string& advice)
     const auto live = readLiveState(device);
     const auto before = readConfiguration(device.files());
     const auto after = readConfiguration(PlannedFiles(device.files(), plan));
-    auto asked = askNeighbours(device, before, after, live); // the answers come while the rest is looked at
+    const auto asked = askNeighbours(device, before, after, live); // the answers come while the rest is looked at
     plan.concerns = added(concernsOf(before, live, advice), concernsOf(after, live, advice));
     plan.warnings = added(misreadRoutes(before), misreadRoutes(after));
     for (const auto& daemon : daemonsOf(device, plan)) {
         add(bootFaultOf(daemon), plan.concerns);
         add(presentFaultOf(daemon), plan.warnings); // a change restarts it
     }
-    for (const auto& fault : faultsOfNeighbours(asked, kForGateway)) {
+    for (const auto& fault : faultsOfNeighbours(device, asked, kForGateway)) {
         plan.concerns.push_back(fault);
     }
     for (const auto& [name, iface] : concernedBy(plan, after).interfaces) {

@@ -59,8 +59,7 @@ def without_terminal(box, *command):
 
 @pytest.mark.parametrize("begin, end, change, reason", [
     ("mv /usr/bin/sudo /usr/bin/sudo.away", "mv /usr/bin/sudo.away /usr/bin/sudo", ADDRESS, "sudo: not found"),
-    (f"mv {RULE} /run", f"mv /run/velnet-host {RULE}", ADDRESS,
-     "run it as root, or as a user who may change the network settings"),
+    (f"mv {RULE} /run", f"mv /run/velnet-host {RULE}", ADDRESS, "sudo: a terminal is required to read the password"),
     (f"cp -p {RULE} /run; sed -i 's/NOPASSWD: //; s/!fqdn/&, visiblepw/' {RULE}", f"mv /run/velnet-host {RULE}",
      ADDRESS, "sudo: no password was provided"),
     ("systemctl mask systemd-networkd", "systemctl unmask systemd-networkd", ADDRESS, "service is masked."),
@@ -77,6 +76,7 @@ def test_a_change_that_does_not_reach_its_daemon(box, nothing_is_left, installed
         for options, whose in ("--force", "the old"), ("--force --try 9", "the previous"):
             refused = without_terminal(box, "velnetctl", *f"{step} {options}".split())
             assert refused.returncode == 1 and reason in refused.stderr
+            assert ("password" in reason) == ("(run it as root, or as a user who may" in refused.stderr)
             assert f"{whose} files are back, but {daemon} could not be restarted\n" in refused.stderr
             assert files(box) == before
         publishes(box, monitor)
@@ -120,6 +120,16 @@ def test_a_change_brings_a_daemon_back_that_has_crashed_too_often(box, nothing_i
         box.exec("timeout", "30", "sh", "-c", crash)
         publishes(box, monitor)
         assert box.velnetctl("set-ip", "local", "10.0.0.1/8", "--wait", "20").stdout == "OK\n"
+
+
+def test_a_daemon_that_a_reboot_does_not_bring_back_is_an_objection(box, nothing_is_left):
+    fault_of_networkd = "systemd-networkd is not enabled: after a reboot the device has no network"
+    with fault(box, "systemctl disable systemd-networkd", "systemctl enable systemd-networkd"):
+        refused = box.velnetctl("set-ip", "local", "10.0.0.1/8", check=False)
+        assert refused.returncode == 1 and fault_of_networkd in refused.stderr
+        networkd, resolved = box.status()["daemons"]
+        assert fault_of_networkd in networkd["fault"] and resolved["fault"] == ""
+    assert box.status()["daemons"][0]["fault"] == ""
 
 
 def make_local(box, mac):

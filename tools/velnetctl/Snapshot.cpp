@@ -9,6 +9,8 @@
 #include "networkhost/Text.h"
 #include "networkmanager/Refresher.h"
 
+#include <future>
+
 namespace velnetctl {
 
 using networkhost::printable;
@@ -64,6 +66,7 @@ Section sectionOf(const EthInterface& iface, const Snapshot& snapshot)
 
 void read(networkhost::IDevice& device, Snapshot& snapshot)
 {
+    auto daemons = std::async([&device] { return device.daemons(); }); // half of the time; without a thread, afterwards
     for (auto& entry : snapshot.interfaces) {
         networkhost::Backend(device.files()).load(entry.second);
     }
@@ -71,7 +74,7 @@ void read(networkhost::IDevice& device, Snapshot& snapshot)
     networkmanager::Refresher(snapshot.host, snapshot.interfaces, device.system()).refresh();
     snapshot.configured = networkhost::readConfiguration(device.files());
     snapshot.live = networkhost::readLiveState(device);
-    snapshot.daemons = device.daemons();
+    snapshot.daemons = daemons.get();
 }
 
 std::vector<Section> sectionsOf(const Snapshot& snapshot)
