@@ -59,9 +59,7 @@ std::vector<DaemonState> parseDaemonStates(const std::string& output)
             next.name = value.substr(0, value.rfind(".service"));
         } else if (key == "ActiveState") {
             next.active = value;
-        } else if (key == "LoadState" && value == "not-found") {
-            next.enabled = value;
-        } else if (key == "UnitFileState" && next.enabled.empty()) {
+        } else if ((key == "LoadState" && value == "not-found") || (key == "UnitFileState" && next.enabled.empty())) {
             next.enabled = value;
         }
     }

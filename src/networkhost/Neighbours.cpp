@@ -76,9 +76,11 @@ std::vector<std::string> faultsOfNeighbours(const IDevice& device, const std::ve
         const auto left = time + (isGateway ? limit : kSilence) - device.now();
         const bool isAnswered = question->isAnswered(std::max(left, milliseconds(0)));
         if (isGateway && !isAnswered) {
-            faults.push_back("the gateway " + address + " does not answer over " + name);
+            faults.push_back("the gateway " + address + " does not answer over ");
+            faults.back() += name;
         } else if (!isGateway && isAnswered) {
-            faults.push_back("the address " + address + " is taken: another device answers for it over " + name);
+            faults.push_back("the address " + address + " is taken: another device answers for it over ");
+            faults.back() += name;
         }
     }
     return faults;

@@ -101,13 +101,17 @@ void addLostServers(const IReadableFiles& files, const Configuration& before, co
             while (asksForServers(files, paths::dnsServerFile(slot))) {
                 ++slot;
             }
-            commands += (commands.empty() ? "velnetctl set-dns " : " && velnetctl set-dns ") + std::to_string(slot++) +
-                        ' ' + server;
+            commands += commands.empty() ? "velnetctl set-dns " : " && velnetctl set-dns ";
+            commands += std::to_string(slot++) + ' ';
+            commands += server;
         }
         if (!lost.empty()) {
-            warnings.push_back(name + " gives up its lease, and with it the name server" +
-                               (lost.size() > 1 ? "s " : " ") + toText(lost) + "; to keep " +
-                               (lost.size() > 1 ? "them: " : "it: ") + commands);
+            const bool isOne = lost.size() == 1;
+            auto warning = name + " gives up its lease, and with it the name server";
+            warning += isOne ? " " : "s ";
+            warning += toText(lost);
+            warning += isOne ? "; to keep it: " : "; to keep them: ";
+            warnings.push_back(warning + commands);
         }
     }
 }
