@@ -3,8 +3,10 @@
 
 #include "networkhost/CarryOut.h"
 #include "networkhost/ChangeLock.h"
+#include "networkhost/DaemonHealth.h"
 #include "networkhost/LockHolder.h"
 #include "networkhost/Missing.h"
+#include "networkhost/Neighbours.h"
 #include "networkhost/Record.h"
 #include "networkhost/RollBack.h"
 #include "networkhost/Wait.h"
@@ -18,6 +20,8 @@ namespace networkhost {
 using std::chrono::milliseconds;
 
 namespace {
+
+using Sentences = std::vector<std::string>;
 
 std::string secondsText(milliseconds time)
 {
@@ -163,6 +167,9 @@ Outcome tryOut(IDevice& device, const Plan& plan, const TrialOptions& options)
         return refused(
             "nothing restores an unconfirmed trial at the next boot: velnet-guard-boot.service is not enabled");
     }
+    if (const auto faults = options.requiresBootGuard ? daemonFaults(device, plan) : Sentences(); !faults.empty()) {
+        return refused(faults.front());
+    }
     auto turn = lockChanges(device);
     if (!turn.refusal.empty()) {
         return refused(turn.refusal);
@@ -198,6 +205,10 @@ Outcome tryOut(IDevice& device, const Plan& plan, const TrialOptions& options)
     const auto lacking = waitForTrial(device, wanted, before, options);
     if (isBrokenOff()) {
         return refused("it was broken off: the guard rolls it back");
+    }
+    if (const auto faults = lacking.empty() && !options.force ? unansweredOrTaken(device, plan) : Sentences();
+        !faults.empty()) {
+        return ended(device, outcome, faults.front() + "; --force keeps it all the same");
     }
     turn = lockChanges(device);
     if (lacking.empty() && turn.refusal.empty() && moveDeadline(device, record, options.time, true)) {

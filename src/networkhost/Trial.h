@@ -21,8 +21,8 @@ struct TrialOptions
 {
     std::chrono::seconds time{60};                             // to confirm in, once it is live; 1 s to 24 h
     std::chrono::milliseconds wait = std::chrono::seconds(30); // at most, for it to become live; 1 s to 24 h
-    bool force = false;                                        // whatever the plan's concerns
-    bool requiresBootGuard = false;                            // refuse when a reboot is not covered
+    bool force = false;             // whatever the plan's concerns, and whatever the neighbours say when it is live
+    bool requiresBootGuard = false; // refuse when a reboot is not covered
 
     /// Told while it waits, at each look and at least once a second: what is lacking, and the time that is left to
     /// wait.
@@ -30,8 +30,9 @@ struct TrialOptions
 };
 
 /// Carries out the plan as apply() does, but never in place, and waits until the live state shows it. When it is done,
-/// the countdown runs: confirmTrial() keeps the setting, and otherwise the previous files come back. When a step failed
-/// or the setting did not become live, they are back already, and the reason says what was lacking.
+/// the countdown runs: confirmTrial() keeps the setting, and otherwise the previous files come back. When a step
+/// failed, the setting did not become live, its gateway does not answer or its address is taken, they are back already,
+/// and the reason says why.
 Outcome tryOut(IDevice& device, const Plan& plan, const TrialOptions& options = {});
 
 /// Keeps the settings of the pending trial, for good once it is done. Refused before they were live.

@@ -110,14 +110,12 @@ TEST(Neighbours, AreAskedInATrialForWhatNobodyCouldKnowBefore)
     networksimulation::Device device;
     const auto plan = networkhost::planIp(device, "remote", {"10.0.0.5", "255.255.255.0", false, "10.0.0.1"});
     EXPECT_THAT(plan.concerns, testing::IsEmpty());
-    ASSERT_TRUE(networkhost::tryOut(device, plan).isDone);
-    EXPECT_THAT(unansweredOrTaken(device, plan),
-                testing::ElementsAre("the gateway 10.0.0.1 does not answer over remote"));
+    EXPECT_THAT(tryOut(device, plan).reason, testing::StartsWith("the gateway 10.0.0.1 does not answer over remote"));
     device.addNeighbour("remote", "10.0.0.1");
-    EXPECT_THAT(unansweredOrTaken(device, plan), testing::IsEmpty());
     device.addNeighbour("remote", "10.0.0.5");
-    EXPECT_THAT(unansweredOrTaken(device, plan),
-                testing::ElementsAre("the address 10.0.0.5 is taken: another device answers for it over remote"));
+    EXPECT_THAT(tryOut(device, plan).reason, testing::StartsWith("the address 10.0.0.5 is taken: another device"));
+    device.removeNeighbour("remote", "10.0.0.5");
+    EXPECT_TRUE(tryOut(device, plan).isDone);
 }
 
 TEST(RealFiles, AreReplacedWhole)

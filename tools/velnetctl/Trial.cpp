@@ -193,7 +193,7 @@ bool tryPlan(Session& session, const networkhost::Plan& plan, const ChangeOption
     networkhost::TrialOptions trial;
     trial.time = *options.trial;
     trial.wait = options.wait.value_or(std::chrono::duration_cast<std::chrono::seconds>(trial.wait));
-    trial.force = true; // the concerns have been looked at
+    trial.force = options.force;
     trial.requiresBootGuard = options.requiresBootGuard;
     networkhost::Outcome outcome;
     try {
