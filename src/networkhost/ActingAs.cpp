@@ -1,24 +1,41 @@
 // SPDX-License-Identifier: MIT
 #include "networkhost/ActingAs.h"
 
-#include <sys/fsuid.h>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 namespace networkhost {
 namespace {
 
-constexpr auto kPresent = static_cast<uid_t>(-1); // changes nothing, and tells the present one
+// The system calls themselves, for this thread only: the functions of libc would change all threads of the host. On
+// 32-bit targets, those without a number at the end take 16 bits.
+#ifdef SYS_setgroups32
+constexpr long kSetGroups = SYS_setgroups32;
+constexpr long kSetUsers = SYS_setresuid32;
+constexpr long kSetGroupIds = SYS_setresgid32;
+#else
+constexpr long kSetGroups = SYS_setgroups;
+constexpr long kSetUsers = SYS_setresuid;
+constexpr long kSetGroupIds = SYS_setresgid;
+#endif
 
-/// Of this thread only: the function of libc would change all threads of the host.
+constexpr int kUnchanged = -1;
+
 bool setGroups(const std::vector<gid_t>& groups)
 {
-#ifdef SYS_setgroups32
-    constexpr long kSetGroups = SYS_setgroups32;
-#else
-    constexpr long kSetGroups = SYS_setgroups;
-#endif
     return ::syscall(kSetGroups, groups.size(), groups.data()) == 0;
+}
+
+/// The effective ones. With another user than root go all capabilities, and come back with it.
+bool setUser(uid_t user)
+{
+    return ::syscall(kSetUsers, kUnchanged, user, kUnchanged) == 0;
+}
+
+bool setGroup(gid_t group)
+{
+    return ::syscall(kSetGroupIds, kUnchanged, group, kUnchanged) == 0;
 }
 
 std::vector<gid_t> presentGroups()
@@ -30,22 +47,17 @@ std::vector<gid_t> presentGroups()
 
 } // namespace
 
-// The group first, and back last: without the user's rights neither can be changed.
-ActingAs::ActingAs(uid_t user, gid_t group) : groups_(presentGroups())
-{
-    if (!setGroups({})) {
-        return;
-    }
-    ::setfsgid(group);
-    ::setfsuid(user);
-    isActing_ = static_cast<uid_t>(::setfsuid(kPresent)) == user && static_cast<gid_t>(::setfsgid(kPresent)) == group;
-}
+ActingAs::ActingAs(uid_t user, gid_t group)
+    : user_(::geteuid()), group_(::getegid()), groups_(presentGroups()), dumpable_(::prctl(PR_GET_DUMPABLE)),
+      isActing_(setGroups({}) && setGroup(group) && setUser(user)) // the user last: it cannot change the others
+{}
 
 ActingAs::~ActingAs()
 {
-    ::setfsuid(::geteuid());
-    ::setfsgid(::getegid());
+    setUser(user_);
+    setGroup(group_);
     setGroups(groups_);
+    ::prctl(PR_SET_DUMPABLE, dumpable_ == 1 ? 1 : 0); // of a host that may leave a core dump
 }
 
 } // namespace networkhost

@@ -7,8 +7,8 @@
 
 namespace networkhost {
 
-/// As long as it lives, this thread of root works on files with the rights of another user, and with no more. For one
-/// thread, which does not make a second one meanwhile.
+/// As long as it lives, this thread of root has the rights of another user and no capability. For one thread, which
+/// does not make a second one meanwhile.
 class ActingAs
 {
 public:
@@ -21,8 +21,11 @@ public:
     bool isActing() const { return isActing_; }
 
 private:
-    std::vector<gid_t> groups_; // of before
-    bool isActing_ = false;
+    uid_t user_; // of before, as the others
+    gid_t group_;
+    std::vector<gid_t> groups_;
+    int dumpable_;
+    bool isActing_;
 };
 
 } // namespace networkhost

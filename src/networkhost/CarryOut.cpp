@@ -5,6 +5,7 @@
 #include "base/Paths.h"
 #include "networkhost/RollBack.h"
 #include "networkhost/Trial.h"
+#include "networkmanager/BuiltInInterfaces.h"
 #include "networkmanager/RequestStatus.h"
 
 #include <algorithm>
@@ -114,6 +115,19 @@ bool isDecided(const IFiles& files, const SavedFile& file, const std::error_code
 
 } // namespace
 
+void clearTheWay(IFiles& files)
+{
+    for (const auto& iface : networkmanager::kBuiltInInterfaces) {
+        for (const char* suffix : {"", paths::kRoutesDropIn}) {
+            const auto path = paths::ofInterface(iface.networkFile, suffix);
+            std::string text;
+            if (files.read(path, text) == std::errc::invalid_argument) {
+                files.moveAside(path);
+            }
+        }
+    }
+}
+
 std::string checksumOf(const std::string& text)
 {
     boost::crc_optimal<64, 0x42F0E1EBA9EA3693, ~std::uint64_t{0}, ~std::uint64_t{0}, true, true> sum; // CRC-64/XZ
@@ -162,10 +176,10 @@ Outcome carryOut(IDevice& device, const Plan& plan, bool allowsInPlace)
     if (!runCommands(device, plan.preparations, outcome)) {
         outcome.status = outcome.failures.back().words; // of the tool, as the library has it
     } else {
-        outcome.isDone =
-            std::all_of(plan.files.begin(), plan.files.end(),
-                        [&](const auto& file) { return writeFile(device, file, allowsInPlace, outcome); }) &&
-            runCommands(device, plan.activations, outcome);
+        outcome.isDone = std::all_of(plan.files.begin(), plan.files.end(),
+                                     [&](const auto& file) { return writeFile(device, file, allowsInPlace, outcome); });
+        clearTheWay(device.files());
+        outcome.isDone = outcome.isDone && runCommands(device, plan.activations, outcome);
         if (!outcome.isDone && !outcome.status.empty()) {
             outcome.status = networkmanager::status::kInternalError;
         }
@@ -200,6 +214,7 @@ std::string restartDaemons(IDevice& device, const std::vector<SavedFile>& files)
         return std::any_of(files.begin(), files.end(),
                            [&](const auto& file) { return file.path.compare(0, directory.size(), directory) == 0; });
     };
+    clearTheWay(device.files());
     std::string failures;
     if (isAmong(paths::kNetworkDirectory) && !device.system().reloadSettings()) {
         failures = "systemd-networkd could not be restarted";

@@ -30,6 +30,10 @@ std::string refusalOf(IDevice& device, const Plan& plan, bool force);
 /// The files of the plan as they are now.
 std::vector<SavedFile> savedFilesOf(IDevice& device, const Plan& plan);
 
+/// Moves aside what lies in the place of a file of systemd-networkd and is none: reading a FIFO, the daemon would wait
+/// for ever, and with it whoever restarts it.
+void clearTheWay(IFiles& files);
+
 /// Runs the commands and writes the files. Stops at the first step that fails. `allowsInPlace`: see apply().
 Outcome carryOut(IDevice& device, const Plan& plan, bool allowsInPlace);
 

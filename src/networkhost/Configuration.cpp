@@ -90,7 +90,8 @@ std::string withoutNames(const std::string& servers)
     return addresses;
 }
 
-void readResolver(const IReadableFiles& files, Configuration& configuration)
+/// In the order in which systemd-resolved reads them.
+std::vector<std::string> resolverFiles(const IReadableFiles& files)
 {
     std::vector<std::string> names;
     files.list(paths::kResolverDirectory, names);
@@ -101,7 +102,12 @@ void readResolver(const IReadableFiles& files, Configuration& configuration)
             order.push_back(paths::kResolverDirectory + name);
         }
     }
-    for (const auto& path : order) {
+    return order;
+}
+
+void readResolver(const IReadableFiles& files, Configuration& configuration)
+{
+    for (const auto& path : resolverFiles(files)) {
         for (const auto& section : readSections(files, path)) {
             for (const auto& [key, value] : section.entries) {
                 if (section.name == "Resolve" && key == "DNS") {
@@ -149,6 +155,25 @@ Configuration readConfiguration(const IReadableFiles& files)
     }
     readResolver(files, configuration);
     return configuration;
+}
+
+std::vector<Failure> unreadFiles(const IReadableFiles& files)
+{
+    auto all = resolverFiles(files);
+    for (const auto& iface : networkmanager::kBuiltInInterfaces) {
+        for (const char* suffix : paths::kInNetworkdsOrder) {
+            all.push_back(paths::ofInterface(iface.networkFile, suffix));
+        }
+    }
+    std::vector<Failure> failures;
+    for (const auto& path : all) {
+        std::string text;
+        const auto error = files.read(path, text);
+        if (error && error != std::errc::no_such_file_or_directory) {
+            failures.push_back({Failure::Step::ReadFile, path, error, {}});
+        }
+    }
+    return failures;
 }
 
 Configuration onlyInterface(const Configuration& configuration, const std::string& interfaceName)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "IFiles.h"
+#include "Outcome.h"
 
 #include <map>
 #include <string>
@@ -50,6 +51,9 @@ bool operator==(const Configuration& left, const Configuration& right);
 
 /// Reads what is configured now, as the daemons would read it. A file that cannot be read asks for nothing.
 Configuration readConfiguration(const IReadableFiles& files);
+
+/// The files of the configuration that are there and cannot be read.
+std::vector<Failure> unreadFiles(const IReadableFiles& files);
 
 /// What is configured for that interface alone, or for systemd-resolved alone.
 Configuration onlyInterface(const Configuration& configuration, const std::string& interfaceName);

@@ -30,7 +30,6 @@ struct Walk
     FileDescriptor directory;      // reached
     uid_t user = ::geteuid();      // with whose rights
     int links = 0;
-    bool isLinked = false;    // the last part was a link
     bool isOpenToAll = false; // others may change names in a directory on the way
 };
 
@@ -57,7 +56,6 @@ std::error_code follow(const FileDescriptor& link, const struct stat& status, Wa
     if (size <= 0) {
         return errorOf(size < 0 ? errno : ENOENT);
     }
-    walk.isLinked = walk.isLinked || walk.parts.empty();
     putInFront(walk.parts, std::string(target.data(), static_cast<std::size_t>(size)));
     return {};
 }
@@ -115,7 +113,7 @@ std::error_code locate(const std::string& path, Place& place)
             error = follow(next, status, walk);
         } else if (isLast && !isRoot) {
             next.reset(); // where descriptors run short, what could be written can be removed again
-            return walk.isLinked && !isTrusted(status, walk) ? errorOf(ELOOP) : arrive(walk, part, place);
+            return arrive(walk, part, place);
         } else {
             error = enter(next, status, walk, place);
         }

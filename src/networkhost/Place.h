@@ -25,9 +25,9 @@ inline std::error_code errorOf(int value)
     return {value, std::generic_category()};
 }
 
-/// Goes along an absolute path. Follows a symbolic link only where nobody but root and the caller can have put it, and
-/// to a file of theirs only. Root goes into a directory of another user with that user's rights, and into no directory
-/// of its own that others may write to. ELOOP for all of that.
+/// Goes along an absolute path. Follows a symbolic link only where nobody but root and the caller can have put it. Root
+/// goes into a directory of another user with that user's rights, and into no directory of its own that others may
+/// write to. ELOOP for all of that.
 std::error_code locate(const std::string& path, Place& place);
 
 } // namespace networkhost

@@ -2,17 +2,23 @@
 #include "networkhost/RealDevice.h"
 
 #include "base/ExecuteCommand.h"
+#include "base/Paths.h"
 #include "networkhost/DaemonHealth.h"
 #include "networkhost/RealHints.h"
 #include "networkhost/RealNeighbours.h"
 #include "networkhost/Record.h"
 #include "networkhost/Trial.h"
+#include "networkmanager/system/SystemIF.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <ctime>
+#include <string_view>
 #include <system_error>
 #include <thread>
 #include <utility>
+
+#include <unistd.h>
 
 namespace networkhost {
 namespace {
@@ -33,9 +39,32 @@ std::string shellWord(const std::string& word)
     return '\'' + text + '\'';
 }
 
+/// For root, reads the configuration as networkhost does: the library's own way follows each link, and in a directory
+/// of another user that may lead anywhere.
+class RealSystem : public networkmanager::SystemIF
+{
+public:
+    std::string readFile(const std::string& path) const override
+    {
+        const std::string_view directory = velbase2::system::paths::kNetworkDirectory;
+        if (::geteuid() != 0 || path.compare(0, directory.size(), directory) != 0) {
+            return SystemIF::readFile(path);
+        }
+        std::string text;
+        files_.read(path, text);
+        text.erase(std::remove(text.begin(), text.end(), '\n'), text.end());
+        return text;
+    }
+
+private:
+    RealFiles files_;
+};
+
 } // namespace
 
-RealDevice::RealDevice(std::string velnetctl) : velnetctl_(std::move(velnetctl)) {}
+RealDevice::RealDevice(std::string velnetctl)
+    : velnetctl_(std::move(velnetctl)), system_(std::make_unique<RealSystem>())
+{}
 
 std::chrono::milliseconds RealDevice::now() const
 {

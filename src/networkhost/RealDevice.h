@@ -33,7 +33,7 @@ private:
     bool waitForGuard(std::chrono::milliseconds limit);
 
     std::string velnetctl_;
-    std::unique_ptr<networkmanager::ISystemIF> system_ = networkmanager::SystemIF_Factory();
+    std::unique_ptr<networkmanager::ISystemIF> system_;
     RealFiles files_;
 };
 

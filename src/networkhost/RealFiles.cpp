@@ -17,7 +17,6 @@
 #include <fcntl.h>
 #include <linux/limits.h>
 #include <sys/file.h>
-#include <sys/fsuid.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -108,7 +107,7 @@ bool mayChangeOwner(const Place& place, const Rights& rights)
 {
     struct stat directory = {};
     return ::fstat(place.directory.get(), &directory) == 0 && (rights.mode & S_IROTH) != 0 &&
-           directory.st_uid == static_cast<uid_t>(::setfsuid(static_cast<uid_t>(-1)));
+           directory.st_uid == ::geteuid();
 }
 
 /// Gives the new file what the one at `place` has, or a new file's rights.
@@ -346,13 +345,20 @@ std::error_code RealFiles::rename(const std::string& from, const std::string& to
 
 std::error_code RealFiles::moveAside(const std::string& path)
 {
-    Place place;
     const auto slash = path.rfind('/') + 1;
-    if (const auto error = locate(path.substr(0, slash) + '.', place)) { // not where a link of that name leads
+    auto name = path.substr(slash);
+    Place place;
+    auto error = locate(path, place);
+    if (!error && ::geteuid() != 0) {
+        name = place.name;
+    } else { // where a link of root leads to, as /dev/null, is not the caller's
+        place.rights.reset();
+        error = locate(path.substr(0, slash) + '.', place);
+    }
+    if (error) {
         return error;
     }
     constexpr int kMost = 1000;
-    const auto name = path.substr(slash);
     struct stat status = {};
     const int directory = place.directory.get();
     if (::fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
@@ -361,13 +367,12 @@ std::error_code RealFiles::moveAside(const std::string& path)
     if (S_ISREG(status.st_mode) || S_ISLNK(status.st_mode)) {
         return errorOf(EINVAL);
     }
-    int error = EEXIST;
-    for (int number = 1; error == EEXIST && number < kMost; ++number) {
+    error = errorOf(EEXIST);
+    for (int number = 1; error == std::errc::file_exists && number < kMost; ++number) {
         const auto aside = name + ".aside" + std::to_string(number);
-        const auto result = ::renameat2(directory, name.c_str(), directory, aside.c_str(), RENAME_NOREPLACE);
-        error = result == 0 ? 0 : errno;
+        error = errorOfCall(::renameat2(directory, name.c_str(), directory, aside.c_str(), RENAME_NOREPLACE));
     }
-    return errorOf(error);
+    return error;
 }
 
 std::error_code RealFiles::writerOf(const std::string& path, unsigned int& user) const
@@ -375,7 +380,7 @@ std::error_code RealFiles::writerOf(const std::string& path, unsigned int& user)
     Place place;
     const auto error = locate(path, place);
     if (!error) {
-        user = static_cast<unsigned int>(::setfsuid(static_cast<uid_t>(-1)));
+        user = ::geteuid();
     }
     return error;
 }

@@ -37,8 +37,9 @@ std::vector<std::string> directoriesOfFiles()
 {
     const auto directoryOf = [](const std::string& path) { return path.substr(0, path.rfind('/')); };
     std::vector<std::string> directories;
-    for (const char* path : {paths::kHostname, paths::kResolverFile, paths::kNetworkDirectory,
-                             paths::kResolverDirectory, kTrialDirectory, kTrial, paths::kLeases, paths::kResolverState}) {
+    for (const char* path :
+         {paths::kHostname, paths::kResolverFile, paths::kNetworkDirectory, paths::kResolverDirectory, kTrialDirectory,
+          kTrial, paths::kLeases, paths::kResolverState}) {
         directories.push_back(directoryOf(path));
     }
     for (const auto& iface : networkmanager::kBuiltInInterfaces) {

@@ -38,6 +38,22 @@ void keepForeignText(IFiles& files, const SavedFile& saved, std::vector<std::str
                     (error ? "lost: " + error.message() : "kept in " + path));
 }
 
+/// Whoever may write the record has nothing to say about a file that is changed with another user's rights.
+void dropFilesOfOthers(const IFiles& files, Record& record, std::vector<std::string>& notes)
+{
+    unsigned int owner = 0;
+    files.writerOf(kRollback, owner);
+    const auto isOfOthers = [&](const SavedFile& file) {
+        unsigned int user = owner;
+        files.writerOf(file.path, user); // what fails here fails again when it is put back
+        if (user != owner) {
+            notes.push_back(file.path + " is root's and stays as it is: it does not lie with the record of the trial");
+        }
+        return user != owner;
+    };
+    record.files.erase(std::remove_if(record.files.begin(), record.files.end(), isOfOthers), record.files.end());
+}
+
 /// False for a trial that is not over yet.
 bool isDue(IDevice& device, const Record& record)
 {
@@ -121,6 +137,7 @@ Outcome rollBackTrial(IDevice& device, const std::string& why, const RollBackOpt
         return refused(trialState(device).text());
     }
     Outcome outcome;
+    dropFilesOfOthers(files, record, outcome.notes);
     for (const auto& file : record.files) {
         keepForeignText(files, file, outcome.notes);
     }

@@ -7,7 +7,9 @@ import os
 import pathlib
 import re
 import shlex
+import shutil
 import subprocess
+import tempfile
 import threading
 import time
 
@@ -207,10 +209,18 @@ def settings(box):
 @pytest.fixture
 def installed(box):
     """The programs lie where units and users find them: the project may lie in /home, or where only root may go."""
-    box.exec("cp", VELNETCTL, os.environ["SCENARIOS"], "/usr/bin/")
-    if "EMULATED" not in os.environ:
-        libraries = re.findall(r"libVelNetwork.* => (.*) \(", box.exec("ldd", VELNETCTL).stdout)
-        box.exec("cp", *libraries, "/usr/lib/")
+    if "EMULATED" in os.environ:
+        box.exec("cp", VELNETCTL, os.environ["SCENARIOS"], "/usr/bin/")
+        return
+    libraries = re.findall(r"libVelNetwork.* => (.*) \(", box.exec("ldd", VELNETCTL).stdout)
+    with tempfile.TemporaryDirectory(dir=pathlib.Path(VELNETCTL).parent) as directory:
+        for path in VELNETCTL, os.environ["SCENARIOS"], *libraries:
+            copy = shutil.copy(path, directory)
+            # A unit that may run what is installed, and nothing else, would find the libraries of the build.
+            script = pathlib.Path(directory, "remove.cmake")
+            script.write_text(f'file(RPATH_REMOVE FILE "{copy}")\n')
+            subprocess.run(["cmake", "-P", script], check=True)
+            box.exec("cp", copy, "/usr/lib/" if path in libraries else "/usr/bin/")
 
 
 @pytest.fixture

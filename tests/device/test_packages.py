@@ -1,12 +1,13 @@
 # SPDX-License-Identifier: MIT
 """The Debian packages, on a device that has nothing else of the project: installed, upgraded, removed and purged."""
+import contextlib
 import os
 import re
 import subprocess
 
 import pytest
 
-from conftest import Box, DEVICEBOX, change_every_setting, drop_in, end_of_trial, wait_until
+from conftest import Box, DEVICEBOX, change_every_setting, end_of_trial, wait_until
 from test_packaging import AS_VELNET, BUSY, CHANGE
 
 PROJECT = DEVICEBOX.parents[2]
@@ -35,14 +36,20 @@ getent passwd; getent group; systemctl list-unit-files --no-legend; systemctl li
 systemctl show -P StartLimitIntervalUSec systemd-networkd systemd-resolved"""
 
 
-@pytest.fixture(scope="module")
-def device():
-    subprocess.run([PROJECT / "tools/build-packages"], check=True)
-    box = Box(os.environ.get("DEVICEBOX_NAME", "check")[:7] + "-b", "velnetctl")
+@contextlib.contextmanager
+def boot(suffix):
+    box = Box(os.environ.get("DEVICEBOX_NAME", "check")[:7] + suffix, "velnetctl")
     box.run("down")
     subprocess.run([*box.command, "up"], check=True, env={**os.environ, "DEVICEBOX_BARE": "1"})
     yield box
     box.run("down")
+
+
+@pytest.fixture(scope="module")
+def device():
+    subprocess.run([PROJECT / "tools/build-packages"], check=True)
+    with boot("-b") as box:
+        yield box
 
 
 @pytest.fixture
@@ -108,7 +115,8 @@ install -m 600 -o velnet -g velnet /dev/stdin ../resolved.conf.d/dns_server_0.co
 printf key | install -m 640 /dev/stdin 25-wg.netdev; mv 25-wg.netdev ../resolved.conf.d/dns_server_1.conf
 ln -s /dev/null 20-mask.network; mv 20-mask.network 02_remote.network.d/50-routes.conf
 as_velnet='setpriv --reuid=velnet --regid=velnet --init-groups'
-$as_velnet sh -c 'touch 90-evil.link 03_more.network; ln -s /etc/shadow ../resolved.conf.d/dns_domain.conf'
+$as_velnet sh -c 'rm -f ../resolved.conf.d/dns_domain.conf; ln -s /etc/shadow ../resolved.conf.d/dns_domain.conf
+    touch 90-evil.link 03_more.network; mv 01_local.network.d 01_old; ln -s /root 01_local.network.d'
 """
 
 
@@ -119,19 +127,19 @@ def test_an_upgrade_takes_over_the_settings_and_the_trial_of_an_earlier_version_
     bare.exec("bash", "-ec", EARLIER)
     bare.exec("dpkg", "--install", *packages())
     assert bare.read(LOCAL) == text and bare.velnetctl("pending").returncode == 0
-    stat = "cd /etc/systemd; stat -c '%n %U %a %F' network resolved.conf.d velnet/*.* network/*[!d] resolved.conf.d/*"
+    stat = "cd /etc/systemd; stat -c '%n %U %a %F' network resolved.conf.d velnet/*.* network/* resolved.conf.d/*"
     made = set(bare.exec("sh", "-c", stat).stdout.splitlines())
     assert {"network root 755 directory", "resolved.conf.d root 755 directory",
             "velnet/01_local.network velnet 644 regular file", "network/01_local.network root 777 symbolic link",
             "velnet/dns_server_0.conf velnet 600 regular file",
             "resolved.conf.d/dns_server_1.conf root 640 regular file",
             "resolved.conf.d/dns_domain.conf root 777 symbolic link", "network/03_more.network root 644 regular empty file",
-            "network/90-evil.link.before1 velnet 644 regular empty file"} <= made
+            "network/90-evil.link.before1 root 644 regular empty file"} <= made
     routes = bare.exec("readlink", "/etc/systemd/network/02_remote.network.d/50-routes.conf").stdout
-    assert routes == "/dev/null\n"
+    assert routes == "/dev/null\n" and not bare.exec("find", "/root", "-name", "50-routes.conf").stdout
     bare.velnetctl("rollback")
     assert "192.168.10.1/24" in bare.read(LOCAL)
-    bare.exec("sh", "-c", "rm -r /etc/systemd/resolved.conf.d /etc/systemd/network/*.before1 /etc/systemd/network/03*")
+    bare.exec("sh", "-c", "cd /etc/systemd/network; rm -r ../resolved.conf.d *.before1 03* 01_old")
 
 
 def test_the_daemons_are_enabled_with_the_package_and_disabled_again_with_its_purge(bare):
@@ -141,16 +149,6 @@ def test_the_daemons_are_enabled_with_the_package_and_disabled_again_with_its_pu
     bare.exec("dpkg", "--purge", *NAMES)
     assert show(bare, "UnitFileState", "systemd-networkd", "systemd-resolved") == ["disabled", "enabled"]
     bare.exec("systemctl", "enable", "systemd-networkd")
-
-
-def test_a_device_shuts_down_in_the_middle_of_a_change(bare):
-    bare.exec("dpkg", "--install", *packages())
-    run = f"[Service]\nRestart=no\nExecStart=\nExecStart=bash -c '{CHANGE}'\n{BUSY}\nTimeoutStopSec=99"
-    with drop_in(bare, "velnet-host", run):
-        bare.exec("systemctl", "start", "velnet-host")
-        wait_until(lambda: bare.ipv4("local") == ["10.0.0.1/8"], "the host is at work")
-        bare.exec("systemctl", "poweroff", "--no-block")
-        wait_until(lambda: bare.run("status", check=False).returncode == 3, "the device is off", 60)
 
 
 def test_purged_they_leave_the_settings_and_nothing_else(bare):
@@ -172,3 +170,15 @@ def test_purged_they_leave_the_settings_and_nothing_else(bare):
     after = bare.exec("sh", "-ec", LIST).stdout
     settings = {f"{LOCAL}.d d 755 root root ", f"{LOCAL}.d/50-routes.conf f 644 root root "}
     assert set(after.splitlines()) ^ set(before.splitlines()) == settings
+
+
+def test_a_device_shuts_down_in_the_middle_of_a_change(device):
+    unit = f"[Service]\nRestart=no\nExecStart=\nExecStart=bash -c '{CHANGE}'\n{BUSY}\nTimeoutStopSec=99"
+    with boot("-c") as box:
+        box.exec("dpkg", "--install", *packages())
+        box.exec("sh", "-ec", "mkdir /run/systemd/system/velnet-host.service.d; systemctl daemon-reload; "
+                 "cat >/run/systemd/system/velnet-host.service.d/busy.conf; systemctl daemon-reload", input=unit)
+        box.exec("systemctl", "start", "velnet-host")
+        wait_until(lambda: box.ipv4("local") == ["10.0.0.1/8"], "the host is at work")
+        box.exec("systemctl", "poweroff", "--no-block")
+        wait_until(lambda: box.run("status", check=False).returncode == 3, "the device is off", 60)

@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: MIT
 """The host's user has the network and nothing else: it attacks root's files, the guard and root's own commands."""
+import json
 import re
 
 import pytest
@@ -39,7 +40,7 @@ def test_the_user_cannot_make_move_or_read_what_is_roots(secret, velnet, attack)
     assert "Permission denied" in velnet(attack, check=False).stderr
 
 
-@pytest.mark.parametrize("target", ["/dev/null", SECRET, "/etc/shadow"])
+@pytest.mark.parametrize("target", ["/dev/null", SECRET, "/etc/shadow", "/proc/1/maps"])
 @pytest.mark.parametrize("who", [(), AS_VELNET], ids=["root", "velnet"])
 def test_a_link_of_the_user_leads_root_and_the_guard_nowhere(box, secret, velnet, who, target):
     shadow = box.exec("stat", "-c", "%U:%G %a %s", "/etc/shadow").stdout
@@ -48,6 +49,47 @@ def test_a_link_of_the_user_leads_root_and_the_guard_nowhere(box, secret, velnet
     assert f"stays as it is: cannot write {REMOTE}" in box.velnetctl("rollback").stderr
     assert box.velnetctl(*TRY[:3], check=False).returncode == 1
     assert box.exec("stat", "-c", "%U:%G %a %s", "/etc/shadow").stdout == shadow
+    assert "/usr/lib/" not in box.exec("sh", "-c", f"cat {OWN}/trials/*").stdout  # of the maps
+
+
+def signed(record):
+    """The checksum, CRC-64/XZ, finds damage: whoever may write a record can compute it."""
+    text, checksum = json.dumps(record) + "\n", 2**64 - 1
+    for byte in text.encode():
+        checksum ^= byte
+        for _ in range(8):
+            checksum = checksum >> 1 ^ (0xC96C5795D7870F42 if checksum & 1 else 0)
+    return f"{text}checksum {checksum ^ 2**64 - 1:016x}\n"
+
+
+def test_root_rolls_nothing_back_by_a_record_of_the_user_but_the_users_own_files(box, settings, velnet):
+    own = [f"{RESOLVED}/dns_server_{number}.conf" for number in (20, 21)]
+    for path in own:
+        box.exec("install", "-m", "600", "/dev/stdin", path, input="key\n")
+    files = [{"path": path, "before": before, "mode": 0o777, "user": 0, "group": 0, "changedTo": None}
+             for path, before in zip(own, ("[Resolve]\nDNS=6.6.6.6\n", None))]
+    velnet(f"mkdir -p {OWN}/trials; cat >{OWN}/trials/trial", input=signed(
+        {"title": "x", "by": "x", "boot": "x", "deadline": 0, "isLive": True, "why": "", "files": files}))
+    told = box.velnetctl("rollback").stderr
+    assert [path in told for path in own] == [True, True]
+    assert box.exec("sh", "-c", f"stat -c '%U %a' {' '.join(own)}; cat {' '.join(own)}").stdout == (
+        "root 600\nroot 600\nkey\nkey\n")
+    assert "key" not in box.exec("sh", "-c", f"cat {OWN}/trials/*").stdout
+
+
+def test_what_keeps_a_reader_waiting_holds_up_neither_root_nor_the_daemon(box, settings, velnet):
+    velnet(f"cd {OWN}; rm 01_local.network; mkfifo 01_local.network")
+    assert box.velnetctl(*TRY[:3], "--force").stdout == "OK\n"
+    velnet(f"rm {OWN}/01_local.network.aside1")
+    assert box.exec("systemctl", "is-active", "systemd-networkd").stdout == "active\n"
+
+
+def test_every_user_sees_the_settings_and_saves_no_part_of_them(box, settings, velnet):
+    nobody = "setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups", "--", VELNETCTL
+    assert '"address": "192.168.10.1/24"' in box.exec(*nobody, "save").stdout
+    velnet(f"chmod 600 {OWN}/01_local.network")
+    refused = box.exec(*nobody, "save", check=False)
+    assert refused.returncode == 1 and "cannot read /etc/systemd/network/01_local.network" in refused.stderr
 
 
 def test_what_root_puts_in_the_place_of_a_file_survives_a_trial_of_it(box, secret):

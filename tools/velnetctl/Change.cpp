@@ -291,16 +291,21 @@ bool applySettings(Session& session, const std::string& file, const ChangeOption
 
 bool saveSettings(Session& session, const std::string& file)
 {
+    const auto unread = networkhost::unreadFiles(session.device.files());
+    if (!unread.empty()) { // a document without what they say would take it away from the device that it is applied to
+        fail(session, networkhost::textOf(unread));
+        return false;
+    }
     const auto document = networkhost::saveSettings(session.device.files());
     if (file == "-") {
         session.output << document << std::flush;
         return true;
     }
-    if (const auto error = session.device.files().replace(std::filesystem::absolute(file), document)) {
-        fail(session, "cannot write " + file + ": " + error.message());
-        return false;
+    const auto error = session.device.files().replace(std::filesystem::absolute(file), document);
+    if (error) {
+        fail(session, networkhost::textOf({{networkhost::Failure::Step::WriteFile, file, error, {}}}));
     }
-    return true;
+    return !error;
 }
 
 } // namespace velnetctl
