@@ -80,9 +80,8 @@ bool rollBackAndReport(IDevice& device, const TrialState& state, const RollBackO
     return false;
 }
 
-} // namespace
-
-void guardTrials(IDevice& device, const Say& say)
+/// Returns when no trial is pending.
+void guardPending(IDevice& device, const Say& say)
 {
     constexpr milliseconds kPause(20);
     constexpr milliseconds kBetweenLooks(500);
@@ -110,6 +109,16 @@ void guardTrials(IDevice& device, const Say& say)
             pause = std::min(2 * pause, kLongest);
         }
     }
+}
+
+} // namespace
+
+void guardTrials(IDevice& device, const Say& say)
+{
+    do {
+        guardPending(device, say);
+        // A trial that began after the last look, and before the lock was free, has found this guard.
+    } while (trialState(device).isPending());
 }
 
 bool restoreAtBoot(IDevice& device, const Say& say)

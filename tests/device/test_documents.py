@@ -31,7 +31,7 @@ RUN_BY = {".ci/run": r"\./demo$|\./check( (unit|device|fuzz) |$)|\./check(?= (un
           "tools/devicebox/devicebox": "packaging/install",
           "tests/package/CMakeLists.txt": "(?<=cmake )--install"}
 # They take from a quarter of an hour to an hour, and the documents have figures of theirs; or there is no BitBake here.
-IS_RUN_BY_HAND = re.compile(r"bitbake|\./check coverage|tools/bench|benchmarks/live-updates |EVERY_CALL=|SCENARIO_")
+IS_RUN_BY_HAND = re.compile(r"bitbake|\./check coverage|tools/bench|benchmarks/live-updates |EVERY_CALL=|SCENARIO_|ORDERS_")
 
 
 def without_blanks(text):
