@@ -210,7 +210,7 @@ def settings(box):
 def installed(box):
     """The programs lie where units and users find them: the project may lie in /home, or where only root may go."""
     if "EMULATED" in os.environ:
-        box.exec("cp", VELNETCTL, os.environ["SCENARIOS"], "/usr/bin/")
+        box.exec("cp", "--remove-destination", VELNETCTL, os.environ["SCENARIOS"], "/usr/bin/")
         return
     libraries = re.findall(r"libVelNetwork.* => (.*) \(", box.exec("ldd", VELNETCTL).stdout)
     with tempfile.TemporaryDirectory(dir=pathlib.Path(VELNETCTL).parent) as directory:
@@ -220,7 +220,7 @@ def installed(box):
             script = pathlib.Path(directory, "remove.cmake")
             script.write_text(f'file(RPATH_REMOVE FILE "{copy}")\n')
             subprocess.run(["cmake", "-P", script], check=True)
-            box.exec("cp", copy, "/usr/lib/" if path in libraries else "/usr/bin/")
+            box.exec("cp", "--remove-destination", copy, "/usr/lib/" if path in libraries else "/usr/bin/")
 
 
 @pytest.fixture

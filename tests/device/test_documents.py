@@ -59,7 +59,10 @@ def shell(box, settings, installed):
         result = box.exec("sh", "-c", f"cd /var/tmp; {command}", check=False)
         return result.returncode not in good and f"exit code {result.returncode}: {result.stdout}{result.stderr}"
     commands = []
+    neighbour = "10.0.0.1/24", "dev", "remote-peer"  # the gateway of the examples
+    box.run("peer", "ip", "address", "add", *neighbour)
     yield run
+    box.run("peer", "ip", "address", "del", *neighbour)
     if "--try" in str(commands):
         run("velnetctl rollback")
     for units in re.findall("systemctl enable --now ([^']*)", str(commands)):
