@@ -15,7 +15,7 @@ inline constexpr const char* kHostname = "/etc/hostname";
 inline constexpr const char* kRouteTable = "/proc/net/route";
 inline constexpr const char* kInterfaceStates = "/sys/class/net/";
 
-inline constexpr const char* kBootMark = "/run/velnet/boot"; // made at each start by packaging/tmpfiles.d
+inline constexpr const char* kBootMark = "/run/velnet/boot";              // made at each start by packaging/tmpfiles.d
 inline constexpr const char* kBootId = "/proc/sys/kernel/random/boot_id"; // another one after each start
 
 inline constexpr const char* kLeases = "/run/systemd/netif/leases/"; // networkd's, named by interface index

@@ -49,7 +49,8 @@ std::vector<gid_t> presentGroups()
 
 ActingAs::ActingAs(uid_t user, gid_t group)
     : user_(::geteuid()), group_(::getegid()), groups_(presentGroups()), dumpable_(::prctl(PR_GET_DUMPABLE)),
-      isActing_(setGroups({}) && setGroup(group) && setUser(user)) // the user last: it cannot change the others
+      isActing_(::prctl(PR_GET_PDEATHSIG, &deathSignal_) == 0 && setGroups({}) && setGroup(group) &&
+                setUser(user)) // the user last: it cannot change the others
 {}
 
 ActingAs::~ActingAs()
@@ -57,7 +58,9 @@ ActingAs::~ActingAs()
     setUser(user_);
     setGroup(group_);
     setGroups(groups_);
-    ::prctl(PR_SET_DUMPABLE, dumpable_ == 1 ? 1 : 0); // of a host that may leave a core dump
+    // Both are the host's, and the kernel resets them with the user.
+    ::prctl(PR_SET_DUMPABLE, dumpable_ == 1 ? 1 : 0);
+    ::prctl(PR_SET_PDEATHSIG, deathSignal_);
 }
 
 } // namespace networkhost

@@ -25,6 +25,7 @@ private:
     gid_t group_;
     std::vector<gid_t> groups_;
     int dumpable_;
+    int deathSignal_ = 0; // to be sent when the parent ends
     bool isActing_;
 };
 

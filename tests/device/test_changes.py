@@ -18,7 +18,8 @@ def static_remote(box):
 
 
 def test_a_gateway_that_cannot_be_written_does_not_cost_the_default_route(box, static_remote):
-    script = f"mount -o bind,ro /etc/systemd /etc/systemd && exec {shlex.quote(VELNETCTL)} set-gateway 192.168.50.2"
+    mounts = f"file=$(realpath {REMOTE}); mount --bind $file $file; mount -o remount,bind,ro $file"
+    script = f"{mounts}; exec {shlex.quote(VELNETCTL)} set-gateway 192.168.50.2"
     result = box.exec("unshare", "--mount", "sh", "-c", script, check=False)
     assert result.returncode == 1 and "the old files are back\n" in result.stderr
     wait_until(lambda: box.gateways() == ["192.168.50.1"], "the default route is back")

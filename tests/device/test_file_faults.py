@@ -19,7 +19,7 @@ USER = 100000 + os.getpid()
 PREPARE = ASIDE + f"""
 mount -o remount,nr_inodes=1k /etc/systemd; printf 'nameserver 10.0.0.5%s\\n' 0 1 9 >>../live
 printf '#!/bin/sh\\nexec "$@"\\n' | install /dev/stdin ../sudo; mount --bind ../sudo /usr/bin/sudo
-echo '[Resolve]' >../resolved.conf.d/dns_domain.conf; chown {USER}:velnet */50-routes.conf ../resolved.conf.d/*
+echo '[Resolve]' >../resolved.conf.d/dns_domain.conf; chown -R {USER}:velnet ../velnet
 mount -t tmpfs none /media; cp /proc/net/route /media; mount --bind /media /proc/$$/net
 exec prlimit --as=600000000 $velnetctl monitor --json
 """
@@ -43,7 +43,7 @@ def aside(box, installed):
 
     def things():
         # But for what a change is to leave.
-        find = "find . ../resolved.conf.d ! -name .velnet ! -name '*.lock' ! -name 'rolled-*' -printf '%p,%y,%m\\n'"
+        find = "find . ../resolved.conf.d ../velnet ! -name trials ! -name '*.lock' ! -name 'rolled-*' -printf '%p,%y,%m\\n'"
         return sorted(run(f"{find}; ls /proc/{inside}/fd; pgrep --ns {inside} --nslist mnt | wc -l").split())
 
     before = things()
@@ -84,7 +84,7 @@ def test_what_lies_in_the_place_of_a_file(aside, put, told, library):
 @pytest.mark.parametrize("options", ["", " --try 9"])
 def test_a_directory_that_takes_no_file(aside, begin, end, told, options):
     for file, change in list(CHANGES.items())[:2]:
-        directory = f"dir={os.path.dirname(file)}; "
+        directory = "dir=../velnet; "
         before = aside(directory + begin + f"; ls -A $dir || true; cat {file} || true")
         assert told in aside(f"$velnetctl {change}{options} 2>&1 || true")
         assert aside(directory + f"ls -A $dir || true; cat {file} || true; {end}") == before
@@ -110,11 +110,11 @@ def test_what_cannot_be_read_counts_as_empty_and_what_is_endless_is_cut(aside, o
     (f"prlimit --nproc=$n setpriv --reuid={USER} --regid=velnet --clear-groups", "1 5"),
 ])
 def test_a_change_without_means_is_done_or_undone(aside, limit, values):
-    told = aside(f"""mkdir /media/old; cp -a ../network ../resolved.conf.d /media/old
-        hash() {{ cat 01_local.network.d/* ../resolved.conf.d/* | sha256sum; }}
+    told = aside(f"""mkdir /media/old; cp -a ../network ../resolved.conf.d ../velnet /media/old
+        hash() {{ cat ../velnet/*.conf | sha256sum; }}
         for n in $(seq {values}); do
             echo "== $n"; {limit} $velnetctl apply ../new.json 2>&1 || echo "exit $?"; hash
-            rm ../resolved.conf.d/*; cp -a /media/old/. ..; done
+            rm ../velnet/*.conf; cp -a /media/old/. ..; done
         hash; rm -r /media/old""")
     *tries, last = told.split("== ")[1:]
     *_, done, new, old = last.splitlines()
@@ -134,8 +134,8 @@ def test_a_monitor_that_can_open_nothing_for_a_while(aside):
 
 def test_memory_that_ends_in_the_middle_of_a_change(aside):
     """The daemon's restart has more to say than there is room for."""
-    before = aside("cp ../systemctl ../quiet; echo 'head -c 99M /dev/zero' >>../systemctl; cat ../resolved.conf.d/*")
-    told = aside("prlimit --as=40000000 $velnetctl set-dns 0 10.0.0.59 2>&1 || true; cat ../resolved.conf.d/*")
+    before = aside("cp ../systemctl ../quiet; echo 'head -c 99M /dev/zero' >>../systemctl; cat ../velnet/*.conf")
+    told = aside("prlimit --as=40000000 $velnetctl set-dns 0 10.0.0.59 2>&1 || true; cat ../velnet/*.conf")
     assert told == "velnetctl: std::bad_alloc\n" + before
     aside("cat ../quiet >../systemctl; rm ../quiet")
 
