@@ -10,6 +10,7 @@
 #include <climits>
 #include <cstdlib>
 #include <memory>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -114,11 +115,12 @@ Turn openLocked(const std::string& path, bool& isNew)
     const auto deadline = Clock::now() + kPatience;
     for (;;) {
         // In a host without standard streams: what others print must not land in the file.
-        Turn turn{FileDescriptor(atLeast(STDERR_FILENO + 1, openOrCreate(path, isNew))), FileDescriptor()};
-        if (!turn.file.isOpen()) {
-            return turn;
+        FileDescriptor file(atLeast(STDERR_FILENO + 1, openOrCreate(path, isNew)));
+        if (!file.isOpen()) {
+            return {std::move(file), FileDescriptor()};
         }
-        turn.lockFile.reset(openLockFile(turn.file.get()).release());
+        FileDescriptor lockFile = openLockFile(file.get());
+        Turn turn{std::move(file), std::move(lockFile)};
         const bool isFirst = turn.lockFile.isOpen() && lockUntil(deadline, turn.lockFile.get());
         const bool isWriter = isFirst || !turn.lockFile.isOpen();
         // This lock anybody may hold who may read the file: whoever has the other one only waits for its end.

@@ -28,11 +28,11 @@ struct FixedCommand
 {
     const char* text; // as the library runs it
     const char* verb;
-    const char* unit;
+    const char* unit; // or none
 };
 
 constexpr std::array<FixedCommand, 3> kCommands = {{
-    {"sudo /bin/systemctl daemon-reload", "daemon-reload", nullptr},
+    {"sudo /bin/systemctl daemon-reload", "daemon-reload", ""},
     {"sudo /bin/systemctl restart systemd-networkd", "restart", "systemd-networkd"},
     {"sudo /bin/systemctl restart systemd-resolved", "restart", "systemd-resolved"},
 }};
@@ -95,10 +95,10 @@ bool runFixed(unsigned char number)
     if (number >= kCommands.size()) {
         return false;
     }
-    const auto& command = kCommands[number];
-    // Neither exec nor systemctl writes into its arguments.
-    std::array<char*, 4> arguments = {const_cast<char*>(kSystemctl), const_cast<char*>(command.verb),
-                                      const_cast<char*>(command.unit), nullptr};
+    std::string program = kSystemctl;
+    std::string verb = kCommands[number].verb;
+    std::string unit = kCommands[number].unit;
+    std::array<char*, 4> arguments = {program.data(), verb.data(), unit.empty() ? nullptr : unit.data(), nullptr};
     std::array<char*, 1> environment = {nullptr};
     pid_t child = 0;
     return ::posix_spawn(&child, kSystemctl, nullptr, nullptr, arguments.data(), environment.data()) == 0 &&

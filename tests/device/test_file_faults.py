@@ -77,7 +77,7 @@ def test_what_lies_in_the_place_of_a_file(aside, put, told, library):
 
 
 @pytest.mark.parametrize("begin, end, told", [
-    ("mount -t tmpfs -o size=16k none /mnt; cp -a $dir/. /mnt; mount --move /mnt $dir; cat /dev/zero >$dir/x || true",
+    ("mount -t tmpfs -o size=64k none /mnt; cp -a $dir/. /mnt; mount --move /mnt $dir; cat /dev/zero >$dir/x || true",
      "umount $dir", "No space left on device"),
     ("mount --bind $dir $dir; mount -o remount,bind,ro $dir", "umount $dir", "Read-only file system"),
 ])
