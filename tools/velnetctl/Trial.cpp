@@ -94,11 +94,12 @@ bool leave(Session& session)
         fail(session, state.text());
         return false;
     }
-    const auto left = secondsText(state.left);
-    fail(session,
-         "the trial goes on without this terminal: " + state.title +
-             (state.kind == TrialState::Kind::Waiting ? " is not live yet, and is rolled back within " + left
-                                                      : " is rolled back in " + left + " unless it is confirmed"));
+    if (state.kind == TrialState::Kind::Waiting) {
+        fail(session, state.title + " was not live yet: its guard rolls it back now");
+        return false;
+    }
+    fail(session, "the trial goes on without this terminal: " + state.title + " is rolled back in " +
+                      secondsText(state.left) + " unless it is confirmed");
     fail(session, "velnetctl confirm keeps it, velnetctl rollback goes back at once");
     return false;
 }
