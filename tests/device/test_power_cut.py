@@ -12,8 +12,10 @@ from conftest import end_of_trial
 from test_trial import aside  # a fixture
 
 RECORDS = "/etc/systemd/velnet/trials"
-CHANGED = ["/etc/systemd/network/01_local.network.d/50-routes.conf", "/etc/systemd/resolved.conf.d/dns_server_0.conf",
-           "/etc/systemd/resolved.conf.d/dns_server_1.conf", "/etc/systemd/resolved.conf.d/dns_domain.conf"]
+OWN, RESOLVED = "/etc/systemd/velnet", "/etc/systemd/resolved.conf.d"
+REAL = {"/etc/systemd/network/01_local.network.d/50-routes.conf": f"{OWN}/01_local-routes.conf",
+        **{f"{RESOLVED}/{name}.conf": f"{OWN}/{name}.conf" for name in ("dns_server_0", "dns_server_1", "dns_domain")}}
+CHANGED = list(REAL.values())
 TRY = "velnetctl set-ip local 10.0.0.1/8 --try 99"
 STRACE = "strace -o /dev/null -e inject"
 
@@ -90,7 +92,7 @@ def verdict(state, old, new):
                                   for name in ("trial", "rollback", "confirmed"))
     record = rollback if trial is None else trial
     if record:
-        before = {file["path"]: file["before"] for file in json.loads(record.rpartition("checksum ")[0])["files"]}
+        before = {REAL[file["path"]]: file["before"] for file in json.loads(record.rpartition("checksum ")[0])["files"]}
         return "restored" if before == old else before
     return "new" if record is None and confirmed and texts == new else "old" if texts == old else texts
 
