@@ -100,6 +100,7 @@ def test_what_root_puts_in_the_place_of_a_file_survives_a_trial_of_it(box, secre
     box.exec("ln", "-sfn", "/dev/null", REMOTE)
     assert f"{REMOTE} is root's and stays as it is" in box.velnetctl("rollback").stderr
     assert box.exec("readlink", REMOTE).stdout == "/dev/null\n"
+    assert '"interfaces"' in box.velnetctl("save").stdout
     assert "/dev/null: it is not a regular file" in box.velnetctl("save", "/dev/null", check=False).stderr
     box.exec("cp", "--remove-destination", f"{OWN}/02_remote.network", REMOTE)
     refused = box.velnetctl(*TRY, "9", check=False)
