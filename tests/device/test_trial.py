@@ -132,9 +132,9 @@ def test_a_mounted_file_is_written_in_place_by_a_plain_change_which_says_so_and_
     assert left["file"] == "[Route]\nDestination=10.2.0.0/16\nGateway=192.168.10.2\n"
 
 
-@pytest.mark.parametrize("visitor", ["$pending", "$velnetctl set-domain a.example || true"])
+@pytest.mark.parametrize("visitor", ["$pending || true", "$velnetctl set-domain a.example || true"])
 def test_without_units_the_next_caller_starts_the_guard_that_a_killed_one_could_not_start(aside, visitor):
-    left = aside(f"""strace -o /dev/null -e inject=clone3:signal=KILL:when=2 $change --try 1 --wait 1 >&2 || true
+    left = aside(f"""strace -o /dev/null -e inject=clone3:signal=KILL:when=3 $change --try 1 --wait 1 >&2 || true
         ls ../velnet/trials/trial >&2; {visitor} >&2; timeout 15 sh -c 'until [ -e ../velnet/trials/rolled-back ]; do sleep 0.1; done'
         echo '== end'; $pending || true""")
     assert left["end"].endswith("apply, was rolled back: its process ended before it was live\n")
@@ -272,7 +272,7 @@ def test_a_unit_guards_a_trial_whose_caller_is_killed_and_comes_back_when_it_is_
 
     before = box.read(LOCAL)
     trial = "set-ip", "local", "10.0.0.1/8", "--try", "5", "--wait", "2", "--require-boot-guard"
-    killed = box.exec("strace", "-e", "inject=clone3:signal=KILL:when=4", VELNETCTL, *trial, check=False)
+    killed = box.exec("strace", "-e", "inject=clone3:signal=KILL:when=6", VELNETCTL, *trial, check=False)
     assert killed.returncode == -9 and box.read(LOCAL) != before
     for _ in range(2):
         box.exec("kill", "-KILL", str(wait_until(guard, "there is a guard")))
