@@ -100,7 +100,7 @@ def wait_until_stalled(box, monitor):
 @contextlib.contextmanager
 def drop_in(box, unit, text):
     """In place of the one of packaging/, if the unit has one there."""
-    path = f"/run/systemd/system/{unit}.service.d/50-velnet.conf"
+    path = f"/etc/systemd/system/{unit}.service.d/50-velnet.conf"
     box.exec("sh", "-ec", f"install -Dm644 /dev/stdin {path}; systemctl daemon-reload", input=text)
     try:
         yield
@@ -209,7 +209,11 @@ def settings(box):
 @pytest.fixture
 def installed(box):
     """The programs lie where units and users find them: the project may lie in /home, or where only root may go."""
-    if "EMULATED" in os.environ:
+    if "EMULATED" in os.environ:  # an emulator writes the code that it runs, and is called in another way
+        for unit in "velnet-guard", "velnet-guard-boot":
+            box.exec("install", "-Dm644", "/dev/stdin", f"/etc/systemd/system/{unit}.service.d/emulated.conf",
+                     input="[Service]\nMemoryDenyWriteExecute=no\nSystemCallFilter=\nNoExecPaths=\n")
+        box.exec("systemctl", "daemon-reload")
         box.exec("cp", "--remove-destination", VELNETCTL, os.environ["SCENARIOS"], "/usr/bin/")
         return
     libraries = re.findall(r"libVelNetwork.* => (.*) \(", box.exec("ldd", VELNETCTL).stdout)
