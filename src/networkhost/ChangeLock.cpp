@@ -28,8 +28,7 @@ ChangeLock lockWithin(IDevice& device, const char* path, milliseconds limit, con
             return result;
         }
         if (error != std::errc::operation_would_block) {
-            result.refusal =
-                "changes take turns, and this one cannot: " + Failure{Failure::Step::WriteFile, path, error, {}}.text();
+            result.refusal = noTurn(path, error);
             return result;
         }
         if (device.now() >= end || isBrokenOff()) {

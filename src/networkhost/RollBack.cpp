@@ -91,9 +91,9 @@ std::error_code close(IFiles& files, const Record& record)
 }
 
 /// Restarts the daemons when they have not seen these files yet. Those that could not be, in words.
-std::string restartOnce(IDevice& device, Record& record, bool isChanged)
+std::string restartOnce(IDevice& device, Record& record)
 {
-    if (record.isRestored && !isChanged) {
+    if (record.isRestored) {
         return {};
     }
     auto failure = restartDaemons(device, record.files);
@@ -141,9 +141,12 @@ Outcome rollBackTrial(IDevice& device, const std::string& why, const RollBackOpt
     for (const auto& file : record.files) {
         keepForeignText(files, file, outcome.notes);
     }
-    const bool isChanged = !areBack(files, record.files);
+    if (record.isRestored && !areBack(files, record.files)) {
+        record.isRestored = false; // before the files are back: killed in between, nobody would restart the daemons
+        writeRecord(files, kRollback, record);
+    }
     outcome.failures = restoreFiles(device, record.files, outcome.notes);
-    const auto unrestarted = options.isAtBoot ? std::string() : restartOnce(device, record, isChanged);
+    const auto unrestarted = options.isAtBoot ? std::string() : restartOnce(device, record);
     if (!outcome.failures.empty()) {
         outcome.reason = textOf(outcome.failures);
         return outcome;

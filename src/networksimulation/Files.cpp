@@ -6,6 +6,8 @@
 
 #include <utility>
 
+#include <unistd.h>
+
 namespace networksimulation {
 namespace {
 
@@ -84,7 +86,7 @@ std::error_code Files::moveAside(const std::string& /*path*/)
 
 std::error_code Files::writerOf(const std::string& /*path*/, unsigned int& user) const
 {
-    user = 0;
+    user = ::geteuid(); // all is this user's own
     return {};
 }
 

@@ -1,26 +1,434 @@
 // SPDX-License-Identifier: MIT
-// What begins, ends and guards trials, in all orders of what it does to files and locks: see docs/testing.md.
-#include "Orders.h"
-
+// What begins, ends and guards trials, as processes of one simulated device, in all orders: see docs/testing.md.
 #include "networkhost/Guard.h"
 #include "networkhost/LiveState.h"
 #include "networkhost/Missing.h"
 #include "networkhost/Record.h"
 #include "networkhost/Requests.h"
-#include "networkhost/Settings.h"
 #include "networkhost/Trial.h"
+#include "networksimulation/Device.h"
+#include "networksimulation/Files.h"
 #include "networksimulation/RecordingLog.h"
+#include "networksimulation/System.h"
 
+#include <condition_variable>
 #include <cstdlib>
-#include <iostream>
+#include <sstream>
+#include <thread>
 
+#include <boost/functional/hash.hpp>
 #include <gmock/gmock.h>
 
 using networkhost::TrialState;
-using orders::Process;
+using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 namespace {
+
+struct Killed
+{};
+
+/// At that point of an order, the process that is about to do something lets the others go first until they pause
+/// ('y'), is stopped until the next event or for 15 s ('s'), or is killed ('k').
+struct Event
+{
+    std::size_t point = 0;
+    char what = 'y';
+};
+using Script = std::vector<Event>; // everywhere else, a process goes on until it pauses or ends
+
+/// What may happen at a point, and a hash of all that matters for what follows.
+using Choices = std::map<char, std::size_t>;
+
+struct Process
+{
+    std::string name;
+    milliseconds wake{};
+    std::optional<bool> isDone; // its answer to its caller
+    bool hasEnded = false;
+    bool isKilled = false;
+    bool isStopped = false;
+    std::size_t history = 0; // a hash of all that it has done and seen
+    std::size_t deeds = 0;   // a hash of what others can notice of it
+    std::condition_variable turn;
+    std::thread thread;
+};
+
+thread_local Process* theProcess = nullptr; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): of its thread
+
+using Answers = std::map<std::string, std::optional<bool>>; // by the name of the process
+using Texts = std::map<std::string, std::string>;           // of files that have changed, by path; empty: there is none
+
+/// Its processes run one at a time. Each operation on a record, a lock, a configuration file or a daemon is a point, at
+/// which another one may go on.
+class Device : public networksimulation::Device
+{
+public:
+    explicit Device(Script script);
+
+    networkmanager::ISystemIF& system() override { return *system_; }
+    networkhost::IFiles& files() override { return *files_; }
+    std::unique_ptr<networkhost::IHints> openHints() override { return nullptr; } // it polls
+    bool hasBootGuard() override { return hasGuards; }
+
+    void add(const std::string& name, const std::function<bool(Device&)>& work)
+    {
+        auto& process = *processes.emplace_back(std::make_unique<Process>());
+        process.name = name;
+        process.wake = now();
+        process.thread = std::thread([this, work, &process] {
+            awaitTurn(&process);
+            theProcess = &process;
+            try {
+                process.isDone = work(*this);
+            } catch (const Killed&) { // its locks are free now
+            }
+            process.hasEnded = true;
+            saw(std::to_string(process.isDone.value_or(false)));
+            noteCut();
+            giveTurn(next());
+        });
+    }
+
+    void addGuard()
+    {
+        add("guard", [](Device& device) {
+            networkhost::guardTrials(device, [](const std::string&) {});
+            return true;
+        });
+    }
+
+    bool hasGuard(bool evenKilled = false) const
+    {
+        return std::any_of(processes.begin(), processes.end(), [evenKilled](const auto& process) {
+            return process->name == "guard" && (!process->hasEnded || (evenKilled && process->isKilled));
+        });
+    }
+
+    /// As that of the real device, with a process for the guard.
+    bool startGuard() override
+    {
+        std::string holder;
+        for (int tries = 0; tries < 3 && theProcess != nullptr; ++tries) {
+            const auto probed = files().probeLock(networkhost::kGuardLock, holder);
+            if (probed == std::errc::operation_would_block || !trialState(*this).isPending()) {
+                return true;
+            }
+            if (hasGuards && !hasGuard()) {
+                addGuard();
+            }
+            pause(milliseconds(10));
+        }
+        return theProcess == nullptr;
+    }
+
+    /// Until all processes have ended.
+    void run()
+    {
+        giveTurn(next());
+        awaitTurn(nullptr);
+        for (const auto& process : processes) {
+            process->thread.join();
+        }
+    }
+
+    /// A point. Returns when the process is to do it.
+    void step(const std::string& operation, const std::string& path, bool canBeKilled = true)
+    {
+        auto* const self = theProcess;
+        if (self == nullptr) {
+            return;
+        }
+        self->wake = now();
+        trace.push_back(self->name + ": " + operation + ' ' + path);
+        saw(trace.back());
+        choices.push_back(choicesOf(*self, canBeKilled));
+        if (operation != "read" && operation != "probe") {
+            boost::hash_combine(self->deeds, trace.back());
+        }
+        constexpr std::size_t kMost = 10000;
+        if (trace.size() > kMost && canBeKilled) {
+            fault = "this order does not end";
+            self->isKilled = true;
+            throw Killed();
+        }
+        const auto event = std::find_if(script_.begin(), script_.end(),
+                                        [this](const auto& one) { return one.point + 1 == trace.size(); });
+        if (event != script_.end()) {
+            trace.back() += std::string("   <- ") + event->what;
+            if (event->what == 'k') {
+                self->isKilled = true;
+                throw Killed();
+            }
+            for (const auto& process : processes) {
+                process->wake = process->isStopped ? now() : process->wake;
+            }
+            self->isStopped = event->what == 's';
+            self->wake += self->isStopped ? seconds(15) : seconds(0);
+            passTurn();
+            self->isStopped = false;
+        }
+    }
+
+    void pause(milliseconds duration) override
+    {
+        if (theProcess == nullptr && now() > std::chrono::minutes(10)) {
+            throw std::runtime_error("the guard of the test does not end");
+        }
+        if (theProcess == nullptr) {
+            return advance(duration);
+        }
+        constexpr milliseconds kShortest(200); // by then the daemons are through, and waits take fewer looks
+        theProcess->wake = now() + std::max(duration, kShortest);
+        passTurn();
+    }
+
+    /// What the process that runs learns.
+    void saw(const std::string& result)
+    {
+        if (theProcess != nullptr) {
+            boost::hash_combine(theProcess->history, result);
+        }
+    }
+
+    static std::size_t history() { return theProcess == nullptr ? 0 : theProcess->history; }
+
+    static void forgetUntil(std::size_t history)
+    {
+        if (theProcess != nullptr) {
+            theProcess->history = history;
+        }
+    }
+
+    void changed(const std::vector<std::string>& paths)
+    {
+        for (const auto& path : paths) {
+            texts_[path] = textOf(path);
+        }
+        textsHash_ = boost::hash_value(texts_);
+        noteCut();
+    }
+
+    void hasRun(const std::string& command)
+    {
+        for (const auto part : {boost::hash_value(command), boost::hash_value(now().count()), textsHash_}) {
+            boost::hash_combine(daemonsHash_, part);
+        }
+    }
+
+    std::vector<std::unique_ptr<Process>> processes;
+    std::vector<std::string> trace;           // what was done, in order
+    std::vector<Choices> choices;             // before each of them
+    std::set<std::pair<Texts, Answers>> cuts; // what a power cut may leave, and what had been told until then
+    std::string fault;                        // what did not hold; empty when all did
+    bool hasGuards = true;                    // for startGuard()
+    bool probesTakeLocks = false;             // a planted fault
+
+private:
+    Choices choicesOf(const Process& self, bool canBeKilled) const
+    {
+        Choices result;
+        const auto add = [&](char what) {
+            auto hash = boost::hash_value(what);
+            boost::hash_combine(hash, textsHash_);
+            boost::hash_combine(hash, daemonsHash_);
+            for (const auto& process : processes) {
+                const bool isGone = process->isKilled || (what == 'k' && process.get() == &self);
+                boost::hash_combine(hash, isGone ? process->deeds : process->history);
+                boost::hash_combine(hash, isGone);
+                boost::hash_combine(hash, process.get() == &self);
+                boost::hash_combine(hash, process->wake > now());
+            }
+            result[what] = hash;
+        };
+        const auto isOther = [&](const auto& process) { return process.get() != &self && !process->hasEnded; };
+        if (std::any_of(processes.begin(), processes.end(), isOther)) {
+            add('y');
+            add('s');
+        }
+        if (canBeKilled) {
+            add('k');
+        }
+        return result;
+    }
+
+    /// In turn, of those that are awake; time passes when nobody is. The one that runs comes last.
+    Process* next()
+    {
+        std::size_t first = 0;
+        for (std::size_t i = 0; i < processes.size(); ++i) {
+            first = processes[i].get() == theProcess ? i + 1 : first;
+        }
+        for (;;) {
+            auto earliest = milliseconds::max();
+            for (std::size_t i = 0; i < processes.size(); ++i) {
+                auto& process = *processes[(first + i) % processes.size()];
+                if (!process.hasEnded && process.wake <= now()) {
+                    return &process;
+                }
+                earliest = process.hasEnded ? earliest : std::min(earliest, process.wake);
+            }
+            if (earliest == milliseconds::max()) {
+                return nullptr;
+            }
+            advance(earliest - now());
+        }
+    }
+
+    void passTurn()
+    {
+        auto* const self = theProcess;
+        if (auto* const other = next(); other != self) {
+            giveTurn(other);
+            awaitTurn(self);
+        }
+    }
+
+    void giveTurn(Process* process)
+    {
+        const std::lock_guard guard(mutex_);
+        running_ = process;
+        (process == nullptr ? turn_ : process->turn).notify_one();
+    }
+
+    void awaitTurn(Process* process)
+    {
+        std::unique_lock lock(mutex_);
+        (process == nullptr ? turn_ : process->turn).wait(lock, [&] { return running_ == process; });
+    }
+
+    void noteCut()
+    {
+        Answers answers;
+        for (const auto& process : processes) {
+            answers[process->name] = process->isDone;
+        }
+        cuts.emplace(texts_, answers);
+    }
+
+    Script script_;
+    Texts texts_;
+    std::size_t textsHash_ = 0;
+    std::size_t daemonsHash_ = 0; // of what they were told, and when
+    std::unique_ptr<networkhost::IFiles> files_;
+    std::unique_ptr<networkmanager::ISystemIF> system_;
+    std::mutex mutex_;
+    std::condition_variable turn_; // of the test
+    Process* running_ = nullptr;   // nullptr: the test
+};
+
+/// Its release is a point as well, but for a killed process.
+class OwnLock : public networkhost::IFiles::Lock
+{
+public:
+    OwnLock(Device& device, std::string path, std::unique_ptr<networkhost::IFiles::Lock> lock)
+        : device_(device), path_(std::move(path)), lock_(std::move(lock))
+    {}
+    OwnLock(const OwnLock&) = delete;
+    OwnLock& operator=(const OwnLock&) = delete;
+    ~OwnLock() override // NOLINT(bugprone-exception-escape): none is killed here
+    {
+        if (theProcess != nullptr && !theProcess->isKilled) {
+            device_.step("unlock", path_, false);
+        }
+    }
+
+private:
+    Device& device_;
+    std::string path_;
+    std::unique_ptr<networkhost::IFiles::Lock> lock_;
+};
+
+class Files : public networksimulation::Files
+{
+public:
+    using Base = networksimulation::Files;
+    explicit Files(Device& device) : Base(device), device_(device) {}
+
+    std::error_code read(const std::string& path, std::string& text) const override
+    {
+        if (path.rfind(networkhost::kTrialDirectory, 0) == 0) {
+            device_.step("read", path);
+        }
+        const auto error = Base::read(path, text);
+        device_.saw(error.message() + text);
+        return error;
+    }
+    std::error_code replace(const std::string& path, const std::string& text,
+                            const networkhost::Rights* rights) override
+    {
+        device_.step("replace", path);
+        const auto error = Base::replace(path, text, rights);
+        device_.changed({path});
+        return error;
+    }
+    std::error_code remove(const std::string& path) override
+    {
+        device_.step("remove", path);
+        const auto error = Base::remove(path);
+        device_.changed({path});
+        return error;
+    }
+    std::error_code rename(const std::string& from, const std::string& to) override
+    {
+        device_.step("rename", from + ' ' + to);
+        const auto error = Base::rename(from, to);
+        device_.saw(error.message());
+        device_.changed({from, to}); // no power cut is in between
+        return error;
+    }
+    std::error_code tryLock(const std::string& path, std::unique_ptr<networkhost::IFiles::Lock>& lock,
+                            std::string& holder) override
+    {
+        const auto history = device_.history();
+        device_.step("lock", path);
+        std::unique_ptr<networkhost::IFiles::Lock> own;
+        const auto error = Base::tryLock(path, own, holder);
+        if (error) {
+            device_.forgetUntil(history); // each try is as the one before
+        } else {
+            lock = std::make_unique<OwnLock>(device_, path, std::move(own));
+        }
+        return error;
+    }
+    std::error_code probeLock(const std::string& path, std::string& holder) const override
+    {
+        if (device_.probesTakeLocks) {
+            std::unique_ptr<networkhost::IFiles::Lock> own;
+            return device_.files().tryLock(path, own, holder);
+        }
+        device_.step("probe", path);
+        const auto error = Base::probeLock(path, holder);
+        device_.saw(error.message());
+        return error;
+    }
+
+private:
+    Device& device_;
+};
+
+class System : public networksimulation::System
+{
+public:
+    explicit System(Device& device) : networksimulation::System(device), device_(device) {}
+    using networksimulation::System::executeCmd;
+
+    bool executeCmd(const std::string& command, std::string& output, std::string& errorOutput) override
+    {
+        device_.step("run", command);
+        device_.hasRun(command);
+        return networksimulation::System::executeCmd(command, output, errorOutput);
+    }
+
+private:
+    Device& device_;
+};
+
+Device::Device(Script script)
+    : script_(std::move(script)), files_(std::make_unique<Files>(*this)), system_(std::make_unique<System>(*this))
+{}
+
+// --- What is run, and what has to hold
 
 enum class Start { Idle, Counting, Over, EarlierBoot }; // of the trial
 enum class Role { Begin, Confirm, RollBack, Guard, BootGuard, WakeGuard, Apply };
@@ -31,7 +439,7 @@ struct Case
     Start start;
     std::vector<Role> roles;
     bool hasGuards = true;
-    int fewer = 0; // preemptions than the others: where there are most orders
+    bool probesTakeLocks = false;
 };
 
 std::ostream& operator<<(std::ostream& stream, const Case& example)
@@ -39,41 +447,68 @@ std::ostream& operator<<(std::ostream& stream, const Case& example)
     return stream << example.name;
 }
 
-constexpr const char* kDomainPath = "/etc/systemd/resolved.conf.d/dns_domain.conf";
-
 /// Of a trial with two files, and of another change to one of them.
 struct Plans
 {
-    Plans()
-    {
-        networksimulation::Device own;
-        trial = networkhost::planSettings(own, R"({"interfaces": {"local": {"address": "192.168.10.1/24", "routes": []},
-            "remote": {"address": "192.168.50.20/24", "routes": []}}, "gateway": "192.168.50.1",
-            "dns": {"servers": [], "domains": ["a.example"]}})");
-        other = networkhost::planDnsDomain(own, "b.example");
-    }
-
     networkhost::Plan trial;
     networkhost::Plan other;
 };
 
 const Plans& plans()
 {
-    static const Plans thePlans;
+    static const Plans thePlans = [] {
+        networksimulation::Device own;
+        return Plans{planIp(own, "remote", {"192.168.50.20", "255.255.255.0", false, ""}, {"10.0.0.53"}),
+                     planDnsServer(own, "10.0.0.54", 0)};
+    }();
     return thePlans;
 }
 
-networkhost::Outcome begin(networkhost::IDevice& device)
+bool begin(networkhost::IDevice& device)
 {
     networkhost::TrialOptions options;
     options.time = seconds(1);
     options.wait = seconds(1);
-    return tryOut(device, plans().trial, options);
+    options.force = true;
+    return tryOut(device, plans().trial, options).isDone;
 }
 
-void prepare(orders::Device& device, const Case& example)
+void add(Device& device, Role role)
 {
-    if (example.start != Start::Idle && !begin(device).isDone) {
+    switch (role) {
+    case Role::Begin:
+        return device.add("begin", [](Device& own) {
+            const bool isDone = begin(own);
+            const bool isPending = !own.textOf(networkhost::kTrial).empty();
+            own.fault = isDone && isPending && !own.hasGuard(true) ? "a trial counts, and nobody guards it" : own.fault;
+            return isDone;
+        });
+    case Role::Confirm:
+        return device.add("confirm", [](Device& own) { return confirmTrial(own).isDone; });
+    case Role::RollBack:
+        return device.add("rollback", [](Device& own) { return rollBack(own, "asked for").isDone; });
+    case Role::Guard:
+        return device.addGuard();
+    case Role::BootGuard:
+        return device.add("boot guard", [](Device& own) {
+            const bool isDone = networkhost::restoreAtBoot(own, [](const std::string&) {});
+            own.system().reloadSettings(); // now the daemons start
+            own.system().reloadResolveD();
+            return isDone;
+        });
+    case Role::WakeGuard:
+        return device.add("wakeGuard", [](Device& own) {
+            wakeGuard(own);
+            return true;
+        });
+    case Role::Apply:
+        return device.add("apply", [](Device& own) { return apply(own, plans().other).isDone; });
+    }
+}
+
+void prepare(Device& device, const Case& example)
+{
+    if (example.start != Start::Idle && !begin(device)) {
         throw std::logic_error("the trial did not begin");
     }
     if (example.start == Start::Over) {
@@ -84,210 +519,222 @@ void prepare(orders::Device& device, const Case& example)
         device.repair();
     }
     device.hasGuards = example.hasGuards;
-    for (const auto role : example.roles) {
-        switch (role) {
-        case Role::Begin:
-            device.add("begin", [&device](auto& own) {
-                const bool isDone = begin(own).isDone;
-                if (isDone && !device.textOf(networkhost::kTrial).empty() && !device.hasLiveGuard()) {
-                    device.fault = "a trial counts, and nobody guards it";
-                }
-                return isDone;
-            });
-            break;
-        case Role::Confirm:
-            device.add("confirm", [](auto& own) { return confirmTrial(own).isDone; });
-            break;
-        case Role::RollBack:
-            device.add("rollback", [](auto& own) { return rollBack(own, "asked for").isDone; });
-            break;
-        case Role::Guard:
-            device.addGuard();
-            break;
-        case Role::BootGuard:
-            device.add("boot guard", [](auto& own) {
-                const bool isDone = networkhost::restoreAtBoot(own, [](const std::string&) {});
-                own.system().reloadSettings(); // now the daemons start
-                own.system().reloadResolveD();
-                return isDone;
-            });
-            break;
-        case Role::WakeGuard:
-            device.add("wakeGuard", [](auto& own) {
-                wakeGuard(own);
-                return true;
-            });
-            break;
-        case Role::Apply:
-            device.add("apply", [](auto& own) { return apply(own, plans().other).isDone; });
-            break;
-        }
-    }
+    device.probesTakeLocks = example.probesTakeLocks;
+    std::for_each(example.roles.begin(), example.roles.end(), [&device](Role role) { add(device, role); });
 }
 
-using Told = std::map<std::string, Process::Told>;
-
-bool isTold(const Told& told, const std::string& name, Process::Told what)
-{
-    const auto entry = told.find(name);
-    return entry != told.end() && entry->second == what;
-}
-
-/// What does not hold of the files and of what is told of them.
-std::string faultOf(networksimulation::Device& device, const Told& told)
+/// What does not hold of the files and of what was told of them.
+std::string faultOf(networksimulation::Device& device, Answers answers)
 {
     const auto isAs = [&](const networkhost::FileChange& file, const std::optional<std::string>& text) {
         return device.textOf(file.path) == text.value_or("");
     };
     const auto& files = plans().trial.files;
-    const bool isOther = isAs(plans().other.files.front(), plans().other.files.front().after);
+    const auto& other = plans().other.files.front();
+    const bool isOther = isAs(other, other.after);
     const bool isNew = std::all_of(files.begin(), files.end(), [&](const auto& f) { return isAs(f, f.after); });
     const bool isOld = std::all_of(files.begin(), files.end(), [&](const auto& file) {
-        return isAs(file, file.before) || (isOther && file.path == kDomainPath);
+        return isAs(file, file.before) || (isOther && file.path == other.path);
     });
     const auto state = trialState(device);
+    const auto lacking = networkhost::missing(readConfiguration(device.files()), readLiveState(device));
+    const bool isConfirmed = state.kind == TrialState::Kind::Confirmed;
     if (state.isPending()) {
         return state.text();
     }
-    if (!isNew && !isOld) {
-        return "some files are new, and some are old";
+    if (isNew == isOld || isNew != isConfirmed) {
+        return std::string("the files are ") + (isNew ? "new" : isOld ? "old" : "mixed") + ", and " + state.text();
     }
-    if (isNew != (state.kind == TrialState::Kind::Confirmed)) {
-        return (isNew ? "the files are new, but: " : "the files are old, but: ") + state.text();
+    if (isNew ? answers["rollback"] == true || answers["confirm"] == false : answers["confirm"] == true) {
+        return "somebody was told otherwise";
     }
-    const auto isDone = [&](const char* name) { return isTold(told, name, Process::Told::Done); };
-    const auto isNotDone = [&](const char* name) { return isTold(told, name, Process::Told::NotDone); };
-    if (isNew && (isDone("rollback") || isNotDone("confirm"))) {
-        return "the files are new, but somebody was told otherwise";
-    }
-    if (!isNew && isDone("confirm")) {
-        return "the files are old, but somebody was told that they are confirmed";
-    }
-    if (isOther ? isNotDone("apply") : isDone("apply")) {
+    if (answers["apply"] && answers["apply"] != isOther) {
         return "the other change was told otherwise";
     }
-    const auto lacking = networkhost::missing(readConfiguration(device.files()), readLiveState(device));
     return lacking.empty() ? "" : "the device lacks " + lacking;
 }
 
-void check(orders::Device& device, const Case& example)
+/// When all have ended, and another guard has seen to what the killed have left.
+void check(Device& device)
 {
-    Told told;
-    bool hasKill = false;
-    bool areDaemonsLeft = false; // on what they had: nothing promises more for these two
-    for (const auto& process : device.processes()) {
-        told[process->name] = process->told;
-        hasKill = hasKill || process->isKilled;
-        areDaemonsLeft =
-            areDaemonsLeft || (process->isKilled && (process->name == "apply" || process->name == "boot guard"));
+    Answers answers;
+    bool isKilled = false;
+    for (const auto& process : device.processes) {
+        answers[process->name] = process->isDone;
+        isKilled = isKilled || process->isKilled;
+        if (process->isKilled && (process->name == "apply" || process->name == "boot guard")) {
+            device.system().reloadSettings(); // nothing promises it for these two
+            device.system().reloadResolveD();
+        }
     }
-    if (trialState(device).isPending() && !hasKill && example.hasGuards && !device.hasLiveGuard()) {
-        device.fault = "a trial is pending, and nobody guards it any more";
+    if (trialState(device).isPending() && !isKilled && answers.count("guard") != 0) {
+        device.fault = "a trial is pending, and its guard has ended";
         return;
     }
-    if (areDaemonsLeft) {
-        device.system().reloadSettings();
-        device.system().reloadResolveD();
-    }
-    const auto limit = device.now() + seconds(60);
-    networkhost::guardTrials(device, [&](const std::string& line) {
-        if (device.now() > limit) {
-            throw std::runtime_error("the guard does not come to an end: " + line);
-        }
-    });
+    networkhost::guardTrials(device, [](const std::string&) {});
     device.settle();
-    device.fault = faultOf(device, told);
+    device.fault = faultOf(device, answers);
 }
 
-std::string checkCut(const orders::Cut& cut)
+std::string faultAfterCut(const Texts& texts, const Answers& answers)
 {
     networksimulation::Device device;
     device.reboot(); // that its next boot is another one than any of the record
     device.reboot();
-    for (const auto& [path, text] : cut.texts) {
-        if (text) {
-            device.put(path, *text);
-        } else {
-            device.files().remove(path);
-        }
+    for (const auto& [path, text] : texts) {
+        text.empty() ? static_cast<void>(device.files().remove(path)) : device.put(path, text);
     }
     device.reboot();
-    return faultOf(device, cut.told);
+    return faultOf(device, answers);
 }
 
-orders::Case caseOf(const Case& example)
+// --- All orders
+
+bool has(const Script& script, char what)
 {
-    plans(); // while there is no other device
-    return {example.name, [example](orders::Device& device) { prepare(device, example); },
-            [example](orders::Device& device) { check(device, example); }, checkCut};
+    return std::any_of(script.begin(), script.end(), [what](const Event& event) { return event.what == what; });
 }
 
-int preemptions()
+std::string textOf(const Script& script)
 {
-    const char* const text = std::getenv("ORDERS_PREEMPTIONS");
-    return text == nullptr ? 2 : std::stoi(text);
+    std::string text;
+    for (const auto& event : script) {
+        text += (text.empty() ? "" : ",") + std::to_string(event.point) + event.what;
+    }
+    return text;
 }
 
-/// Keeps the library's log away.
-struct Quiet : networksimulation::RecordingLog
+Script scriptOf(const std::string& text)
 {
-    Quiet() { velbase2::system::log::setMinimumLevel(0); }
+    Script script;
+    std::istringstream words(text);
+    for (Event event; words >> event.point >> event.what; words.ignore()) {
+        script.push_back(event);
+    }
+    return script;
+}
+
+/// The orders of a case.
+class Orders
+{
+public:
+    explicit Orders(const Case& example) : example_(example) { plans(); }
+
+    /// All with up to so many events, one of which at most kills a process, and one stops one. Where two orders come to
+    /// the same situation, one goes on. Ends at the first fault.
+    void explore(std::size_t events)
+    {
+        std::vector<Script> scripts = {{}};
+        for (std::size_t i = 0; i < scripts.size() && fault.empty(); ++i) {
+            const auto script = scripts[i];
+            const auto choices = run(script);
+            for (auto point = script.empty() ? 0 : script.back().point + 1; point < choices.size(); ++point) {
+                for (const auto& [what, situation] : choices[point]) {
+                    const bool isOneTooMany = script.size() == events || (what != 'y' && has(script, what));
+                    if (!isOneTooMany && seen_.insert(situation).second) {
+                        scripts.push_back(script);
+                        scripts.back().push_back({point, what});
+                    }
+                }
+            }
+        }
+    }
+
+    /// One order; what else could have happened at its points.
+    std::vector<Choices> run(const Script& script)
+    {
+        std::vector<Choices> choices;
+        std::set<std::pair<Texts, Answers>> cuts;
+        {
+            Device device(script);
+            prepare(device, example_);
+            device.run();
+            if (device.fault.empty()) {
+                check(device);
+            }
+            fault = device.fault;
+            trace = device.trace;
+            choices = device.choices;
+            cuts.swap(device.cuts);
+        }
+        for (const auto& cut : cuts) {
+            if (fault.empty() && cuts_.insert(cut).second) {
+                fault = faultAfterCut(cut.first, cut.second);
+                fault += fault.empty() ? "" : " (after a power cut)";
+            }
+        }
+        last = textOf(script);
+        ++count;
+        return choices;
+    }
+
+    std::size_t cuts() const { return cuts_.size(); }
+
+    std::string fault;
+    std::string last;               // order that was run, as a text
+    std::vector<std::string> trace; // of the last order
+    std::size_t count = 0;
+
+private:
+    const Case& example_;
+    std::set<std::size_t> seen_; // the situations in which something happened
+    std::set<std::pair<Texts, Answers>> cuts_;
 };
 
-struct Orders : testing::TestWithParam<Case>
+std::size_t eventsAtMost()
 {
-    Quiet quiet;
+    const char* const text = std::getenv("ORDERS_EVENTS");
+    return text == nullptr ? 1 : std::stoul(text);
+}
+
+struct TrialOrders : testing::TestWithParam<Case>
+{
+    networksimulation::RecordingLog log; // keeps it away
 };
 
 } // namespace
 
-TEST_P(Orders, LeaveOldOrConfirmedFilesThatAreLive)
+TEST_P(TrialOrders, LeaveOldOrConfirmedFilesThatAreLive)
 {
-    const auto example = caseOf(GetParam());
-    const char* const script = std::getenv("ORDERS_REPLAY");
-    const auto found = script == nullptr ? orders::explore(example, preemptions() - GetParam().fewer)
-                                         : orders::replay(example, script);
-    if (!found.fault.empty()) {
-        ADD_FAILURE() << found.fault << "again: ORDERS_REPLAY='" << found.script << "' unit_tests --gtest_filter='*/"
-                      << GetParam() << "'";
+    Orders orders(GetParam());
+    if (const char* const script = std::getenv("ORDERS_REPLAY")) {
+        orders.run(scriptOf(script));
+    } else {
+        orders.explore(eventsAtMost());
     }
-    if (script != nullptr) {
-        std::cout << found.text;
-    }
-    std::cout << found.orders << " orders, " << found.cuts << " power cuts\n";
+    EXPECT_EQ(orders.fault, "") << testing::PrintToString(orders.trace) << "\nagain: ORDERS_REPLAY=" << orders.last
+                                << " unit_tests --gtest_filter='*/" << GetParam() << "'";
+    std::cout << orders.count << " orders, " << orders.cuts() << " power cuts\n";
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Trials, Orders,
-    testing::Values(
-        Case{"ConfirmMeetsTheEndOfTheTime", Start::Over, {Role::Confirm, Role::Guard}},
-        Case{"ConfirmMeetsRollBack", Start::Counting, {Role::Confirm, Role::RollBack}, false},
-        Case{"ConfirmMeetsBegin", Start::Idle, {Role::Begin, Role::Confirm}},
-        Case{"RollBackMeetsTheGuard", Start::Over, {Role::RollBack, Role::Guard}},
-        Case{"RollBackMeetsBegin", Start::Idle, {Role::Begin, Role::RollBack}},
-        Case{"ChangeMeetsTheGuard", Start::Over, {Role::Apply, Role::Guard}},
-        Case{"ChangeMeetsBegin", Start::Idle, {Role::Apply, Role::Begin}},
-        Case{"BeginMeetsBegin", Start::Idle, {Role::Begin, Role::Begin}, true, 1},
-        Case{"BeginMeetsTheEndOfTheTime", Start::Over, {Role::Begin, Role::Guard}},
-        Case{"BootGuardMeetsConfirm", Start::EarlierBoot, {Role::BootGuard, Role::Confirm}},
-        Case{"BootGuardMeetsRollBack", Start::EarlierBoot, {Role::BootGuard, Role::RollBack}},
-        Case{"BootGuardMeetsTheGuard", Start::EarlierBoot, {Role::BootGuard, Role::Guard}},
-        Case{"GuardMeetsGuard", Start::Over, {Role::Guard, Role::Guard}},
-        Case{"WakeGuardMeetsBeginWithoutGuards", Start::Idle, {Role::Begin, Role::WakeGuard}, false},
-        Case{"ConfirmMeetsRollBackAndTheGuard", Start::Over, {Role::Confirm, Role::RollBack, Role::Guard}, true, 1},
-        Case{"ChangeMeetsBeginAndTheGuard", Start::Over, {Role::Apply, Role::Begin, Role::Guard}, true, 1}),
+    All, TrialOrders,
+    testing::Values(Case{"ConfirmMeetsTheEndOfTheTime", Start::Over, {Role::Confirm, Role::Guard}},
+                    Case{"ConfirmMeetsRollBack", Start::Counting, {Role::Confirm, Role::RollBack}, false},
+                    Case{"ConfirmMeetsBegin", Start::Idle, {Role::Begin, Role::Confirm}},
+                    Case{"RollBackMeetsTheGuard", Start::Over, {Role::RollBack, Role::Guard}},
+                    Case{"RollBackMeetsBegin", Start::Idle, {Role::Begin, Role::RollBack}},
+                    Case{"ChangeMeetsTheGuard", Start::Over, {Role::Apply, Role::Guard}},
+                    Case{"ChangeMeetsBegin", Start::Idle, {Role::Apply, Role::Begin}},
+                    Case{"BeginMeetsBegin", Start::Idle, {Role::Begin, Role::Begin}},
+                    Case{"BeginMeetsTheEndOfTheTime", Start::Over, {Role::Begin, Role::Guard}},
+                    Case{"BootGuardMeetsConfirm", Start::EarlierBoot, {Role::BootGuard, Role::Confirm}},
+                    Case{"BootGuardMeetsRollBack", Start::EarlierBoot, {Role::BootGuard, Role::RollBack}},
+                    Case{"BootGuardMeetsTheGuard", Start::EarlierBoot, {Role::BootGuard, Role::Guard}},
+                    Case{"GuardMeetsGuard", Start::Over, {Role::Guard, Role::Guard}},
+                    Case{"WakeGuardMeetsBeginWithoutGuards", Start::Idle, {Role::Begin, Role::WakeGuard}, false},
+                    Case{"ConfirmMeetsRollBackAndTheGuard", Start::Over, {Role::Confirm, Role::RollBack, Role::Guard}},
+                    Case{"ChangeMeetsBeginAndTheGuard", Start::Over, {Role::Apply, Role::Begin, Role::Guard}}),
     [](const auto& example) { return example.param.name; });
 
 TEST(PlantedOrders, ShowAGuardThatIsAProbeOnly)
 {
-    const Quiet quiet;
-    auto example = caseOf({"", Start::Idle, {Role::Begin, Role::WakeGuard}, false});
-    const auto prepareRight = example.prepare;
-    example.prepare = [&prepareRight](orders::Device& device) {
-        prepareRight(device);
-        device.probesTakeLocks = true;
-    };
-    const auto found = orders::explore(example, 2);
-    EXPECT_THAT(found.fault, testing::StartsWith("a trial counts, and nobody guards it"));
-    EXPECT_EQ(orders::replay(example, found.script).fault, found.fault);
+    const networksimulation::RecordingLog log;
+    const Case example{"", Start::Idle, {Role::Begin, Role::WakeGuard}, false, true};
+    Orders orders(example);
+    orders.explore(2);
+    EXPECT_EQ(orders.fault, "a trial counts, and nobody guards it");
+    Orders again(example);
+    again.run(scriptOf(orders.last));
+    EXPECT_EQ(again.fault, orders.fault);
 }
