@@ -20,7 +20,8 @@ struct CommandResult
 ///
 /// The command reads /dev/null, inherits no other descriptor, and starts with default signal handling and an empty
 /// signal mask. Its environment is the host's, with LC_ALL=C, and /usr/sbin and /sbin appended to PATH when missing.
-/// What the command leaves running in the background is not waited for, nor are children that the host forks meanwhile.
+/// Processes that the command leaves in the background are not waited for, nor are children that the host forks
+/// meanwhile.
 ///
 /// Thread-safe. Neither the host's handling of SIGCHLD nor another thread that reaps all children changes the result.
 /// The cost does not depend on the host's memory size.

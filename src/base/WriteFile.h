@@ -15,7 +15,7 @@ namespace velbase2::system {
 /// it truncates it. Somebody who may only read the file and locks it delays them, and does not stop them.
 ///
 /// The error code tells why the file could not be opened: ENXIO for a FIFO that nobody reads, EWOULDBLOCK when its turn
-/// did not come. What fails later is not told.
+/// did not come. A later failure is not told.
 std::error_code writeFile(const std::string& path, std::string_view content);
 
 } // namespace velbase2::system

@@ -27,7 +27,7 @@ void putBack(IDevice& device, const Plan& plan, const std::vector<SavedFile>& sa
     outcome.notes.push_back(restarts.empty() ? what : what + ", but " + restarts);
 }
 
-/// After an exception in the middle: what it took of the memory is free again. What fails now has nobody to be told.
+/// After an exception in the middle: what it took of the memory is free again. Nobody is told of a failure here.
 void putBackSilently(IDevice& device, const std::vector<SavedFile>& saved)
 {
     try {

@@ -41,9 +41,9 @@ Outcome carryOut(IDevice& device, const Plan& plan, bool allowsInPlace);
 bool areBack(const IFiles& files, const std::vector<SavedFile>& saved);
 
 /// Puts the files back, as far as it can: what differs from the saved one is replaced, what was not there is removed.
-/// Can be repeated. Where a file has no room to be replaced, it is written in place. What somebody with more rights has
-/// put there meanwhile, as a link that masks the file, stays; `notes` says so. The failures, none when all others are
-/// back.
+/// Can be repeated. Where a file has no room to be replaced, it is written in place. A link that masks the file, or
+/// anything else that somebody with more rights has put there meanwhile, stays; `notes` tells of it. The failures, none
+/// when all others are back.
 std::vector<Failure> restoreFiles(IDevice& device, const std::vector<SavedFile>& saved,
                                   std::vector<std::string>& notes);
 

@@ -32,7 +32,7 @@ void forEachCell(HostSignals& host, Visit&& visit)
 }
 
 /// Connects report(source, name, content) to every cell of a manager; the source is the interface's name, or "host". It
-/// runs as a slot of each, with the cell's content as its argument. What it refers to outlives the manager.
+/// runs as a slot of each, with the cell's content as its argument. The function has to outlive the manager.
 template <class Manager, class Report>
 void connectToEachCell(Manager& manager, Report report)
 {

@@ -11,7 +11,7 @@
 namespace networkhost {
 
 /// What would cut the device off, or never become live: addresses that are no host's, two interfaces in one subnet, a
-/// gateway or a route that leads nowhere, a search domain that is none. Of interfaces with DHCP, the live addresses
+/// gateway or a route that leads nowhere, a search domain that is none. The live addresses of interfaces with DHCP
 /// count. `advice` stands behind a gateway outside the subnet.
 std::vector<std::string> concernsOf(const Configuration& configuration, const LiveState& live,
                                     const std::string& advice = {});

@@ -3,8 +3,8 @@
 
 #include "../base/FileDescriptor.h"
 
-/// Descriptors for event loops: closed at exec, and above the standard streams, one of which may be closed. What cannot
-/// be had throws std::system_error.
+/// Descriptors for event loops: closed at exec, and above the standard streams, one of which may be closed. They throw
+/// std::system_error when there are none left.
 namespace networkhost {
 
 /// The descriptor; throws, with errno and the name of the call, for a negative one.

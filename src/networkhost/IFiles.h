@@ -41,10 +41,10 @@ inline bool operator==(const Rights& left, const Rights& right)
 class IFiles : public IReadableFiles
 {
 public:
-    /// Whoever reads, and whoever boots after a power cut, finds the old text or the new one, never a part. Keeps the
-    /// mode, owner and extended attributes of a file that is there; a new one gets mode 0644. `rights` overrides both.
-    /// Makes no directory. EPERM when it cannot keep the owner or the group, unless everybody may read the file and the
-    /// caller owns the directory.
+    /// A reader, and a boot after a power cut, finds the old text or the new one, never a part. Keeps the mode, owner
+    /// and extended attributes of a file that is there; a new one gets mode 0644. `rights` overrides both. Makes no
+    /// directory. EPERM when it cannot keep the owner or the group, unless everybody may read the file and the caller
+    /// owns the directory.
     virtual std::error_code replace(const std::string& path, const std::string& text,
                                     const Rights* rights = nullptr) = 0;
 
@@ -52,14 +52,14 @@ public:
     /// or a power cut may meet a part of it.
     virtual std::error_code overwrite(const std::string& path, const std::string& text) = 0;
 
-    /// At the end of a symbolic link, which stays. What is not there counts as removed.
+    /// At the end of a symbolic link, which stays. A missing file counts as removed.
     virtual std::error_code remove(const std::string& path) = 0;
 
     /// Within one directory, in one step, in place of what is at `to`. ENOENT when `from` is not there: of two callers
     /// one succeeds.
     virtual std::error_code rename(const std::string& from, const std::string& to) = 0;
 
-    /// What is neither a regular file nor a link gets another name in its directory, and so is out of the way.
+    /// Gives another name to anything that is neither a regular file nor a link, to have it out of the way.
     virtual std::error_code moveAside(const std::string& path) = 0;
 
     virtual std::error_code rightsOf(const std::string& path, Rights& rights) const = 0;

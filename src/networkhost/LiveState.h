@@ -37,7 +37,7 @@ struct LiveState
     std::vector<std::string> searchDomains;
 };
 
-/// Reads what is live now. What cannot be read stays empty.
+/// Reads what is live now. A value that cannot be read stays empty.
 LiveState readLiveState(IDevice& device);
 
 } // namespace networkhost

@@ -15,8 +15,8 @@ namespace networkhost {
 using Missing = std::string;
 
 /// The first thing that `live` lacks of what is configured: interfaces, addresses, leases, default route, routes, DNS
-/// servers, search domains. Given what was configured `before`, for the same interfaces or resolver, also the removal
-/// of what is so no longer.
+/// servers, search domains. Given what was configured `before`, for the same interfaces or resolver, also what has to
+/// go.
 Missing missing(const Configuration& wanted, const LiveState& live,
                 const std::optional<Configuration>& before = std::nullopt);
 

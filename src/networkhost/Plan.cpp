@@ -51,7 +51,7 @@ std::vector<std::string> trimmedLines(const std::optional<std::string>& text)
     return lines;
 }
 
-/// What the library itself writes, and so takes away when it is asked for something else.
+/// Keys that the library itself writes, and takes away when it is asked for something else.
 bool isOwnKey(const std::string& path, const std::string& key)
 {
     constexpr std::array<std::string_view, 6> kKeys = {"Name", "Address", "DHCP", "Gateway", "DNS", "Domains"};

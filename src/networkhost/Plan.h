@@ -42,9 +42,9 @@ struct Plan
 /// second address.
 std::vector<std::string> droppedLines(const FileChange& file);
 
-/// Fills `concerns` and `warnings`: what the plan brings; what is so already is none, but for the daemons and cables
-/// that it needs. `advice` is for a gateway outside the subnet. Waits for neighbours: some milliseconds, or a second
-/// for a gateway that does not answer.
+/// Fills `concerns` and `warnings`: those that the plan brings, not those that are there already, but for the daemons
+/// and cables that it needs. `advice` is for a gateway outside the subnet. Waits for neighbours: some milliseconds, or
+/// a second for a gateway that does not answer.
 void judge(IDevice& device, Plan& plan, const std::string& advice = {});
 
 /// While a trial is pending, a plan that finds nothing to change is refused: what it finds may be on trial.

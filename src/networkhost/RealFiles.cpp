@@ -199,7 +199,7 @@ private:
     FileDescriptor file_;
 };
 
-/// Whoever may only read must not be able to lock it. Without waiting for the end of somebody's lease.
+/// A user who may only read must not be able to lock it. Without waiting for the end of somebody's lease.
 FileDescriptor openLockFile(const Place& place)
 {
     constexpr int kFlags = O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
@@ -413,7 +413,7 @@ std::error_code RealFiles::makeDirectory(const std::string& path)
     constexpr mode_t kMode = 0777;
     struct stat status = {};
     const bool isOwn = ::fstat(made.get(), &status) == 0 && status.st_uid == ::geteuid();
-    // What is right already is left alone: who watches the directory sleeps on.
+    // A directory that is right already is left alone: its watchers sleep on.
     if (isOwn && (status.st_gid != parent.st_gid || (status.st_mode & kMode) != (parent.st_mode & kMode))) {
         static_cast<void>(
             ::fchown(made.get(), static_cast<uid_t>(-1), parent.st_gid)); // or it stays the caller's alone

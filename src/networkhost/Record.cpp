@@ -106,7 +106,7 @@ bool isDnsServerFile(const std::string& path)
     return number.find_first_not_of("0123456789") == std::string::npos && path == beginning + number + std::string(end);
 }
 
-/// Whoever writes a record may not have the guard, which is root, write just anywhere.
+/// The writer of a record may not have the guard, which is root, write just anywhere.
 bool isOwnFile(const std::string& path)
 {
     const auto& builtIn = networkmanager::kBuiltInInterfaces;

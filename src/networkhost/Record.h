@@ -35,8 +35,8 @@ struct Record
     std::vector<SavedFile> files;
 };
 
-/// EBADMSG for a record that is damaged, or that names a file which this library never writes. What is no regular file
-/// counts as missing here, and is moved aside below.
+/// EBADMSG for a record that is damaged, or that names a file which this library never writes. Anything but a regular
+/// file counts as missing here, and is moved aside below.
 std::error_code readRecord(const IFiles& files, const std::string& path, Record& record);
 
 /// It is on disk when this returns. EFBIG beyond 1 MiB.

@@ -159,7 +159,7 @@ bool isConfiguredGateway(const IFiles& files, const std::string& gateway)
     return configured.dhcp || configured.gateway == gateway;
 }
 
-/// Which interface takes its settings by DHCP, and so brings the gateway.
+/// The interface that takes its settings by DHCP, and with them the gateway.
 std::string dhcpInterface(IDevice& device)
 {
     for (const auto& [name, iface] : networkmanager::EthernetInterfaces().interfaces) {

@@ -38,7 +38,7 @@ void keepForeignText(IFiles& files, const SavedFile& saved, std::vector<std::str
                     (error ? "lost: " + error.message() : "kept in " + path));
 }
 
-/// Whoever may write the record has nothing to say about a file that is changed with another user's rights.
+/// A record may not name files that are changed with the rights of another user than its writer.
 void dropFilesOfOthers(const IFiles& files, Record& record, std::vector<std::string>& notes)
 {
     unsigned int owner = 0;

@@ -65,7 +65,7 @@ std::string faultOfDomain(const std::string& domain)
     return isWord ? "" : "a word without blanks, control characters and backslashes is expected";
 }
 
-/// A value of the document. What it should be and is not is added to the faults. One that is missing is empty.
+/// A value of the document. A value of another kind is added to the faults. A missing one is empty.
 class Node
 {
 public:
@@ -195,7 +195,7 @@ Configuration readDocument(const Node& document)
     return configuration;
 }
 
-/// What the form has no place for stands in it all the same, to be refused instead of lost.
+/// A setting that the form has no place for stands in it all the same, to be refused instead of lost.
 OrderedJson toJson(const std::string& name, const ConfiguredInterface& iface)
 {
     auto json = OrderedJson::object();

@@ -89,7 +89,7 @@ bool isEndGood(pid_t child)
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-/// Whatever the number is: one that is none does nothing.
+/// The number comes from the other process: any but the three does nothing.
 bool runFixed(unsigned char number)
 {
     if (number >= kCommands.size()) {

@@ -39,8 +39,8 @@ Outcome tryOut(IDevice& device, const Plan& plan, const TrialOptions& options = 
 Outcome confirmTrial(IDevice& device);
 
 /// Brings the previous files back, byte for byte with mode and owner, restarts the daemons, and waits until the live
-/// state shows them, 10 s at most; the guard goes on then. What somebody else has written meanwhile is kept beside the
-/// record. `why` is told to whoever asks.
+/// state shows them, 10 s at most; the guard goes on then. Texts that somebody else has written meanwhile are kept
+/// beside the record. `why` is told to whoever asks.
 Outcome rollBack(IDevice& device, const std::string& why);
 
 /// How the pending trial, or else the last one, stands.

@@ -250,8 +250,7 @@ bool NetworkManagerImpl<Backend>::setGateway(const std::string& gateway)
         log::detail::logLine(log::kDetail, "old gateway == new gateway -> nothing to do");
         return refuse(status::kNothingToChange);
     }
-    // kept: without a default route `current` is empty, which is not "0.0.0.0", and so is refused (see the
-    // declaration).
+    // kept: without a default route `current` is empty, which is not "0.0.0.0": it is refused (see the declaration).
     if (dhcpEnabled() && current != "0.0.0.0") {
         log::detail::logLine(log::kDetail, status::kGatewayFromDhcp);
         return refuse(status::kGatewayFromDhcp);
