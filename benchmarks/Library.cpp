@@ -100,7 +100,7 @@ Run twoLocksAndAComparison()
     };
 }
 
-/// Of a large host: what a child of it must not copy.
+/// The memory of a large host, which a child of it must not copy.
 void use512MiB()
 {
     static const std::vector<char> memory(std::size_t{512} << 20U, 1);

@@ -19,7 +19,7 @@ using Candidates = std::map<std::string, std::function<Run()>>;
 /// PROGRAM runs COUNT NAME runs it that often and does nothing else, for those who count from outside.
 int takeTurns(const Candidates& candidates, int argc, char** argv);
 
-/// Of this process so far: calls of malloc, calloc, realloc and the like. Those of operator new are among them.
+/// Calls of malloc, calloc, realloc and the like in this process so far, those of operator new among them.
 unsigned long allocations();
 
 /// Keeps the compiler from leaving out what made it.

@@ -36,7 +36,7 @@ std::string textOf(const networkhost::Outcome& outcome, const std::string& whenD
     return text;
 }
 
-/// Of "remote 10.0.0.5/24 10.0.0.1"; what is wrong with it is the plan's outcome.
+/// The words are "remote 10.0.0.5/24 10.0.0.1"; the outcome of the plan tells what is wrong with them.
 networkhost::Plan planOf(networkhost::IDevice& device, std::istream& words)
 {
     std::string interfaceName;

@@ -13,13 +13,13 @@ std::string faultOfAddress(const std::string& address);
 std::string faultOfMask(const std::string& mask);
 std::string faultOfPrefixLength(const std::string& length);
 
-/// Of a static request; DHCP has none.
+/// For a static request; DHCP has no faults.
 std::string faultOfSettings(const velbase2::nsa::common::IpSettings& settings);
 
-/// Of a route's "ADDRESS" or "ADDRESS/LENGTH".
+/// For the "ADDRESS" or "ADDRESS/LENGTH" of a route.
 std::string faultOfDestination(const std::string& destination);
 
-/// Of a text that reaches a file as it stands. Line feeds may be allowed.
+/// For a text that reaches a file as it stands. Line feeds may be allowed.
 std::string faultOfText(const std::string& text, bool allowsLineFeeds = false);
 
 /// The text with control characters as "\x1b", for a terminal.

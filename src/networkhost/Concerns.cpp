@@ -37,7 +37,7 @@ struct Subnet
     std::string text; // of the network: "10.0.0.0/8"
 };
 
-/// Of "10.0.0.5/8"; empty for what the daemons ignore.
+/// The text is like "10.0.0.5/8"; nothing for one that the daemons ignore.
 std::optional<Subnet> parse(const std::string& address)
 {
     const auto network = canonicalNetwork(address);

@@ -19,7 +19,6 @@ struct Place
     std::string name; // in the directory; no symbolic link
 };
 
-/// Of an errno value.
 inline std::error_code errorOf(int value)
 {
     return {value, std::generic_category()};

@@ -27,7 +27,7 @@ using velbase2::system::FileDescriptor;
 
 namespace {
 
-/// Of a system call that returned this.
+/// The error of a system call that has returned this.
 std::error_code errorOfCall(int result)
 {
     return errorOf(result == 0 ? 0 : errno);

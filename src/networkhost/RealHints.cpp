@@ -32,7 +32,7 @@ constexpr unsigned int kEntries = kItself | IN_MODIFY | IN_ATTRIB | IN_CREATE | 
 // For one that is a link, or a mount of its own: the directory tells nothing of it then.
 constexpr unsigned int kFile = IN_MASK_ADD | IN_DELETE_SELF | IN_MOVE_SELF | IN_MODIFY | IN_ATTRIB;
 
-/// Of all files that this library reads, but for those of /proc and /sys, whose changes the socket tells.
+/// All files that this library reads lie there, but for those of /proc and /sys, whose changes the socket tells.
 std::vector<std::string> directoriesOfFiles()
 {
     const auto directoryOf = [](const std::string& path) { return path.substr(0, path.rfind('/')); };

@@ -55,7 +55,7 @@ std::string faultOfNetwork(const std::string& network)
     return canonicalNetwork(network) == kDefaultRoute ? "the default route is the \"gateway\"" : faultOfLength(network);
 }
 
-/// Of other characters, some would end the word, and some its line, in the daemon's file.
+/// Some of the other characters would end the word, some its line, in the daemon's file.
 std::string faultOfDomain(const std::string& domain)
 {
     const bool isWord = !domain.empty() && std::none_of(domain.begin(), domain.end(), [](char character) {

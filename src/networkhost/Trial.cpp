@@ -128,7 +128,7 @@ Outcome rolledBack(IDevice& device, Outcome outcome, const std::string& why)
     return outcome;
 }
 
-/// Of a trial that is not to go on: rolls it back, unless somebody else has ended it.
+/// Rolls back a trial that is not to go on, unless somebody else has ended it.
 Outcome ended(IDevice& device, Outcome outcome, const std::string& why)
 {
     if (isThere(device.files(), kTrial)) {

@@ -10,7 +10,7 @@ namespace networksimulation {
 
 class Device;
 
-/// Of each change of the simulated device. Made and destroyed while it lives.
+/// Tells each change of the simulated device. Made and destroyed while it lives.
 class Hints : public networkhost::IHints
 {
 public:

@@ -200,8 +200,8 @@ def test_the_end_of_its_caller_does_not_keep_a_trial(box, end):
 
 
 @pytest.mark.parametrize("answer, state", [
-    ("\n", "confirmed"), (" Yes \n", "confirmed"), ("n\n", "rolled back"), ("q\n", "rolled back"),
-    ("rollback\n", "rolled back"), ("", "rolled back"), ("nay\n", "no answer")])
+    ("\n", "confirmed"), (" Yes \n", "confirmed"), ("confirm\n", "confirmed"), ("n\n", "rolled back"),
+    ("q\n", "rolled back"), ("rollback\n", "rolled back"), ("", "rolled back"), ("nay\n", "no answer")])
 def test_an_answer_in_the_terminal_ends_the_countdown(box, settings, answer, state):
     terminal = Terminal(box)
     os.write(terminal.master, answer.encode())

@@ -447,7 +447,7 @@ std::ostream& operator<<(std::ostream& stream, const Case& example)
     return stream << example.name;
 }
 
-/// Of a trial with two files, and of another change to one of them.
+/// A trial with two files, and another change to one of them.
 struct Plans
 {
     networkhost::Plan trial;

@@ -23,7 +23,7 @@ namespace logging = velbase2::system::log;
 
 namespace {
 
-/// Of "A && B", which are asked for without a pause between.
+/// The parts of "A && B", which are asked for without a pause between.
 std::vector<std::string> partsOf(const std::string& step)
 {
     const std::string separator = " && ";

@@ -46,7 +46,7 @@ constexpr Verb kMonitor = {"monitor", "Print every change as it is published, un
   velnetctl monitor --json | jq -c 'select(.name == "link")')"};
 #ifdef VELNETCTL_HAS_WATCH
 constexpr Verb kWatch = {"watch", "Show the state and its changes on the whole terminal, until q or Ctrl-C",
-                         R"(  velnetctl watch)"};
+                         R"(  velnetctl watch   and in it, while a trial is pending: c confirms it, r rolls it back)"};
 #endif
 constexpr Verb kSetIp = {"set-ip", "Switch an interface to DHCP or to a static address",
                          R"(  velnetctl set-ip remote dhcp --wait 20   and return when the lease is there
@@ -122,7 +122,7 @@ std::string checkNumber(const std::string& text)
     return {};
 }
 
-/// Of "90", "90s", "2m" or "1h"; nothing for another text.
+/// Takes "90", "90s", "2m" or "1h"; nothing for another text.
 Seconds parseTime(const std::string& text)
 {
     constexpr std::size_t kMostDigits = 9; // with more it is out of range all the same, and hours would overflow
@@ -368,7 +368,7 @@ std::vector<std::string> namesOfVerbs(const CLI::App& app)
     return names;
 }
 
-/// Of the verb and of velnetctl.
+/// Those of the verb and of velnetctl.
 std::vector<const CLI::Option*> optionsOf(const CLI::App& app, const std::string& verb)
 {
     const auto isOption = [](const CLI::Option* option) { return option->nonpositional(); };

@@ -30,7 +30,7 @@ namespace {
 
 enum class Answer { None, Keep, GoBack, Unclear, Leave };
 
-/// Of a line, as somebody typed it.
+/// The meaning of a line that somebody typed.
 Answer answerOf(std::string line)
 {
     const auto isBlank = [](unsigned char letter) { return std::isspace(letter) != 0; };
@@ -39,6 +39,7 @@ Answer answerOf(std::string line)
     for (const auto& [text, answer] : {std::pair("", Answer::Keep),
                                        {"y", Answer::Keep},
                                        {"yes", Answer::Keep},
+                                       {"confirm", Answer::Keep},
                                        {"n", Answer::GoBack},
                                        {"no", Answer::GoBack},
                                        {"q", Answer::GoBack},
