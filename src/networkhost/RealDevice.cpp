@@ -3,6 +3,7 @@
 
 #include "base/ExecuteCommand.h"
 #include "base/Paths.h"
+#include "base/ReadFile.h"
 #include "networkhost/DaemonHealth.h"
 #include "networkhost/RealHints.h"
 #include "networkhost/RealNeighbours.h"
@@ -18,6 +19,7 @@
 #include <thread>
 #include <utility>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace networkhost {
@@ -37,6 +39,23 @@ std::string shellWord(const std::string& word)
         text += character == '\'' ? "'\\''" : std::string(1, character);
     }
     return '\'' + text + '\'';
+}
+
+/// Whether the daemon runs and comes back after a reboot, as files show it: the usual case, without a process.
+bool isPlainlyThere(const std::string& daemon)
+{
+    const auto unit = '/' + daemon + ".service";
+    const auto isThere = [&unit](const std::string& directory, int flags) {
+        return ::faccessat(AT_FDCWD, (directory + unit).c_str(), F_OK, flags) == 0;
+    };
+    const bool isWanted = isThere("/etc/systemd/system/multi-user.target.wants", 0) ||
+                          isThere("/etc/systemd/system/sysinit.target.wants", 0);
+    const bool isMaskedOrOther =
+        isThere("/etc/systemd/system", AT_SYMLINK_NOFOLLOW) || isThere("/run/systemd/system", AT_SYMLINK_NOFOLLOW);
+    std::string processes;
+    return isWanted && !isMaskedOrOther &&
+           !velbase2::system::readFile("/sys/fs/cgroup/system.slice" + unit + "/cgroup.procs", processes) &&
+           !processes.empty();
 }
 
 /// For root, reads the configuration as networkhost does: the library's own way follows each link, and in a directory
@@ -105,6 +124,9 @@ bool RealDevice::hasBootGuard()
 
 std::vector<DaemonState> RealDevice::daemons()
 {
+    if (isPlainlyThere("systemd-networkd") && isPlainlyThere("systemd-resolved")) {
+        return {{"systemd-networkd", "enabled", "active"}, {"systemd-resolved", "enabled", "active"}};
+    }
     return parseDaemonStates(executeCommand("systemctl show --property=Id,LoadState,UnitFileState,ActiveState "
                                             "systemd-networkd systemd-resolved")
                                  .output);

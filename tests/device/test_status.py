@@ -6,11 +6,13 @@ import shlex
 from conftest import VELNETCTL
 
 
-def test_status_needs_no_privilege_and_never_sleeps(box):
-    trace = box.exec("strace", "-f", "-e", "trace=nanosleep,clock_nanosleep", "setpriv", "--bounding-set=-all", "--inh-caps=-all",
-                     VELNETCTL, "status", "--json")
+def test_status_needs_no_privilege_and_no_other_process_and_never_sleeps(box):
+    unprivileged = "setpriv", "--bounding-set=-all", "--inh-caps=-all"
+    calls = "trace=execve,nanosleep,clock_nanosleep"
+    trace = box.exec("strace", "-fe", calls, *unprivileged, VELNETCTL, "status", "--json")
     assert json.loads(trace.stdout)["host"]["gateway"] == "192.168.50.1"
     assert "nanosleep(" not in trace.stderr
+    assert trace.stderr.count("execve(") == 2  # setpriv and velnetctl
 
 
 def test_a_full_standard_output_is_a_failure(box):
