@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "networkhost/ActingAs.h"
 
+#include <mutex>
+
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -38,6 +40,39 @@ bool setGroup(gid_t group)
     return ::syscall(kSetGroupIds, kUnchanged, group, kUnchanged) == 0;
 }
 
+/// Whether this process may be dumped. It is one flag for all threads, and the kernel resets it with each user: the
+/// first of those that act keeps the host's, and the last one restores it.
+class Dumpable
+{
+public:
+    void keep()
+    {
+        const std::lock_guard guard(mutex_);
+        if (actors_++ == 0) {
+            flag_ = ::prctl(PR_GET_DUMPABLE);
+        }
+    }
+
+    void restore()
+    {
+        const std::lock_guard guard(mutex_);
+        if (--actors_ == 0) {
+            ::prctl(PR_SET_DUMPABLE, flag_ == 1 ? 1 : 0);
+        }
+    }
+
+private:
+    std::mutex mutex_;
+    int actors_ = 0;
+    int flag_ = 0;
+};
+
+Dumpable& dumpable()
+{
+    static Dumpable theDumpable;
+    return theDumpable;
+}
+
 std::vector<gid_t> presentGroups()
 {
     std::vector<gid_t> groups(static_cast<std::size_t>(::getgroups(0, nullptr)));
@@ -47,20 +82,20 @@ std::vector<gid_t> presentGroups()
 
 } // namespace
 
-ActingAs::ActingAs(uid_t user, gid_t group)
-    : user_(::geteuid()), group_(::getegid()), groups_(presentGroups()), dumpable_(::prctl(PR_GET_DUMPABLE)),
-      isActing_(::prctl(PR_GET_PDEATHSIG, &deathSignal_) == 0 && setGroups({}) && setGroup(group) &&
-                setUser(user)) // the user last: it cannot change the others
-{}
+ActingAs::ActingAs(uid_t user, gid_t group) : user_(::geteuid()), group_(::getegid()), groups_(presentGroups())
+{
+    dumpable().keep();
+    // The user last: it cannot change the others.
+    isActing_ = ::prctl(PR_GET_PDEATHSIG, &deathSignal_) == 0 && setGroups({}) && setGroup(group) && setUser(user);
+}
 
 ActingAs::~ActingAs()
 {
     setUser(user_);
     setGroup(group_);
     setGroups(groups_);
-    // Both are the host's, and the kernel resets them with the user.
-    ::prctl(PR_SET_DUMPABLE, dumpable_ == 1 ? 1 : 0);
-    ::prctl(PR_SET_PDEATHSIG, deathSignal_);
+    dumpable().restore();
+    ::prctl(PR_SET_PDEATHSIG, deathSignal_); // the host's; the kernel resets it with the user
 }
 
 } // namespace networkhost

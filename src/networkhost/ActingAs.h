@@ -7,8 +7,8 @@
 
 namespace networkhost {
 
-/// As long as it lives, this thread of root has the rights of another user and no capability. For one thread, which
-/// does not make a second one meanwhile.
+/// As long as it lives, this thread of root has the rights of another user and no capability. One at a time for each
+/// thread.
 class ActingAs
 {
 public:
@@ -21,12 +21,11 @@ public:
     bool isActing() const { return isActing_; }
 
 private:
-    uid_t user_; // of before, as the others
+    uid_t user_; // the thread's own, and what follows
     gid_t group_;
     std::vector<gid_t> groups_;
-    int dumpable_;
     int deathSignal_ = 0; // to be sent when the parent ends
-    bool isActing_;
+    bool isActing_ = false;
 };
 
 } // namespace networkhost

@@ -18,7 +18,7 @@ bool isFirstStep(const Plan& plan, const Failure& failure)
 /// With the old files, after a step that failed.
 void putBack(IDevice& device, const Plan& plan, const std::vector<SavedFile>& saved, Outcome& outcome)
 {
-    const auto failures = restoreFiles(device, saved, outcome.notes);
+    const auto failures = restoreFiles(device, saved, outcome.notes).failures;
     if (failures.empty() && isFirstStep(plan, outcome.failures.front())) {
         return;
     }

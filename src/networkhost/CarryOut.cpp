@@ -84,7 +84,12 @@ bool isBack(const IFiles& files, const SavedFile& file)
         return error == std::errc::no_such_file_or_directory;
     }
     Rights rights;
-    return !error && text == *file.text && !files.rightsOf(file.path, rights) && rights == file.rights;
+    if (error || text != *file.text || files.rightsOf(file.path, rights)) {
+        return false;
+    }
+    // Without root's rights, a file that everybody may read comes back as the caller's: see IFiles::replace().
+    const bool isOwnerFree = (file.rights.mode & 0004U) != 0;
+    return rights == file.rights || (isOwnerFree && rights.mode == file.rights.mode);
 }
 
 std::error_code restore(IFiles& files, const SavedFile& file)
@@ -193,19 +198,23 @@ bool areBack(const IFiles& files, const std::vector<SavedFile>& saved)
     return std::all_of(saved.begin(), saved.end(), [&files](const SavedFile& file) { return isBack(files, file); });
 }
 
-std::vector<Failure> restoreFiles(IDevice& device, const std::vector<SavedFile>& saved, std::vector<std::string>& notes)
+Restored restoreFiles(IDevice& device, const std::vector<SavedFile>& saved, std::vector<std::string>& notes)
 {
-    std::vector<Failure> failures;
+    Restored restored;
     for (const auto& file : saved) {
-        const auto error = isBack(device.files(), file) ? std::error_code() : restore(device.files(), file);
+        if (isBack(device.files(), file)) {
+            continue;
+        }
+        const auto error = restore(device.files(), file);
         const Failure failure{Failure::Step::WriteFile, file.path, error, {}};
         if (error && isDecided(device.files(), file, error)) {
             notes.push_back("somebody else decides on it, and it stays as it is: " + failure.text());
         } else if (error) {
-            failures.push_back(failure);
+            restored.failures.push_back(failure);
         }
+        restored.isChanged = restored.isChanged || !error;
     }
-    return failures;
+    return restored;
 }
 
 std::string restartDaemons(IDevice& device, const std::vector<SavedFile>& files)

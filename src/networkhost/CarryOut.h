@@ -40,12 +40,16 @@ Outcome carryOut(IDevice& device, const Plan& plan, bool allowsInPlace);
 /// Whether the files are as they were.
 bool areBack(const IFiles& files, const std::vector<SavedFile>& saved);
 
+struct Restored
+{
+    std::vector<Failure> failures; // none when all files are back, but for those that stay
+    bool isChanged = false;        // a file is another one than before
+};
+
 /// Puts the files back, as far as it can: what differs from the saved one is replaced, what was not there is removed.
 /// Can be repeated. Where a file has no room to be replaced, it is written in place. A link that masks the file, or
-/// anything else that somebody with more rights has put there meanwhile, stays; `notes` tells of it. The failures, none
-/// when all others are back.
-std::vector<Failure> restoreFiles(IDevice& device, const std::vector<SavedFile>& saved,
-                                  std::vector<std::string>& notes);
+/// anything else that somebody with more rights has put there meanwhile, stays; `notes` tells of it.
+Restored restoreFiles(IDevice& device, const std::vector<SavedFile>& saved, std::vector<std::string>& notes);
 
 /// Makes the daemons read the files again, each that reads one of them. Those that did not, in words; "" when all did.
 std::string restartDaemons(IDevice& device, const std::vector<SavedFile>& files);

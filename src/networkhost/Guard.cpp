@@ -6,6 +6,7 @@
 #include "networkhost/Trial.h"
 
 #include <algorithm>
+#include <set>
 
 namespace networkhost {
 
@@ -15,7 +16,7 @@ namespace {
 
 constexpr const char* kBooted = "the device was started before it was confirmed";
 
-std::string reasonOf(const TrialState& state)
+std::string reasonOf(IDevice& device, const TrialState& state)
 {
     if (state.isOfEarlierBoot) {
         return kBooted;
@@ -23,14 +24,17 @@ std::string reasonOf(const TrialState& state)
     if (state.kind == TrialState::Kind::RollingBack) {
         return state.why.empty() ? "a roll-back that was broken off is finished" : state.why;
     }
-    return state.kind == TrialState::Kind::Waiting ? "its process ended before it was live"
-                                                   : "it was not confirmed in time";
+    if (state.kind == TrialState::Kind::Waiting) {
+        return hasCaller(device.files()) ? "it was not live in time, and its process does not go on"
+                                         : "its process ended before it was live";
+    }
+    return "it was not confirmed in time";
 }
 
-/// Its caller, if it is still there, sees the end of the wait first.
+/// Its caller, if it is still there, sees the end of the wait first, and asks the neighbours for up to 3 s.
 bool isDue(IDevice& device, const TrialState& state)
 {
-    constexpr milliseconds kForTheCaller(2000);
+    constexpr milliseconds kForTheCaller(5000);
     switch (state.kind) {
     case TrialState::Kind::Waiting:
         return state.isOfEarlierBoot || state.left <= -kForTheCaller || !hasCaller(device.files());
@@ -41,7 +45,7 @@ bool isDue(IDevice& device, const TrialState& state)
     }
 }
 
-/// Says a line unless it is the one of before: what is tried again and again is told once.
+/// Says each line once: a roll-back may be tried again and again.
 class Reporter
 {
 public:
@@ -49,21 +53,20 @@ public:
 
     void report(const std::string& line)
     {
-        if (line != last_) {
+        if (said_.insert(line).second) {
             say_(line);
         }
-        last_ = line;
     }
 
 private:
     const Say& say_;
-    std::string last_;
+    std::set<std::string> said_;
 };
 
 /// False when it has to be tried again.
 bool rollBackAndReport(IDevice& device, const TrialState& state, const RollBackOptions& options, Reporter& reporter)
 {
-    const auto why = reasonOf(state);
+    const auto why = reasonOf(device, state);
     const auto outcome = rollBackTrial(device, why, options);
     for (const auto& note : outcome.notes) {
         reporter.report(note);

@@ -65,7 +65,8 @@ public:
     virtual std::error_code rightsOf(const std::string& path, Rights& rights) const = 0;
 
     /// The user with whose rights this process changes that file.
-    virtual std::error_code writerOf(const std::string& path, unsigned int& user) const = 0;
+    virtual std::error_code writerOf(const std::string& path, unsigned int& user,
+                                     unsigned int* group = nullptr) const = 0;
 
     /// With the group and the mode of the directory that it lies in. One that is there is good.
     virtual std::error_code makeDirectory(const std::string& path) = 0;

@@ -35,7 +35,8 @@ std::string Failure::text() const
     }
     auto why = error.message();
     if (error == std::errc::too_many_symbolic_link_levels) {
-        why = "a symbolic link on the way, or its target, belongs neither to root nor to the caller";
+        why = "a symbolic link or directory on the way belongs neither to root nor to the caller, or others may write "
+              "to it";
     } else if (error == std::errc::invalid_argument && words.empty()) {
         why = "it is not a regular file";
     }

@@ -8,7 +8,9 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <functional>
 #include <utility>
 
@@ -149,6 +151,32 @@ private:
     unsigned int state_ = NUD_NONE;
 };
 
+/// Whether somebody has entered it for good: it is not asked, because the question would replace the entry.
+bool isPermanent(const std::string& interfaceName, const std::string& address)
+{
+    std::ifstream table("/proc/net/arp");
+    std::string line;
+    std::getline(table, line); // the heading
+    std::string known;
+    std::string hardware;
+    std::string flags;
+    std::string hardwareAddress;
+    std::string mask;
+    std::string device;
+    while (table >> known >> hardware >> flags >> hardwareAddress >> mask >> device) {
+        if (known == address && device == interfaceName) {
+            return (std::strtoul(flags.c_str(), nullptr, 16) & ATF_PERM) != 0;
+        }
+    }
+    return false;
+}
+
+class KnownAnswer : public IQuestion
+{
+public:
+    bool isAnswered(milliseconds /*limit*/) override { return true; }
+};
+
 /// An ARP packet of Ethernet and IPv4.
 struct ArpPacket
 {
@@ -232,6 +260,9 @@ std::unique_ptr<IQuestion> ask(const std::string& interfaceName, const std::stri
 
 std::unique_ptr<IQuestion> askForNeighbour(const std::string& interfaceName, const std::string& address)
 {
+    if (isPermanent(interfaceName, address)) {
+        return std::make_unique<KnownAnswer>();
+    }
     return ask<KernelQuestion>(interfaceName, address);
 }
 

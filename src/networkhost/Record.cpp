@@ -224,7 +224,8 @@ bool isThere(const IFiles& files, const std::string& path)
 bool hasCaller(const IFiles& files)
 {
     std::string holder;
-    return files.probeLock(kCallerLock, holder) == std::errc::operation_would_block;
+    const auto error = files.probeLock(kCallerLock, holder);
+    return error && error != std::errc::no_such_file_or_directory; // for want of descriptors nobody is gone
 }
 
 std::error_code makeTrialDirectory(IFiles& files)

@@ -14,7 +14,7 @@
 /// once, and is through when the daemons are restarted: waitUntilLive() tells when they have the setting. The cells of
 /// a manager that runs follow with its next refresh, but for `routes`.
 ///
-/// No exceptions but std::bad_alloc. One call at a time for each device.
+/// No exceptions but std::bad_alloc. Thread-safe with a RealDevice.
 namespace networkhost {
 
 /// `settings.gateway` is the gateway of a static interface that holds it ("0.0.0.0" for none). When it is empty, the

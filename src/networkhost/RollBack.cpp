@@ -141,11 +141,17 @@ Outcome rollBackTrial(IDevice& device, const std::string& why, const RollBackOpt
     for (const auto& file : record.files) {
         keepForeignText(files, file, outcome.notes);
     }
-    if (record.isRestored && !areBack(files, record.files)) {
+    const bool isOnceMore = record.isRestored && !areBack(files, record.files);
+    if (isOnceMore) {
         record.isRestored = false; // before the files are back: killed in between, nobody would restart the daemons
         writeRecord(files, kRollback, record);
     }
-    outcome.failures = restoreFiles(device, record.files, outcome.notes);
+    auto restored = restoreFiles(device, record.files, outcome.notes);
+    outcome.failures = std::move(restored.failures);
+    if (isOnceMore && !restored.isChanged) {
+        record.isRestored = true; // a file that does not come back costs no restart
+        writeRecord(files, kRollback, record);
+    }
     const auto unrestarted = options.isAtBoot ? std::string() : restartOnce(device, record);
     if (!outcome.failures.empty()) {
         outcome.reason = textOf(outcome.failures);
@@ -163,6 +169,7 @@ Outcome rollBackTrial(IDevice& device, const std::string& why, const RollBackOpt
     if (!hasTurn) {
         outcome.notes.push_back(turn.refusal + "; it may still write");
     }
+    const bool wereBack = areBack(files, record.files);
     turn.lock.reset(); // another change may follow
     Missing lacking;
     if (!options.isAtBoot) {
@@ -172,8 +179,13 @@ Outcome rollBackTrial(IDevice& device, const std::string& why, const RollBackOpt
         });
         turn = lockChanges(device);
     }
-    if (!isThere(files, kRollback)) {
-        outcome.isDone = true; // another change has followed, or somebody else has seen the end of it
+    Record now;
+    if (readRecord(files, kRollback, now) || now.by != record.by || now.deadline != record.deadline) {
+        outcome.isDone = true; // another change or trial has followed, or somebody else has seen the end of it
+        return outcome;
+    }
+    if (wereBack && !areBack(files, record.files)) {
+        outcome.reason = "the previous files were back, and somebody has written to them since";
         return outcome;
     }
     if (!lacking.empty()) {

@@ -194,6 +194,10 @@ Outcome tryOut(IDevice& device, const Plan& plan, const TrialOptions& options)
     }
     auto outcome = carryOut(device, plan, false);
     const bool isRecorded = outcome.isDone && moveDeadline(device, record, options.wait, false);
+    if (!isRecorded && !isThere(device.files(), kTrial)) { // root has ended it meanwhile, without its turn
+        restoreFiles(device, record.files, outcome.notes);
+        restartDaemons(device, record.files);
+    }
     turn.lock.reset();
     if (!isRecorded) {
         return ended(device, outcome, outcome.isDone ? "its deadline could not be recorded" : outcome.reason);

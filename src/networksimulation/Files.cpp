@@ -84,7 +84,7 @@ std::error_code Files::moveAside(const std::string& /*path*/)
     return errorOf(EINVAL); // there are only regular files
 }
 
-std::error_code Files::writerOf(const std::string& /*path*/, unsigned int& user) const
+std::error_code Files::writerOf(const std::string& /*path*/, unsigned int& user, unsigned int* /*group*/) const
 {
     user = ::geteuid(); // all is this user's own
     return {};

@@ -5,6 +5,7 @@
 #include "networkhost/Missing.h"
 #include "networkhost/Record.h"
 #include "networkhost/Requests.h"
+#include "networkhost/RollBack.h"
 #include "networkhost/Trial.h"
 #include "networksimulation/Device.h"
 #include "networksimulation/Files.h"
@@ -431,7 +432,7 @@ Device::Device(Script script)
 // --- What is run, and what has to hold
 
 enum class Start { Idle, Counting, Over, EarlierBoot }; // of the trial
-enum class Role { Begin, Confirm, RollBack, Guard, BootGuard, WakeGuard, Apply };
+enum class Role { Begin, Confirm, RollBack, RootsRollBack, Guard, BootGuard, WakeGuard, Apply };
 
 struct Case
 {
@@ -487,6 +488,13 @@ void add(Device& device, Role role)
         return device.add("confirm", [](Device& own) { return confirmTrial(own).isDone; });
     case Role::RollBack:
         return device.add("rollback", [](Device& own) { return rollBack(own, "asked for").isDone; });
+    case Role::RootsRollBack: // of another user's trial
+        return device.add("root's rollback", [](Device& own) {
+            networkhost::RollBackOptions options;
+            options.breaksLock = true;
+            options.endsWithoutTurn = true;
+            return rollBackTrial(own, "asked for", options).isDone;
+        });
     case Role::Guard:
         return device.addGuard();
     case Role::BootGuard:
@@ -559,11 +567,12 @@ void check(Device& device)
 {
     Answers answers;
     bool isKilled = false;
+    const bool breaksLock = device.processes.at(1)->name == "root's rollback"; // kills have no promise then
     for (const auto& process : device.processes) {
         answers[process->name] = process->isDone;
         isKilled = isKilled || process->isKilled;
-        if (process->isKilled && (process->name == "apply" || process->name == "boot guard")) {
-            device.system().reloadSettings(); // nothing promises it for these two
+        if (process->isKilled && (breaksLock || process->name == "apply" || process->name == "boot guard")) {
+            device.system().reloadSettings();
             device.system().reloadResolveD();
         }
     }
@@ -714,6 +723,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Case{"ConfirmMeetsBegin", Start::Idle, {Role::Begin, Role::Confirm}},
                     Case{"RollBackMeetsTheGuard", Start::Over, {Role::RollBack, Role::Guard}},
                     Case{"RollBackMeetsBegin", Start::Idle, {Role::Begin, Role::RollBack}},
+                    Case{"RootsRollBackMeetsBegin", Start::Idle, {Role::Begin, Role::RootsRollBack}},
                     Case{"ChangeMeetsTheGuard", Start::Over, {Role::Apply, Role::Guard}},
                     Case{"ChangeMeetsBegin", Start::Idle, {Role::Apply, Role::Begin}},
                     Case{"BeginMeetsBegin", Start::Idle, {Role::Begin, Role::Begin}},
