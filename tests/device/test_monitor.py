@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: MIT
 """velnetctl monitor: what the manager publishes while the network under it changes."""
+import fcntl
 import os
 import re
 import signal
@@ -14,7 +15,8 @@ from conftest import VELNETCTL, wait_until_stalled
 def test_a_pulled_cable_and_its_return_are_published(box, monitor):
     box.run("link", "remote", "down")
     changes = monitor.wait_for("host", "gateway", "")
-    assert {(c["name"], str(c["value"])) for c in changes if c["source"] == "remote"} >= {("link", "False"), ("speed", "0")}
+    assert {("remote", "link", "False"), ("remote", "speed", "0")} <= {
+        (c["source"], c["name"], str(c["value"])) for c in changes}
     assert not [c for c in changes if c["source"] == "local"]
 
     box.run("link", "remote", "up")
@@ -37,17 +39,10 @@ def test_an_address_comes_and_goes(box, monitor):
 
 @pytest.mark.parametrize("end", [signal.SIGINT, signal.SIGTERM])
 def test_a_monitor_whose_reader_stalls_ends_all_the_same(box, end):
-    # A pipe that is full already, and that nobody reads.
     reader, writer = os.pipe()
-    os.set_blocking(writer, False)
-    while True:
-        try:
-            os.write(writer, bytes(4096))
-        except BlockingIOError:
-            break
-    os.set_blocking(writer, True)
-    monitor = subprocess.Popen([*box.command, "exec", VELNETCTL, "-v", "monitor"], stdout=writer, stderr=subprocess.PIPE,
-                               text=True)
+    os.write(writer, bytes(fcntl.fcntl(writer, fcntl.F_GETPIPE_SZ)))  # it is full, and nobody reads it
+    monitor = subprocess.Popen([*box.command, "exec", VELNETCTL, "-v", "monitor"],
+                               stdout=writer, stderr=subprocess.PIPE, text=True)
     os.close(writer)
     inside = wait_until_stalled(box, monitor)
     box.exec("kill", f"-{end.name[3:]}", inside)

@@ -18,8 +18,3 @@ def test_status_needs_no_privilege_and_no_other_process_and_never_sleeps(box):
 def test_a_full_standard_output_is_a_failure(box):
     result = box.exec("sh", "-c", f"{shlex.quote(VELNETCTL)} status >/dev/full", check=False)
     assert (result.returncode, result.stderr) == (1, "velnetctl: cannot write to standard output\n")
-
-
-def test_the_log_is_shown_only_when_asked_for(box):
-    assert box.velnetctl("status").stderr == ""
-    assert "<7>libVelNetworkManager: refresh done!\n" in box.velnetctl("status", "-v").stderr
