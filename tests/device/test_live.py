@@ -66,16 +66,6 @@ def own_etc(box):
     monitor.stop()
 
 
-def test_a_monitor_begins_with_everything_once(box):
-    monitor = Monitor(box)
-    changes = monitor.wait_for("resolver", "domains", [])
-    of_interface = {"mac", "addresses", "live", "link", "speed", "duplex", "configured", "routes"}
-    expected = [(interface, name) for interface in ("local", "remote") for name in of_interface]
-    expected += [("host", "gateway"), ("host", "hostname"), ("resolver", "servers"), ("resolver", "domains")]
-    assert sorted((change["source"], change["name"]) for change in changes) == sorted(expected)
-    monitor.stop()
-
-
 def test_ten_thousand_routes_cost_one_look_in_20_ms_at_most(box, tmp_path):
     log = tmp_path / "log"
     with log.open("w") as stderr:
@@ -122,43 +112,27 @@ def test_what_changes_while_events_of_files_are_lost_is_seen(box, own_etc):
     monitor.wait_for("resolver", "domains", ["a.example"])
 
 
-# What is done, and what the monitor shows then: source, name and value.
+# What is done, and what the monitor shows then: source, name and value. More of it: RealHintsTest.cpp.
 FILES = [
-    ("written where no directory was", f"mkdir -p {ETC[0]}; echo '[Network]\nAddress=10.0.0.1/8' >{LOCAL}",
-     ("local", "configured", lambda value: value["addresses"] == ["10.0.0.1/8"])),
-    ("written in place", f"echo 'Gateway=10.0.0.2' >>{LOCAL}",
-     ("local", "configured", lambda value: value["gateway"] == "10.0.0.2")),
-    ("replaced by rename", f"echo '[Network]\nAddress=10.0.0.3/8' >{LOCAL}.new; mv {LOCAL}.new {LOCAL}",
-     ("local", "configured", lambda value: value["addresses"] == ["10.0.0.3/8"])),
-    ("a drop-in", f"mkdir {LOCAL}.d; echo '[Route]\nDestination=10.1.0.0/16\nGateway=10.0.0.4' >{LOCAL}.d/50-routes.conf",
-     ("local", "routes", "dst=10.1.0.0/16,gw=10.0.0.4")),
-    ("the drop-in removed with its directory", f"rm -r {LOCAL}.d", ("local", "routes", "")),
-    ("a server", f"mkdir {ETC[1]}; echo '[Resolve]\nDNS=10.0.0.5' >{SERVER}", ("resolver", "servers", ["10.0.0.5"])),
-    ("a domain", f"echo '[Resolve]\nDomains=a.example' >{DOMAIN}", ("resolver", "domains", ["a.example"])),
+    ("a file where no directory was", f"mkdir -p {ETC[0]}; echo '[Network]\nDHCP=yes' >{LOCAL}",
+     ("local", "configured", lambda value: value["dhcp"])),
+    ("another directory", f"mkdir {ETC[1]}; echo '[Resolve]\nDNS=10.0.0.5' >{SERVER}",
+     ("resolver", "servers", ["10.0.0.5"])),
     ("a directory removed and made anew", f"rm -r {ETC[1]}; mkdir {ETC[1]}", ("resolver", "servers", [])),
     ("a file in the new one", f"echo '[Resolve]\nDNS=10.0.0.6' >{SERVER}", ("resolver", "servers", ["10.0.0.6"])),
-    ("another directory in place of one", f"mkdir {ETC[0]}.new; mv {ETC[0]} /etc/old; mv {ETC[0]}.new {ETC[0]}",
-     ("local", "configured", lambda value: value["addresses"] == [])),
-    ("a file in the other one", f"echo '[Network]\nAddress=10.0.0.7/8' >{LOCAL}",
-     ("local", "configured", lambda value: value["addresses"] == ["10.0.0.7/8"])),
     ("a directory above moved away", "mv /etc/systemd /etc/older", ("resolver", "servers", [])),
     ("and made anew, all at once", f"mkdir -p {ETC[1]}; echo '[Resolve]\nDNS=10.0.0.8' >{SERVER}",
      ("resolver", "servers", ["10.0.0.8"])),
     ("the host's name", "echo other >/etc/hostname", ("host", "hostname", "other")),
-    ("a link in its place", "mkdir /etc/data; echo third >/etc/data/name; ln -sf data/name /etc/hostname",
-     ("host", "hostname", "third")),
-    ("what the link leads to", "echo fourth >/etc/data/name", ("host", "hostname", "fourth")),
 ]
 
 
 def test_a_file_is_seen_however_it_comes(own_etc):
     monitor, run = own_etc
     for what, script, expected in FILES:
+        print(what)
         run(script)
-        try:
-            monitor.wait_for(*expected)
-        except AssertionError as error:
-            raise AssertionError(what) from error
+        monitor.wait_for(*expected)
 
 
 def test_directories_that_are_moved_away_leave_no_watch(box, own_etc):
