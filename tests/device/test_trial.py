@@ -102,13 +102,6 @@ def test_with_any_call_failing_the_answer_is_what_is_left(aside, before, victim)
     assert not [(call, left["answer"]) for call, left in tries if not is_good(left)]
 
 
-def test_a_trial_that_stalls_until_it_was_rolled_back_changes_nothing_afterwards(aside):
-    """The guard waits for its turn for 10 s, and goes on without. Call 3 puts the second file in place."""
-    left = aside("""files old; strace -qqo /dev/null -e inject=renameat:delay_enter=14000000:when=3 \\
-        $change --try 1 --wait 1 >&2 || true; await_end; files end""")
-    assert left["end"] == left["old"]
-
-
 @pytest.mark.parametrize("prepare, reason", [
     ("while mktemp -p ..; do :; done", "No space left on device"),
     ("mount -o remount,size=256k /etc/systemd; cat /dev/zero >../full || true", "No space left on device"),
@@ -134,34 +127,11 @@ def test_a_mounted_file_is_written_in_place_by_a_plain_change_which_says_so_and_
 
 @pytest.mark.parametrize("visitor", ["$pending || true", "$velnetctl set-domain a.example || true"])
 def test_without_units_the_next_caller_starts_the_guard_that_a_killed_one_could_not_start(aside, visitor):
-    left = aside(f"""strace -o /dev/null -e inject=clone3:signal=KILL:when=3 $change --try 1 --wait 1 >&2 || true
-        ls ../velnet/trials/trial >&2; {visitor} >&2; timeout 15 sh -c 'until [ -e ../velnet/trials/rolled-back ]; do sleep 0.1; done'
+    left = aside(f"""strace -o /dev/null -e inject=clone3:signal=KILL:when=2 $change --try 1 --wait 1 >&2 || true
+        ls ../velnet/trials/trial >&2; {visitor} >&2
+        timeout 15 sh -c 'until [ -e ../velnet/trials/rolled-back ]; do sleep 0.1; done'
         echo '== end'; $pending || true""")
     assert left["end"].endswith("apply, was rolled back: its process ended before it was live\n")
-
-
-def test_of_ten_changes_at_once_each_is_refused_or_done_and_the_last_one_stands(aside):
-    left = aside("""echo '== answers'
-        for n in 0 1 2 3 4 5 6 7 8 9; do $velnetctl set-domain d$n.example 2>&1 | sed "s/^/$n /" & done; wait
-        echo '== file'; cat ../resolved.conf.d/dns_domain.conf""")
-    done = re.findall("^(.) OK$", left["answers"], re.MULTILINE)
-    refused = re.findall("^(.) velnetctl: .*(?:is no longer as the plan saw it|another change is at work)",
-                         left["answers"], re.MULTILINE)
-    assert done and sorted(done + refused) == list("0123456789")
-    assert left["file"] in [f"[Resolve]\nDomains=d{n}.example\n" for n in done]
-
-
-def test_the_answer_of_confirm_at_the_end_of_the_time_is_what_is_left(aside):
-    count = 1000 if EVERY else 24
-
-    def confirm(number):
-        return aside(f"""files old; $change --try 1 >&2; files new; sleep {0.75 + 0.25 * number / count}
-            echo '== answer'; $confirm >&2 && echo kept; await_end; files end""")
-    kept = 0
-    for left in POOL.map(confirm, range(count)):
-        assert left["end"] == left["new" if left["answer"] else "old"]
-        kept += left["answer"] == "kept\n"
-    print(f"{kept} of {count} confirmed")
 
 
 class Terminal:
@@ -201,14 +171,11 @@ def test_the_end_of_its_caller_does_not_keep_a_trial(box, end):
 
 @pytest.mark.parametrize("answer, state", [
     ("\n", "confirmed"), (" Yes \n", "confirmed"), ("confirm\n", "confirmed"), ("n\n", "rolled back"),
-    ("q\n", "rolled back"), ("rollback\n", "rolled back"), ("", "rolled back"), ("nay\n", "no answer")])
+    ("q\n", "rolled back"), ("rollback\n", "rolled back"), ("", "rolled back"),
+    ("nay\ny\n", "confirmed"), ("yeah\nn\n", "rolled back")])  # what is no answer is asked for again
 def test_an_answer_in_the_terminal_ends_the_countdown(box, settings, answer, state):
     terminal = Terminal(box)
     os.write(terminal.master, answer.encode())
-    if state == "no answer":
-        terminal.read_until("no answer: Enter, y or yes keeps the setting; n, no, q or rollback goes back at once")
-        os.write(terminal.master, b"y\n")
-        state = "confirmed"
     terminal.read_until("was " + state)
     assert terminal.exit_code() == (0 if state == "confirmed" else 1)
     assert end_of_trial(box)[0] == state and ("10.0.0.1" in box.read(LOCAL)) == (state == "confirmed")
@@ -231,10 +198,6 @@ def test_who_leaves_the_terminal_before_the_change_is_live_ends_the_trial(box, s
     assert end_of_trial(box) == ("rolled back", "its process ended before it was live")
 
 
-def test_a_change_tells_in_a_terminal_what_it_waits_for(box, settings):
-    assert Terminal(box, "set-ip local dhcp --wait 2", "waiting for an address of local by DHCP ... 1 s").exit_code() == 1
-
-
 def test_a_terminal_that_takes_no_escape_sequences_gets_none(box, settings):
     def shown(line):
         command = shlex.join(map(str, [*box.command, "exec", "env", "TERM=dumb", VELNETCTL, *line.split()]))
@@ -245,34 +208,13 @@ def test_a_terminal_that_takes_no_escape_sequences_gets_none(box, settings):
     assert "\33" not in "".join(output)
 
 
-def test_who_cuts_off_the_way_it_came_by_has_it_back_after_the_time(box, settings):
-    def reaches():
-        connect = "timeout", "1", "bash", "-c", ": <>/dev/tcp/192.168.50.20/2323"
-        return box.run("peer", *connect, check=False).returncode == 0
-
-    box.velnetctl("set-ip", "remote", "192.168.50.20/24", "--wait", "20")
-    server = subprocess.Popen([*box.command, "exec", "systemd-socket-activate", "-a", "--inetd", "-l", "2323", "bash"])
-    try:
-        wait_until(reaches, "the far end reaches the device")
-        line = f"{VELNETCTL} set-ip remote 10.99.0.20/24 --gateway none --try 2"
-        session = f"exec 3<>/dev/tcp/192.168.50.20/2323; echo '{line}' >&3; timeout 1 cat <&3 || true"
-        box.run("peer", "bash", "-c", session)
-        wait_until(lambda: box.ipv4("remote") == ["10.99.0.20/24"], "the device has the wrong address")
-        assert not reaches()
-        wait_until(reaches, "the far end reaches the device again")
-        assert box.gateways() == ["192.168.50.1"]
-    finally:
-        server.terminate()
-        server.wait()
-
-
 def test_a_unit_guards_a_trial_whose_caller_is_killed_and_comes_back_when_it_is_killed_itself(box, units):
     def guard():
         return int(box.exec("systemctl", "show", "-P", "MainPID", "velnet-guard").stdout)
 
     before = box.read(LOCAL)
     trial = "set-ip", "local", "10.0.0.1/8", "--try", "5", "--wait", "2", "--require-boot-guard"
-    killed = box.exec("strace", "-e", "inject=clone3:signal=KILL:when=6", VELNETCTL, *trial, check=False)
+    killed = box.exec("strace", "-e", "inject=clone3:signal=KILL:when=4", VELNETCTL, *trial, check=False)
     assert killed.returncode == -9 and box.read(LOCAL) != before
     for _ in range(2):
         box.exec("kill", "-KILL", str(wait_until(guard, "there is a guard")))
