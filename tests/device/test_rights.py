@@ -5,7 +5,7 @@ import re
 
 import pytest
 
-from conftest import VELNETCTL, end_of_trial, wait_until
+from conftest import VELNETCTL, wait_until
 from test_packaging import AS_VELNET
 
 NETWORK, RESOLVED, OWN = "/etc/systemd/network", "/etc/systemd/resolved.conf.d", "/etc/systemd/velnet"
