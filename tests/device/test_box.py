@@ -36,13 +36,9 @@ def test_a_command_has_the_capabilities_of_the_init_and_cannot_set_the_clock(box
     assert capabilities("self", "CapBnd") & CAP_SYS_TIME == 0
 
 
-def test_a_program_of_the_project_is_found_by_its_path_from_here_and_others_are_told_from_missing_ones(box, tmp_path):
+def test_a_program_of_the_project_is_found_by_its_path_from_here(box):
     found = box.exec("./velnetctl", "--version", cwd=pathlib.Path(VELNETCTL).parent)
     assert found.stdout.startswith("velnetctl ")
-    outside = box.exec("./true", cwd=tmp_path, check=False)
-    assert outside.returncode == 127 and f"no {tmp_path}/true inside" in outside.stderr and str(PROJECT) in outside.stderr
-    missing = box.exec("./missing", cwd=PROJECT, check=False)
-    assert missing.returncode == 127 and f"no such program: {PROJECT}/missing" in missing.stderr
 
 
 @pytest.mark.parametrize("name", ["", "a-", "-a", "a.b", "A", "ten-digits"])
@@ -73,19 +69,12 @@ def test_a_box_removes_no_files_that_it_did_not_make(booted_box, other_checkout)
     assert all(file.exists() for file in strangers)
 
 
-def test_a_power_cut_keeps_what_was_written_until_the_box_is_taken_down():
-    name, boot_id = f"t{os.getpid()}", "/proc/sys/kernel/random/boot_id"
+def test_after_a_power_cut_the_box_is_taken_down_without_a_rest():
+    name = f"t{os.getpid()}"
     box = Box(name)
     try:
         box.run("up")
         box.write("/etc/written", "text")
-        before = box.read(boot_id)
-        box.run("cut")
-        status, refused = box.run("status", check=False), box.run("cut", check=False)
-        assert status.returncode == 3 and "it was cut" in status.stdout
-        assert refused.returncode == 1 and "not up" in refused.stderr
-        box.run("up")
-        assert box.read("/etc/written") == "text" and box.read(boot_id) != before
         box.run("cut")
         box.run("down")
         left = [*pathlib.Path("/run/velnet-devicebox").glob(name), *pathlib.Path("/sys/fs/cgroup").rglob(f"*-{name}")]
@@ -94,12 +83,3 @@ def test_a_power_cut_keeps_what_was_written_until_the_box_is_taken_down():
         assert box.exec("test", "-e", "/etc/written", check=False).returncode == 1
     finally:
         box.run("down")
-
-
-@pytest.mark.parametrize("script", ["check", "demo"])
-def test_a_checkout_that_cannot_be_written_is_told_in_one_line(script):
-    mount = 'mount --bind "$0" "$0"; mount -o remount,bind,ro "$0"; exec "$0/$1"'
-    told = subprocess.run(["unshare", "--map-root-user", "--mount", "sh", "-ec", mount, PROJECT, script],
-                          capture_output=True, text=True)
-    assert (told.returncode, told.stdout) == (1, "")
-    assert told.stderr == f"{script}: cannot write to {PROJECT}, where the build goes\n"
