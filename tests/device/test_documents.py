@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 """Every command in a document is run: here, in the order of the document, or by what is named here."""
-# Every other line of a block stands in a program, a test or an example as well, but for pictures, which have arrows. The
-# programs below ```cpp are built, and run, by tests/package/documents.
+# Every other line of a block stands in a program, a test or an example as well, but for pictures, which have arrows.
+# The programs below ```cpp are built, and run, by tests/package/documents.
 import pathlib
 import re
 import shlex
@@ -27,11 +27,12 @@ IS_RUN_HERE = re.compile(r"(velnetctl|systemctl|systemd-\w+|printf) ")
 RUN_BY = {".ci/run": r"\./demo$|\./check( (unit|device|fuzz) |$)|\./check(?= (unit|device|package)$)|"
                      r"\./check (armhf|abi|docs)$|tools/install-packages build",
           "check": r"cmake (--build )?--preset release",
-          "tools/armhf": r"cmake (--build )?--preset armhf", "tests/device/test_packages.py": "tools/build-packages|apt-get",
+          "tools/armhf": r"cmake (--build )?--preset armhf",
+          "tests/device/test_packages.py": "tools/build-packages|apt-get",
           "tools/devicebox/devicebox": "packaging/install",
           "tests/package/CMakeLists.txt": "(?<=cmake )--install"}
 # They take from a quarter of an hour to an hour, and the documents have figures of theirs; or there is no BitBake here.
-IS_RUN_BY_HAND = re.compile(r"bitbake|\./check coverage|tools/bench|benchmarks/live-updates |EVERY_CALL=|SCENARIO_|ORDERS_")
+IS_RUN_BY_HAND = re.compile(r"bitbake|\./check coverage|tools/bench|benchmarks/|EVERY_CALL=|SCENARIO_|ORDERS_")
 
 
 def without_blanks(text):

@@ -67,10 +67,11 @@ def random_step(chance):
     network = {"local": "192.168.10", "remote": "192.168.50"}[interface]
     host = chance.choice([1, 2, 2, 20, 21, 22, 255])
     gateway = chance.choice([f"{network}.{host}", f"{network}.{host}", "10.99.99.99", "192.168.50.007", "300.1.1.1"])
+    mask = chance.choice(["255.255.0.0", "255.0.0.0", "255.0.255.0"])
     return chance.choice([
         f"set-ip {interface} dhcp",
         f"set-ip {interface} {network}.{chance.randint(20, 40)} 255.255.255.0",
-        f"set-ip {interface} 10.{chance.randint(1, 9)}.0.5 {chance.choice(['255.255.0.0', '255.0.0.0', '255.0.255.0'])}",
+        f"set-ip {interface} 10.{chance.randint(1, 9)}.0.5 {mask}",
         f"set-gateway {gateway}",
         "set-gateway 0.0.0.0",
         f"set-routes {interface} dst=10.{chance.randint(10, 19)}.0.0/16 gw={gateway}",
