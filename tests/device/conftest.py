@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: MIT
 """The device box, booted once for all tests, and ways to look into it without the library."""
 import contextlib
-import ipaddress
 import json
 import os
 import pathlib
@@ -48,15 +47,6 @@ class Box:
 
     def ip(self, *arguments):
         return json.loads(self.exec("ip", "-j", *arguments).stdout)
-
-    def addresses(self, interface):
-        """As velnetctl should print them: in the kernel's order, IPv4 with mask."""
-        found = []
-        for entry in self.ip("address", "show", "dev", interface)[0]["addr_info"]:
-            address = ipaddress.ip_interface(f"{entry['local']}/{entry['prefixlen']}")
-            found.append({"family": f"IPv{address.version}", "address": str(address.ip),
-                          "mask": str(address.netmask) if address.version == 4 else ""})
-        return found
 
     def gateways(self):
         """Of the default routes of remote, as the kernel has them."""

@@ -28,7 +28,6 @@ def test_an_address_comes_and_goes(box, monitor):
     added = {"family": "IPv4", "address": "10.9.8.7", "mask": "255.255.255.0"}
     box.exec("ip", "address", "add", "10.9.8.7/24", "dev", "local")
     changes = monitor.wait_for("local", "addresses", lambda addresses: added in addresses)
-    assert changes[-1]["value"] == box.addresses("local")
     assert [c["name"] for c in changes] == ["addresses"]  # the first address is the same: no other cell changed
 
     box.exec("ip", "address", "delete", "10.9.8.7/24", "dev", "local")
