@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "TemporaryDirectory.h"
 #include "networkhost/LockHolder.h"
-#include "networkhost/Missing.h"
-#include "networkhost/Neighbours.h"
 #include "networkhost/RealFiles.h"
 #include "networkhost/Requests.h"
 #include "networkhost/Settings.h"
@@ -16,66 +14,6 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-using networkhost::Configuration;
-using networkhost::LiveState;
-using velbase2::nsa::common::enums::IpAddressFamily;
-using velbase2::nsa::common::structs::IpAddress;
-
-namespace {
-
-IpAddress ipv4(const std::string& address)
-{
-    return {IpAddressFamily::IPv4, address, "255.255.255.0"};
-}
-
-} // namespace
-
-TEST(Missing, IsTheFirstThingThatTheLiveStateLacks)
-{
-    LiveState live;
-    live.interfaces["remote"] = {true,
-                                 true,
-                                 {ipv4("169.254.1.1"), ipv4("10.0.0.5"), ipv4("10.0.0.6")},
-                                 {"10.0.0.5", "10.0.0.1", {"10.0.0.53"}},
-                                 {{"10.1.0.0/16", "10.0.0.2"}}};
-    live.interfaces["local"] = {};
-    live.gateway = "10.0.0.1";
-    live.dnsServers = {"10.0.0.53", "10.0.0.54"};
-    live.searchDomains = {"box.example"};
-    const auto remote = [](const networkhost::ConfiguredInterface& iface) {
-        return Configuration{{{"remote", iface}}, {}, {}};
-    };
-    Configuration everything =
-        remote({{"10.0.0.5/24", "10.0.0.6/24"}, true, "10.0.0.1", {{"10.1.0.0/16", "10.0.0.2"}}});
-    everything.dnsServers = {"10.0.0.54"};
-    everything.searchDomains = {"box.example.", "~other"};
-
-    EXPECT_EQ(missing(everything, live), "");
-    EXPECT_EQ(missing({{{"local", {}}}, {}, {}}, live), "the interface local");
-    EXPECT_EQ(missing(remote({{"10.0.0.5/16"}, false, "", {}}), live), "the address 10.0.0.5 of remote");
-    EXPECT_EQ(missing(remote({{"10.0.0.005/24"}, false, "", {}}), live), "the address 10.0.0.005 of remote");
-    EXPECT_EQ(missing(remote({{"10.0.0.6/24"}, false, "", {}}), live), "the removal of the address 10.0.0.5 of remote");
-    EXPECT_EQ(missing(remote({{}, false, "10.0.0.2", {}}), live), "the default route via 10.0.0.2");
-    EXPECT_EQ(missing(remote({{}, true, "", {{"10.2.0.0/16", "10.0.0.2"}}}), live),
-              "the route 10.2.0.0/16 via 10.0.0.2");
-    EXPECT_EQ(missing({{}, {"10.0.0.55"}, {}}, live), "the nameserver 10.0.0.55");
-    EXPECT_EQ(missing({{}, {}, {"a.example"}}, live), "the search domain a.example");
-
-    // What is no longer configured is to go, but for what somebody else or a lease has brought.
-    EXPECT_EQ(missing(remote({}), live, remote({{}, false, "10.0.0.1", {}})), "the removal of the default route");
-    EXPECT_EQ(missing(remote({}), live, remote({})), "");
-    EXPECT_EQ(missing(remote({}), live, Configuration()), "");
-    EXPECT_EQ(missing(remote({{"10.0.0.5/24"}, false, "", {}}), live, remote({{"10.0.0.6/24"}, false, "", {}})),
-              "the removal of the address 10.0.0.6 of remote");
-    EXPECT_EQ(missing(remote({}), live, remote({{}, false, "", {{"10.1.0.0/16", "10.0.0.2"}}})),
-              "the removal of the route 10.1.0.0/16 via 10.0.0.2");
-    EXPECT_EQ(missing({}, live, Configuration{{}, {"10.0.0.54"}, {}}), "the removal of the nameserver 10.0.0.54");
-    EXPECT_EQ(missing({}, live, Configuration{{}, {"10.0.0.53"}, {}}), "");
-
-    live.interfaces["remote"].lease.address = "10.0.0.9";
-    EXPECT_EQ(missing(remote({{}, true, "", {}}), live), "an address of remote by DHCP");
-}
 
 TEST(Requests, TellTheStepThatFailed)
 {
@@ -103,19 +41,6 @@ TEST(Requests, DoNotTakeWhatIsOnTrialForWhatIsSet)
     EXPECT_EQ(refused.reason, networkhost::trialState(device).text());
     ASSERT_TRUE(networkhost::confirmTrial(device).isDone);
     EXPECT_TRUE(networkhost::planSettings(device, document).outcome.isNothingToChange());
-}
-
-TEST(Neighbours, AreAskedInATrialForWhatNobodyCouldKnowBefore)
-{
-    networksimulation::Device device;
-    const auto plan = networkhost::planIp(device, "remote", {"10.0.0.5", "255.255.255.0", false, "10.0.0.1"});
-    EXPECT_THAT(plan.concerns, testing::IsEmpty());
-    EXPECT_THAT(tryOut(device, plan).reason, testing::StartsWith("the gateway 10.0.0.1 does not answer over remote"));
-    device.addNeighbour("remote", "10.0.0.1");
-    device.addNeighbour("remote", "10.0.0.5");
-    EXPECT_THAT(tryOut(device, plan).reason, testing::StartsWith("the address 10.0.0.5 is taken: another device"));
-    device.removeNeighbour("remote", "10.0.0.5");
-    EXPECT_TRUE(tryOut(device, plan).isDone);
 }
 
 TEST(RealFiles, AreReplacedWhole)
