@@ -2,21 +2,11 @@
 #include "networkmanager/system/Helper.h"
 
 #include <gtest/gtest.h>
-#include <netinet/in.h>
 
 using namespace networkmanager::helper;
 using velbase2::nsa::common::IpSettings;
 using velbase2::nsa::common::enums::IpAddressFamily;
 using velbase2::nsa::common::structs::IpAddress;
-
-TEST(Helper, WritesKernelAddressesAsText)
-{
-    sockaddr_in address{};
-    address.sin_addr.s_addr = htonl(0xC0A80A01);
-    EXPECT_EQ(ip2str(reinterpret_cast<const sockaddr*>(&address)), "192.168.10.1");
-    const sockaddr hardware{1, {'\x02', '\0', '\x0a', '\xff', '\x7f', '\x01', '\x55'}};
-    EXPECT_EQ(mac2str(hardware), "02:00:0A:FF:7F:01");
-}
 
 TEST(Helper, ReadsTheAddressesOfTheRouteTable)
 {

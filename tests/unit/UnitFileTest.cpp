@@ -47,14 +47,6 @@ TEST(UnitFile, IsReadToTheLetter)
     }
 }
 
-TEST(UnitFile, IsAppended)
-{
-    Content content{{"A", {{"x", "1"}}}};
-    std::istringstream input("[A]\nx=2");
-    input >> FileConverter(content);
-    EXPECT_EQ(content, (Content{{"A", {{"x", "1"}}}, {"A", {{"x", "2"}}}}));
-}
-
 TEST(UnitFile, IsLeftOutWhenItsStreamFails)
 {
     struct : std::stringbuf
