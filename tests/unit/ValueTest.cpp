@@ -6,9 +6,6 @@
 
 #include <gtest/gtest.h>
 
-using velbase2::nsa::common::IpSettings;
-using velbase2::nsa::common::enums::IpAddressFamily;
-using velbase2::nsa::common::structs::IpAddress;
 using TextCell = networkmanager::EthInterface::Cell<std::string>;
 using Emissions = std::vector<std::string>;
 
@@ -81,23 +78,4 @@ TEST(OnlyOnChanged, StaysUsableWhenASlotThrows)
         EXPECT_THROW(cell.update(value), std::runtime_error);
         EXPECT_EQ(cell.get(), value);
     }
-}
-
-TEST(IpAddress, IsEqualWhenAllFieldsAre)
-{
-    const IpAddress address{IpAddressFamily::IPv4, "10.0.0.1", "255.0.0.0"};
-    EXPECT_EQ(address, IpAddress(address));
-    EXPECT_NE(address, (IpAddress{IpAddressFamily::IPv6, "10.0.0.1", "255.0.0.0"}));
-    EXPECT_NE(address, (IpAddress{IpAddressFamily::IPv4, "10.0.0.2", "255.0.0.0"}));
-    EXPECT_NE(address, (IpAddress{IpAddressFamily::IPv4, "10.0.0.1", "255.255.0.0"}));
-}
-
-TEST(IpSettings, AreEqualWhenAllFieldsAre)
-{
-    const IpSettings settings{"10.0.0.1", "255.0.0.0", false, "10.0.0.9"};
-    EXPECT_EQ(settings, IpSettings(settings));
-    EXPECT_NE(settings, (IpSettings{"10.0.0.2", "255.0.0.0", false, "10.0.0.9"}));
-    EXPECT_NE(settings, (IpSettings{"10.0.0.1", "255.255.0.0", false, "10.0.0.9"}));
-    EXPECT_NE(settings, (IpSettings{"10.0.0.1", "255.0.0.0", true, "10.0.0.9"}));
-    EXPECT_NE(settings, (IpSettings{"10.0.0.1", "255.0.0.0", false, ""}));
 }
