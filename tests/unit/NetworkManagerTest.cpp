@@ -32,17 +32,12 @@ TEST(EthernetInterfaces, AreLocalAndRemoteWhichHoldsTheGateway)
     EXPECT_THAT([&] { manager.getInterface("eth9"); }, ThrowsMessage<std::out_of_range>("map::at"));
 }
 
-TEST(EthernetInterfaces, HaveNoSecondHolderOfTheGateway)
+TEST(EthernetInterfaces, HaveOneHolderOfTheGatewayAndKeepWhatIsRegisteredUnderTheSameName)
 {
     networkmanager::EthernetInterfaces registry;
     EXPECT_THAT([&] { registry.addInterface("eth9", "9", true, true, true); },
                 ThrowsMessage<std::invalid_argument>("Only one interface can hold the gateway!"));
     EXPECT_EQ(registry.interfaces.count("eth9"), 0U);
-}
-
-TEST(EthernetInterfaces, KeepWhatIsRegisteredUnderTheSameName)
-{
-    networkmanager::EthernetInterfaces registry;
     registry.addInterface("eth9", "9", false, false, true);
     registry.addInterface("eth9", "8", true, false, false);
     const networkmanager::EthParams& eth9 = registry.interfaces.at("eth9");

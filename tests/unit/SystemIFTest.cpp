@@ -57,26 +57,19 @@ TEST(SystemIF, FindsDhcpAnywhereInTheMainFile)
 
 TEST(SystemIF, FindsTheGatewayOfRemoteInTheRouteTable)
 {
-    const struct
-    {
-        const char* name;
-        const char* table;
-        const char* gateway;
-    } cases[] = {
-        {"after another route",
-         "local\t00000000\t0101A8C0\t0003remote\t0000A8C0\t00000000\t0001remote\t00000000\tfe01a8c0\t0003",
+    const std::pair<const char*, const char*> gatewayOfTable[] = {
+        {"local\t00000000\t0101A8C0\t0003remote\t0000A8C0\t00000000\t0001remote\t00000000\tfe01a8c0\t0003",
          "192.168.1.254"},
-        {"of a name with this tail", "xremote\t00000000\t0101A8C0\tremote\t00000000\t0201A8C0", "192.168.1.1"},
-        {"no default route", "remote\t0000A8C0\t00000000", ""},
-        {"cut off", "remote\t00000000\t0101A8", "0.0.0.0"},
-        {"no number", "remote\t00000000\t0x01A8C0", "0.0.0.0"},
-        {"zero", "remote\t00000000\t00000000", "0.0.0.0"},
+        {"xremote\t00000000\t0101A8C0\tremote\t00000000\t0201A8C0", "192.168.1.1"}, // of a name with this tail
+        {"remote\t0000A8C0\t00000000", ""},                                         // no default route
+        {"remote\t00000000\t0101A8", "0.0.0.0"},                                    // cut off
+        {"remote\t00000000\t0x01A8C0", "0.0.0.0"},
+        {"remote\t00000000\t00000000", "0.0.0.0"},
     };
     SystemOfTexts system;
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        system.files["/proc/net/route"] = c.table;
-        EXPECT_EQ(system.getGateway(), c.gateway);
+    for (const auto& [table, gateway] : gatewayOfTable) {
+        system.files["/proc/net/route"] = table;
+        EXPECT_EQ(system.getGateway(), gateway) << table;
     }
 }
 
