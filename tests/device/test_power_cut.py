@@ -21,9 +21,9 @@ STRACE = "strace -o /dev/null -e inject"
 
 
 @pytest.mark.parametrize("state, begin", [
-    ("waiting", f"{STRACE}=clone3:signal=KILL:when=4 {TRY}"),
+    ("waiting", f"{STRACE}=clone3:signal=KILL:when=3 {TRY}"),
     ("counting", TRY),
-    ("rolling back", f"{TRY}; kill -STOP $(systemctl show -P MainPID velnet-guard)\n"
+    ("rolling back", f"{TRY}; systemctl kill -s STOP velnet-guard\n"
                      f"{STRACE}=renameat:signal=KILL:when=2 velnetctl rollback"),
     ("confirmed", f"{TRY}; velnetctl confirm"),
 ], ids=["waiting", "counting", "rolling back", "confirmed"])
