@@ -128,7 +128,8 @@ bool carryOut(Session& session, const Plan& plan, const ChangeOptions& options)
     if (!plan.outcome.isDone) {
         return (options.dryRun && plan.outcome.isNothingToChange()) || reportChange(session, plan.outcome);
     }
-    if (const auto trial = trialState(session.device); !options.dryRun && trial.isPending()) {
+    // Once the previous settings are back with the daemons, another change may follow: the library sees to it.
+    if (const auto trial = trialState(session.device); !options.dryRun && trial.isPending() && !trial.isRestored) {
         wakeGuard(session.device);
         fail(session, trial.text());
         return false;
