@@ -23,10 +23,11 @@ STRACE = "strace -o /dev/null -e inject"
 @pytest.mark.parametrize("state, begin", [
     ("waiting", f"{STRACE}=clone3:signal=KILL:when=3 {TRY}"),
     ("counting", TRY),
+    ("counting", f"chown root:root {OWN}/01_local.network; {TRY}"),  # which the guard cannot give back to root
     ("rolling back", f"{TRY}; systemctl kill -s STOP velnet-guard\n"
                      f"{STRACE}=renameat:signal=KILL:when=2 velnetctl rollback"),
     ("confirmed", f"{TRY}; velnetctl confirm"),
-], ids=["waiting", "counting", "rolling back", "confirmed"])
+], ids=["waiting", "counting", "file of root", "rolling back", "confirmed"])
 def test_after_a_power_cut_the_old_settings_come_up_unless_the_others_were_confirmed(box, units, state, begin):
     def settings():
         return box.exec("sh", "-c", "sha256sum /etc/systemd/network/*.network").stdout, box.ipv4("local")
@@ -41,6 +42,7 @@ def test_after_a_power_cut_the_old_settings_come_up_unless_the_others_were_confi
     if state != "confirmed":
         assert end_of_trial(box) == ("rolled back", "the device was started before it was confirmed")
         show = "systemctl", "show", "-P"
+        assert box.exec(*show, "Result", "velnet-guard-boot").stdout == "success\n"
         restored = box.exec(*show, "ExecMainExitTimestampMonotonic", "velnet-guard-boot").stdout
         assert 0 < int(restored) < int(box.exec(*show, "ExecMainStartTimestampMonotonic", "systemd-networkd").stdout)
 
