@@ -118,7 +118,7 @@ void ChangeQueue::add(Change change)
     wakeUp_.notify_one();
 }
 
-/// Where there is something to do, and nobody to do it. For who has the lock.
+/// Where there is something to do, and nobody to do it. The caller has the lock.
 void ChangeQueue::startThread()
 {
     constexpr std::size_t kMost = 8; // more than that wait for the end of a wait

@@ -47,7 +47,7 @@ std::vector<std::string> droppedLines(const FileChange& file);
 /// a second for a gateway that does not answer.
 void judge(IDevice& device, Plan& plan, const std::string& advice = {});
 
-/// While a trial is pending, a plan that finds nothing to change is refused: what it finds may be on trial.
+/// While a trial is pending, a plan that finds nothing to change is refused: the settings may be on trial.
 void refuseDuringTrial(IDevice& device, Plan& plan);
 
 /// The part of a configuration that the plan's files make up: their interfaces, and systemd-resolved.

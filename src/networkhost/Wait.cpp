@@ -9,7 +9,7 @@ using std::chrono::milliseconds;
 
 namespace {
 
-// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): a wait lies deep below who asks for it
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): a wait lies deep below its caller
 thread_local IWaiting* theWaiting = nullptr;
 
 /// Tells of one wait, unless there is nobody to be told.
