@@ -152,6 +152,15 @@ Record recordOf(IDevice& device, const Plan& plan, const Configuration& before, 
     return record;
 }
 
+/// The files of a trial that root has ended meanwhile, without its turn. The caller has the turn.
+void takeBack(IDevice& device, const Record& record, Outcome& outcome)
+{
+    if (!isThere(device.files(), kTrial)) {
+        restoreFiles(device, record.files, outcome.notes);
+        restartDaemons(device, record.files);
+    }
+}
+
 } // namespace
 
 Outcome tryOut(IDevice& device, const Plan& plan, const TrialOptions& options)
@@ -194,14 +203,12 @@ Outcome tryOut(IDevice& device, const Plan& plan, const TrialOptions& options)
     }
     auto outcome = carryOut(device, plan, false);
     const bool isRecorded = outcome.isDone && moveDeadline(device, record, options.wait, false);
-    if (!isRecorded && !isThere(device.files(), kTrial)) { // root has ended it meanwhile, without its turn
-        restoreFiles(device, record.files, outcome.notes);
-        restartDaemons(device, record.files);
-    }
-    turn.lock.reset();
     if (!isRecorded) {
+        takeBack(device, record, outcome);
+        turn.lock.reset();
         return ended(device, outcome, outcome.isDone ? "its deadline could not be recorded" : outcome.reason);
     }
+    turn.lock.reset();
     if (!isRebootCovered) {
         outcome.notes.emplace_back("a reboot is not covered: velnet-guard-boot.service is not enabled");
     }
@@ -339,7 +346,7 @@ TrialState trialState(IDevice& device)
         state.title = record.title;
         state.by = record.by;
         state.isOfEarlierBoot = record.boot != bootMark(device.files());
-        state.isRestored = record.isRestored;
+        state.isRestored = record.isRestored && areBack(device.files(), record.files);
         state.left = state.isOfEarlierBoot ? milliseconds(0) : record.deadline - device.now();
         state.why = record.why;
         std::transform(record.files.begin(), record.files.end(), std::back_inserter(state.files),
