@@ -62,7 +62,7 @@ def aside(box, installed):
     ("cp $file.old $file; chattr +i $file", "Operation not permitted"),
     ("ln -s /etc/systemd/other $file; cp $file.old ../other", DONE),
     ("ln -s /etc/systemd/other $file", DONE),
-    ("ln -s /etc/systemd/other $file; chown -h velnet $file", "a symbolic link on the way, or its target"),
+    ("ln -s /etc/systemd/other $file; chown -h velnet $file", "a symbolic link or directory on the way"),
 ])
 def test_what_lies_in_the_place_of_a_file(aside, put, told):
     aside("".join(f"file={file}; mv $file $file.old; {put}\n" for file in CHANGES))

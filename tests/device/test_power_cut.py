@@ -21,7 +21,7 @@ STRACE = "strace -o /dev/null -e inject"
 
 
 @pytest.mark.parametrize("state, begin", [
-    ("waiting", f"{STRACE}=clone3:signal=KILL:when=3 {TRY}"),
+    ("waiting|rolling back", f"{STRACE}=clone3:signal=KILL:when=3 {TRY}"),
     ("counting", TRY),
     ("counting", f"chown root:root {OWN}/01_local.network; {TRY}"),  # which the guard cannot give back to root
     ("rolling back", f"{TRY}; systemctl kill -s STOP velnet-guard\n"
@@ -35,7 +35,7 @@ def test_after_a_power_cut_the_old_settings_come_up_unless_the_others_were_confi
     old = settings()
     box.exec("sh", "-c", begin, check=False)
     files, _ = settings()
-    assert files != old[0] and f'"state": "{state}"' in box.velnetctl("pending", "--json", check=False).stdout
+    assert files != old[0] and re.search(f'"state": "({state})"', box.velnetctl("pending", "--json", check=False).stdout)
     box.run("cut")
     box.run("up")
     assert settings() == ((files, ["10.0.0.1/8"]) if state == "confirmed" else old)
