@@ -32,7 +32,8 @@ bool isKnownCommand(const std::string& command);
 /// A file that the library writes.
 bool isOwnFile(const std::string& path);
 
-/// What a set operation may do: a known command, or one of the library's own files with nothing in it that it has no line for.
+/// What a set operation may do: a known command, or one of the library's own files with nothing in it that it has no
+/// line for.
 void requireKnown(const networksimulation::Event& event);
 
 } // namespace fuzz
