@@ -12,6 +12,7 @@
 #include <cstring>
 #include <fstream>
 #include <functional>
+#include <sstream>
 #include <utility>
 
 #include <arpa/inet.h>
@@ -155,15 +156,10 @@ private:
 bool isPermanent(const std::string& interfaceName, const std::string& address)
 {
     std::ifstream table("/proc/net/arp");
-    std::string line;
-    std::getline(table, line); // the heading
-    std::string known;
-    std::string hardware;
-    std::string flags;
-    std::string hardwareAddress;
-    std::string mask;
-    std::string device;
-    while (table >> known >> hardware >> flags >> hardwareAddress >> mask >> device) {
+    for (std::string line; std::getline(table, line);) {
+        std::istringstream words(line);
+        std::string known, hardwareType, flags, hardware, mask, device; // NOLINT(readability-isolate-declaration)
+        words >> known >> hardwareType >> flags >> hardware >> mask >> device;
         if (known == address && device == interfaceName) {
             return (std::strtoul(flags.c_str(), nullptr, 16) & ATF_PERM) != 0;
         }

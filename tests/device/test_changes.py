@@ -24,3 +24,11 @@ def test_a_diff_has_control_characters_as_text_on_a_terminal_only(box):
     change = f"{shlex.quote(VELNETCTL)} set-domain b.example --dry-run"
     assert "-Domains=a\x1b[2J\n" in box.exec("sh", "-c", change).stdout
     assert "-Domains=a\\x1b[2J\n" in box.exec("script", "-qec", change, "/dev/null").stdout
+
+
+def test_a_plan_leaves_a_neighbour_that_somebody_has_entered_for_good(box, settings):
+    box.exec("ip", "neighbour", "replace", "192.168.50.9", "lladdr", "02:00:00:00:00:09", "dev", "remote")
+    plan = box.velnetctl("set-ip", "remote", "192.168.50.20/24", "--gateway", "192.168.50.9", "--dry-run")
+    assert "does not answer" not in plan.stderr
+    assert "PERMANENT" in box.exec("ip", "neighbour", "show", "192.168.50.9").stdout
+    box.exec("ip", "neighbour", "delete", "192.168.50.9", "dev", "remote")
