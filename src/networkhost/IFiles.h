@@ -23,6 +23,12 @@ public:
     virtual std::error_code list(const std::string& directory, std::vector<std::string>& names) const = 0;
 };
 
+struct Writer
+{
+    unsigned int user = 0;
+    unsigned int group = 0;
+};
+
 /// Who may do what with a file.
 struct Rights
 {
@@ -64,9 +70,8 @@ public:
 
     virtual std::error_code rightsOf(const std::string& path, Rights& rights) const = 0;
 
-    /// The user with whose rights this process changes that file.
-    virtual std::error_code writerOf(const std::string& path, unsigned int& user,
-                                     unsigned int* group = nullptr) const = 0;
+    /// With whose rights this process changes that file.
+    virtual std::error_code writerOf(const std::string& path, Writer& writer) const = 0;
 
     /// With the group and the mode of the directory that it lies in. One that is there is good.
     virtual std::error_code makeDirectory(const std::string& path) = 0;

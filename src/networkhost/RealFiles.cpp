@@ -375,15 +375,12 @@ std::error_code RealFiles::moveAside(const std::string& path)
     return error;
 }
 
-std::error_code RealFiles::writerOf(const std::string& path, unsigned int& user, unsigned int* group) const
+std::error_code RealFiles::writerOf(const std::string& path, Writer& writer) const
 {
     Place place;
     const auto error = locate(path, place);
     if (!error) {
-        user = ::geteuid();
-    }
-    if (!error && group != nullptr) {
-        *group = ::getegid();
+        writer = {::geteuid(), ::getegid()};
     }
     return error;
 }

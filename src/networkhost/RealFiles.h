@@ -17,7 +17,7 @@ public:
     std::error_code rename(const std::string& from, const std::string& to) override;
     std::error_code moveAside(const std::string& path) override;
     std::error_code rightsOf(const std::string& path, Rights& rights) const override;
-    std::error_code writerOf(const std::string& path, unsigned int& user, unsigned int* group) const override;
+    std::error_code writerOf(const std::string& path, Writer& writer) const override;
     std::error_code makeDirectory(const std::string& path) override;
     std::error_code tryLock(const std::string& path, std::unique_ptr<Lock>& lock, std::string& holder) override;
     std::error_code probeLock(const std::string& path, std::string& holder) const override;

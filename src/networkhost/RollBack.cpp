@@ -41,15 +41,15 @@ void keepForeignText(IFiles& files, const SavedFile& saved, std::vector<std::str
 /// A record may not name files that are changed with the rights of another user than its writer.
 void dropFilesOfOthers(const IFiles& files, Record& record, std::vector<std::string>& notes)
 {
-    unsigned int owner = 0;
-    files.writerOf(kRollback, owner);
+    Writer own;
+    files.writerOf(kRollback, own);
     const auto isOfOthers = [&](const SavedFile& file) {
-        unsigned int user = owner;
-        files.writerOf(file.path, user); // what fails here fails again when it is put back
-        if (user != owner) {
+        auto writer = own;
+        files.writerOf(file.path, writer); // an error here comes again when the file is put back
+        if (writer.user != own.user) {
             notes.push_back(file.path + " is root's and stays as it is: it does not lie with the record of the trial");
         }
-        return user != owner;
+        return writer.user != own.user;
     };
     record.files.erase(std::remove_if(record.files.begin(), record.files.end(), isOfOthers), record.files.end());
 }
@@ -102,6 +102,31 @@ std::string restartOnce(IDevice& device, Record& record)
     return failure;
 }
 
+/// Puts the files back. Where the daemons have been restarted before, and a file is another one now, they are to be
+/// restarted once more: noted before it is back, because this process may be killed in between.
+Restored putBack(IDevice& device, Record& record, std::vector<std::string>& notes)
+{
+    auto& files = device.files();
+    const bool isOnceMore = record.isRestored && !areBack(files, record.files);
+    if (isOnceMore) {
+        record.isRestored = false;
+        writeRecord(files, kRollback, record);
+    }
+    auto restored = restoreFiles(device, record.files, notes);
+    if (isOnceMore && !restored.isChanged) { // a file that does not come back costs no restart
+        record.isRestored = true;
+        writeRecord(files, kRollback, record);
+    }
+    return restored;
+}
+
+/// Whether the record on disk is still that of this trial.
+bool isPresent(const IFiles& files, const Record& record)
+{
+    Record present;
+    return !readRecord(files, kRollback, present) && present.by == record.by && present.deadline == record.deadline;
+}
+
 /// What the live state lacks of the previous files; nothing when it lacked something before the trial, too.
 Missing lackingOf(IDevice& device, const Record& record)
 {
@@ -141,17 +166,7 @@ Outcome rollBackTrial(IDevice& device, const std::string& why, const RollBackOpt
     for (const auto& file : record.files) {
         keepForeignText(files, file, outcome.notes);
     }
-    const bool isOnceMore = record.isRestored && !areBack(files, record.files);
-    if (isOnceMore) {
-        record.isRestored = false; // before the files are back: killed in between, nobody would restart the daemons
-        writeRecord(files, kRollback, record);
-    }
-    auto restored = restoreFiles(device, record.files, outcome.notes);
-    outcome.failures = std::move(restored.failures);
-    if (isOnceMore && !restored.isChanged) {
-        record.isRestored = true; // a file that does not come back costs no restart
-        writeRecord(files, kRollback, record);
-    }
+    outcome.failures = putBack(device, record, outcome.notes).failures;
     const auto unrestarted = options.isAtBoot ? std::string() : restartOnce(device, record);
     if (!outcome.failures.empty()) {
         outcome.reason = textOf(outcome.failures);
@@ -179,8 +194,7 @@ Outcome rollBackTrial(IDevice& device, const std::string& why, const RollBackOpt
         });
         turn = lockChanges(device);
     }
-    Record now;
-    if (readRecord(files, kRollback, now) || now.by != record.by || now.deadline != record.deadline) {
+    if (!isPresent(files, record)) {
         outcome.isDone = true; // another change or trial has followed, or somebody else has seen the end of it
         return outcome;
     }

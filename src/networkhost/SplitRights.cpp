@@ -77,7 +77,7 @@ private:
 };
 
 /// Ends with root's half: alone it could restart no daemon, and would be taken for a guard.
-bool becomes(const Rights& owner, pid_t parent)
+bool becomes(const Writer& owner, pid_t parent)
 {
     return ::setgroups(0, nullptr) == 0 && ::setresgid(owner.group, owner.group, owner.group) == 0 &&
            ::setresuid(owner.user, owner.user, owner.user) == 0 && ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
@@ -121,8 +121,8 @@ void runWhatIsAsked(int socket)
 
 bool splitRights(IDevice& device, const std::function<void(IDevice& device)>& work)
 {
-    Rights owner;
-    const auto error = device.files().writerOf(kTrial, owner.user, &owner.group); // wherever links of the user lead
+    Writer owner;
+    const auto error = device.files().writerOf(kTrial, owner); // also where links of the user lead elsewhere
     if (error || owner.user == ::geteuid() || ::geteuid() != 0) {
         work(device);
         return true;

@@ -51,12 +51,12 @@ std::string faultOfTimes(const TrialOptions& options)
 /// Why the guard could not put a file of the plan back; empty when it could.
 std::string faultOfWriters(const IFiles& files, const Plan& plan)
 {
-    unsigned int guard = 0;
+    Writer guard;
     files.writerOf(kTrial, guard);
     for (const auto& file : plan.files) {
-        unsigned int user = guard;
-        files.writerOf(file.path, user); // what fails is told by the write
-        if (user != guard) {
+        auto writer = guard;
+        files.writerOf(file.path, writer); // an error is told by the write
+        if (writer.user != guard.user) {
             return file.path + " does not lie in /etc/systemd/velnet, and only there does the guard of a trial write: "
                                "change it without a trial, or put it there with a link to it";
         }
@@ -259,9 +259,9 @@ Outcome confirmTrial(IDevice& device)
 Outcome rollBack(IDevice& device, const std::string& why)
 {
     RollBackOptions options;
-    unsigned int user = 0;
+    Writer writer;
     // Another user than the caller may hold the lock for ever. Root does not wait for that.
-    options.breaksLock = !device.files().writerOf(kTrial, user) && user != ::geteuid();
+    options.breaksLock = !device.files().writerOf(kTrial, writer) && writer.user != ::geteuid();
     options.endsWithoutTurn = options.breaksLock;
     return rollBackTrial(device, why, options);
 }

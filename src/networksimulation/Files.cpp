@@ -84,9 +84,9 @@ std::error_code Files::moveAside(const std::string& /*path*/)
     return errorOf(EINVAL); // there are only regular files
 }
 
-std::error_code Files::writerOf(const std::string& /*path*/, unsigned int& user, unsigned int* /*group*/) const
+std::error_code Files::writerOf(const std::string& /*path*/, networkhost::Writer& writer) const
 {
-    user = ::geteuid(); // all is this user's own
+    writer = {::geteuid(), ::getegid()}; // all is this user's own
     return {};
 }
 

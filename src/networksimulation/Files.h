@@ -25,7 +25,7 @@ public:
     std::error_code remove(const std::string& path) override;
     std::error_code rename(const std::string& from, const std::string& to) override;
     std::error_code moveAside(const std::string& path) override;
-    std::error_code writerOf(const std::string& path, unsigned int& user, unsigned int* group) const override;
+    std::error_code writerOf(const std::string& path, networkhost::Writer& writer) const override;
     std::error_code rightsOf(const std::string& path, networkhost::Rights& rights) const override;
     std::error_code makeDirectory(const std::string& path) override;
     std::error_code tryLock(const std::string& path, std::unique_ptr<Lock>& lock, std::string& holder) override;

@@ -136,3 +136,12 @@ def test_the_guard_works_as_the_user_and_root_only_restarts(box, units):
     for unit in "velnet-guard", "velnet-guard-boot", "velnet-take-over":
         overall = box.exec("systemd-analyze", "security", "--no-pager", f"{unit}.service").stdout.splitlines()[-1]
         assert float(re.search(r": (\d+\.\d)", overall)[1]) < 3, overall
+
+
+def test_the_users_half_of_a_guard_ends_with_roots(box, settings):
+    box.velnetctl(*TRY, "99")
+    guard = box.exec("sh", "-c", f"{VELNETCTL} guard >/dev/null 2>&1 </dev/null & echo $!").stdout.strip()
+    half = wait_until(lambda: box.exec("pgrep", "-u", "velnet", "-P", guard, check=False).stdout.strip(), "it splits")
+    box.exec("kill", "-KILL", guard)
+    wait_until(lambda: box.exec("kill", "-0", half, check=False).returncode != 0, "the other half ends")
+    box.velnetctl("rollback")

@@ -7,6 +7,7 @@
 #include "networkhost/Requests.h"
 #include "networksimulation/Device.h"
 
+#include <algorithm>
 #include <functional>
 #include <utility>
 
@@ -91,6 +92,55 @@ TEST(Trial, GoesOnUntilTheDaemonsCanBeRestarted)
     networkhost::guardTrials(device, [](const std::string&) {});
     EXPECT_EQ(trialState(device).why, "it was not confirmed in time");
     EXPECT_EQ(readLiveState(device).interfaces.at("remote").addresses.front().address, "192.168.50.100");
+}
+
+TEST(Trial, RestartsTheDaemonsOnceAndTellsOnceOfAFileThatDoesNotComeBack)
+{
+    EventfulDevice device;
+    ASSERT_TRUE(startTrial(device).isDone);
+    device.put(kRemotePath, "[Match]\nName=remote\n");
+    device.failWrite(kRemotePath, EROFS);
+    device.takeEvents();
+    std::vector<std::string> lines;
+    std::size_t restarts = 0;
+    device.time = device.now() + seconds(200);
+    device.event = [&] {
+        const auto events = device.takeEvents();
+        restarts = static_cast<std::size_t>(std::count_if(events.begin(), events.end(), [](const auto& event) {
+            return event.subject.find("restart systemd-networkd") != std::string::npos;
+        }));
+        device.repair();
+    };
+    networkhost::guardTrials(device, [&lines](const std::string& line) { lines.push_back(line); });
+    EXPECT_EQ(restarts, 1U);
+    EXPECT_THAT(lines, testing::ElementsAre(testing::HasSubstr("is kept in"), testing::HasSubstr("is not rolled back"),
+                                            testing::HasSubstr("is rolled back")));
+}
+
+TEST(Trial, IsNotEndedByTheRollBackOfAnEarlierOne)
+{
+    EventfulDevice device;
+    ASSERT_TRUE(startTrial(device).isDone);
+    device.hang("systemd-networkd");
+    device.time = device.now() + seconds(5); // while the roll-back waits for the previous settings
+    device.event = [&device] {
+        ASSERT_TRUE(tryOut(device, networkhost::planDnsDomain(device, "a.example")).isDone);
+        device.failCommand("sudo /bin/systemctl restart", "the bus is busy");
+        EXPECT_FALSE(rollBack(device, "asked for").isDone);
+    };
+    EXPECT_TRUE(rollBack(device, "asked for").isDone);
+    EXPECT_EQ(trialState(device).kind, TrialState::Kind::RollingBack);
+    EXPECT_EQ(trialState(device).title, "set-domain a.example");
+}
+
+TEST(Trial, EndsWhenItsProcessDoesNotGoOn)
+{
+    EventfulDevice device;
+    device.time = device.now() + seconds(1);
+    device.hang("systemd-networkd");
+    device.event = [&device] { networkhost::guardTrials(device, [](const std::string&) {}); };
+    EXPECT_FALSE(startTrial(device).isDone);
+    EXPECT_EQ(trialState(device).why, "it was not live in time, and its process does not go on");
 }
 
 TEST(Trial, MakesWayForAnotherChangeWhenThePreviousSettingsDoNotBecomeLive)
