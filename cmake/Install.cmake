@@ -13,7 +13,7 @@ if(VELNM_BUILD_VELNETCTL)
     install(TARGETS velnetctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
 install(DIRECTORY src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/velnetworkmanager
-    FILES_MATCHING PATTERN "*.h" PATTERN BoundedJson.h EXCLUDE)
+    FILES_MATCHING PATTERN "*.h" PATTERN BoundedJson.h EXCLUDE PATTERN velnetctl EXCLUDE)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/VelNetworkManager)
 configure_package_config_file(cmake/VelNetworkManagerConfig.cmake.in

@@ -13,12 +13,12 @@
 #include <numeric>
 #include <sstream>
 
-#include <networkhost/Cells.h>
-#include <networkhost/LiveUpdates.h>
-#include <networkhost/RealDevice.h>
-#include <networkhost/Requests.h>
-#include <networkhost/Text.h>
-#include <networkhost/Trial.h>
+#include <networkhost/change/Trial.h>
+#include <networkhost/device/RealDevice.h>
+#include <networkhost/loop/Cells.h>
+#include <networkhost/loop/LiveUpdates.h>
+#include <networkhost/plan/Requests.h>
+#include <networkhost/state/Text.h>
 #include <networkmanager/NetworkManager.h>
 #include <sys/epoll.h>
 #include <sys/signalfd.h>

@@ -14,11 +14,11 @@
 #include <sstream>
 
 #include <base/IpHelper.h>
-#include <networkhost/Addresses.h>
-#include <networkhost/Diff.h>
-#include <networkhost/RealDevice.h>
-#include <networkhost/Requests.h>
-#include <networkhost/Trial.h>
+#include <networkhost/change/Trial.h>
+#include <networkhost/device/RealDevice.h>
+#include <networkhost/plan/Diff.h>
+#include <networkhost/plan/Requests.h>
+#include <networkhost/text/Addresses.h>
 #include <networksimulation/Device.h>
 #include <sys/socket.h>
 #include <sys/stat.h>

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "networkhost/Configuration.h"
-#include "networkhost/IDevice.h"
-#include "networkhost/Missing.h"
-#include "networkhost/Requests.h"
+#include "networkhost/device/IDevice.h"
+#include "networkhost/plan/Requests.h"
+#include "networkhost/state/Configuration.h"
+#include "networkhost/state/Missing.h"
 
 #include <chrono>
 #include <string>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "LinkAlarm.h"
 #include "MoveRemote.h"
-#include "networkhost/RealDevice.h"
+#include "networkhost/device/RealDevice.h"
 #include "networkmanager/NetworkManager.h"
 
 #include <iostream>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "../networkhost/Configuration.h"
-#include "../networkhost/IFiles.h"
-#include "../networkhost/LiveState.h"
+#include "../networkhost/device/IFiles.h"
+#include "../networkhost/state/Configuration.h"
+#include "../networkhost/state/LiveState.h"
 #include "Kernel.h"
 #include "Schedule.h"
 

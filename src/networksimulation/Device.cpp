@@ -3,8 +3,8 @@
 
 #include "base/IpHelper.h"
 #include "base/Paths.h"
-#include "networkhost/Addresses.h"
-#include "networkhost/Guard.h"
+#include "networkhost/change/Guard.h"
+#include "networkhost/text/Addresses.h"
 #include "networksimulation/Files.h"
 #include "networksimulation/Hints.h"
 #include "networksimulation/System.h"

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "../networkhost/Cells.h"
-#include "../networkhost/IDevice.h"
-#include "../networkhost/Text.h"
+#include "../networkhost/device/IDevice.h"
+#include "../networkhost/loop/Cells.h"
+#include "../networkhost/state/Text.h"
 #include "Daemons.h"
 #include "Event.h"
 #include "Kernel.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "networksimulation/Files.h"
 
-#include "networkhost/LockHolder.h"
+#include "networkhost/device/LockHolder.h"
 #include "networksimulation/Device.h"
 
 #include <utility>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "../networkhost/IFiles.h"
+#include "../networkhost/device/IFiles.h"
 
 #include <string>
 #include <system_error>

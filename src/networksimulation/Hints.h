@@ -2,7 +2,7 @@
 #pragma once
 
 #include "../base/FileDescriptor.h"
-#include "../networkhost/IHints.h"
+#include "../networkhost/device/IHints.h"
 
 #include <chrono>
 

@@ -2,7 +2,7 @@
 #include "networksimulation/Kernel.h"
 
 #include "base/IpHelper.h"
-#include "networkhost/Addresses.h"
+#include "networkhost/text/Addresses.h"
 
 #include <algorithm>
 #include <array>

@@ -17,7 +17,7 @@ TRIAL = "velnetctl set-ip local 172.16.0.5/16 --try 60"
 # The manual page has examples of each verb. Those of some need a settled device of their own, and something before.
 BEFORE = {"set-ip": "true", "set-gateway": "velnetctl set-ip remote 192.168.50.20/24 --wait 20", "set-routes": "true",
           "apply": "velnetctl save settings.json", "confirm": TRIAL, "rollback": TRIAL, "pending": TRIAL}
-PAGE = re.sub(r"\\f[BIR]|\\(?=-)", "", (PROJECT / "tools/velnetctl/velnetctl.1").read_text()).replace(r"\(aq", "'")
+PAGE = re.sub(r"\\f[BIR]|\\(?=-)", "", (PROJECT / "src/velnetctl/velnetctl.1").read_text()).replace(r"\(aq", "'")
 for examples, verb in re.findall(r"^\.EX\n( *velnetctl (\S+)(?s:.*?))^\.EE", PAGE, re.M):
     name = verb if verb in BEFORE else "velnetctl.1"
     TEXTS[name] = TEXTS.get(name, "") + examples.replace("\n        ", "   # ")  # what it does stands below it

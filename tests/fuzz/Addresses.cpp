@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "networkhost/Addresses.h"
+#include "networkhost/text/Addresses.h"
 
 #include "Fuzz.h"
 #include "base/IpHelper.h"
-#include "networkhost/Checks.h"
+#include "networkhost/text/Checks.h"
 
 #include <arpa/inet.h>
 

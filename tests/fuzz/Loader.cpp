@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Fuzz.h"
 #include "base/Paths.h"
-#include "networkhost/SettingsDocument.h"
+#include "networkhost/plan/SettingsDocument.h"
 #include "networksimulation/NetworkManagerData.h"
 
 /// The input is the three files of an interface in the order of loading, with "%" between.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Fuzz.h"
 #include "base/IpHelper.h"
-#include "networkhost/Requests.h"
+#include "networkhost/plan/Requests.h"
 #include "networksimulation/NetworkManagerData.h"
 
 #include <algorithm>

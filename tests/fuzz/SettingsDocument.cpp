@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include "networkhost/SettingsDocument.h"
+#include "networkhost/plan/SettingsDocument.h"
 
 #include "Fuzz.h"
-#include "networkhost/Apply.h"
-#include "networkhost/Settings.h"
+#include "networkhost/change/Apply.h"
+#include "networkhost/plan/Settings.h"
 #include "networksimulation/Device.h"
 
 void fuzz::check(const std::string& input)

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "Fuzz.h"
-#include "networkhost/Guard.h"
-#include "networkhost/Record.h"
-#include "networkhost/Trial.h"
+#include "networkhost/change/Guard.h"
+#include "networkhost/change/Record.h"
+#include "networkhost/change/Trial.h"
 #include "networksimulation/Device.h"
 
 #include <sstream>

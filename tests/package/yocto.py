@@ -57,7 +57,7 @@ assert VERSION == CACHE["CMAKE_PROJECT_VERSION"], VERSION
 assert recipe["LIC_FILES_CHKSUM"].endswith("=" + hashlib.md5((PROJECT / "LICENSE").read_bytes()).hexdigest())
 options = re.findall(r"-D(\w+)=", recipe["EXTRA_OECMAKE"] + recipe["PACKAGECONFIG[watch]"])
 assert options and all(option in CACHE for option in options), options
-parts = PROJECT, PROJECT / "src", PROJECT / "src/networkhost", PROJECT / "tools/velnetctl"
+parts = PROJECT, PROJECT / "src", PROJECT / "src/networkhost", PROJECT / "src/velnetctl"
 packages = re.findall(r"find_package\((\w+)", "".join((part / "CMakeLists.txt").read_text() for part in parts))
 assert {name.lower().replace("_", "-") for name in packages} - {"threads", "curses"} == set(recipe["DEPENDS"].split())
 programs = re.search(r"device-runtime\)\s+echo (.*)", (PROJECT / "tools/install-packages").read_text())[1]

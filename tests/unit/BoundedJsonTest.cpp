@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "Allocations.h"
-#include "networkhost/Settings.h"
+#include "networkhost/plan/Settings.h"
 
 #include <functional>
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 // What the scenarios cannot show: settings by hand that the daemons do not understand, and the defaults of options.
-#include "networkhost/Concerns.h"
+#include "networkhost/plan/Concerns.h"
 
-#include "networkhost/Apply.h"
-#include "networkhost/Requests.h"
-#include "networkhost/Trial.h"
+#include "networkhost/change/Apply.h"
+#include "networkhost/change/Trial.h"
+#include "networkhost/plan/Requests.h"
 #include "networksimulation/Device.h"
 
 #include <gmock/gmock.h>

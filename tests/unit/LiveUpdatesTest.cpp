@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "networkhost/LiveUpdates.h"
+#include "networkhost/loop/LiveUpdates.h"
 
 #include "SimulatedManager.h"
-#include "networkhost/Missing.h"
-#include "networkhost/Requests.h"
-#include "networkhost/Trial.h"
+#include "networkhost/change/Trial.h"
+#include "networkhost/plan/Requests.h"
+#include "networkhost/state/Missing.h"
 #include "networksimulation/Hints.h"
 
 #include <csignal>

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "TemporaryDirectory.h"
-#include "networkhost/LockHolder.h"
-#include "networkhost/RealFiles.h"
-#include "networkhost/Requests.h"
-#include "networkhost/Settings.h"
-#include "networkhost/Trial.h"
+#include "networkhost/change/Trial.h"
+#include "networkhost/device/LockHolder.h"
+#include "networkhost/device/RealFiles.h"
+#include "networkhost/plan/Requests.h"
+#include "networkhost/plan/Settings.h"
 #include "networksimulation/Device.h"
 #include "velnetctl/Monitor.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "networkhost/RealHints.h"
+#include "networkhost/device/RealHints.h"
 
 #include "OwnProcess.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Registers a test for each scenario of tests/scenarios, named after its file and its heading.
-#include "networkhost/DaemonFile.h"
+#include "networkhost/state/DaemonFile.h"
 #include "scenario/SimulatedScenario.h"
 
 #include <algorithm>

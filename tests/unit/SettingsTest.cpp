@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include "networkhost/Settings.h"
+#include "networkhost/plan/Settings.h"
 
-#include "networkhost/Apply.h"
+#include "networkhost/change/Apply.h"
 #include "networksimulation/Device.h"
 
 #include <gtest/gtest.h>

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 // What the scenarios cannot show: what happens while a trial or its guard waits. Kills: see OrdersTest.cpp.
-#include "networkhost/Trial.h"
+#include "networkhost/change/Trial.h"
 
-#include "networkhost/Guard.h"
-#include "networkhost/LiveState.h"
-#include "networkhost/Requests.h"
+#include "networkhost/change/Guard.h"
+#include "networkhost/plan/Requests.h"
+#include "networkhost/state/LiveState.h"
 #include "networksimulation/Device.h"
 
 #include <algorithm>

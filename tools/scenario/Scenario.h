@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "networkhost/Backend.h"
-#include "networkhost/IDevice.h"
+#include "networkhost/device/IDevice.h"
+#include "networkhost/state/Backend.h"
 #include "networkmanager/NetworkManagerImpl.h"
 #include "networkmanager/system/SystemIF.h"
 

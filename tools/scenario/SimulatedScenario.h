@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Scenario.h"
-#include "networkhost/Text.h"
+#include "networkhost/state/Text.h"
 #include "networksimulation/NetworkManagerData.h"
 
 #include <cerrno>

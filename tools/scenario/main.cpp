@@ -4,7 +4,7 @@
 // --simulated on a new simulated one. On this device, what comes from outside has been done by whoever wrote the step.
 #include "Scenario.h"
 #include "SimulatedScenario.h"
-#include "networkhost/RealDevice.h"
+#include "networkhost/device/RealDevice.h"
 
 #include <iostream>
 

@@ -10,12 +10,12 @@
 // Usage: soak_host VELNETCTL. Ends with its input.
 #include "base/IpHelper.h"
 #include "base/Log.h"
-#include "networkhost/Cells.h"
-#include "networkhost/LiveUpdates.h"
-#include "networkhost/Missing.h"
-#include "networkhost/RealDevice.h"
-#include "networkhost/Requests.h"
-#include "networkhost/Trial.h"
+#include "networkhost/change/Trial.h"
+#include "networkhost/device/RealDevice.h"
+#include "networkhost/loop/Cells.h"
+#include "networkhost/loop/LiveUpdates.h"
+#include "networkhost/plan/Requests.h"
+#include "networkhost/state/Missing.h"
 #include "networkmanager/NetworkManager.h"
 
 #include <array>

@@ -4,9 +4,9 @@
 // simulated device. Prints how much of each there was; exit code 1 when there was none, or a value was not right.
 // Usage: stress [SECONDS], otherwise 60.
 #include "base/IpHelper.h"
-#include "networkhost/LiveUpdates.h"
-#include "networkhost/Requests.h"
-#include "networkhost/Trial.h"
+#include "networkhost/change/Trial.h"
+#include "networkhost/loop/LiveUpdates.h"
+#include "networkhost/plan/Requests.h"
 #include "networkmanager/system/SystemIF.h"
 #include "networksimulation/NetworkManagerData.h"
 

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+#include "networkhost/change/Apply.h"
+
+#include "networkhost/change/CarryOut.h"
+#include "networkhost/change/ChangeLock.h"
+
+#include <exception>
+
+namespace networkhost {
+namespace {
+
+/// A first step that fails leaves nothing behind that the daemons could have seen.
+bool isFirstStep(const Plan& plan, const Failure& failure)
+{
+    return failure.subject == (plan.preparations.empty() ? plan.files.front().path : plan.preparations.front().text);
+}
+
+/// With the old files, after a step that failed.
+void putBack(IDevice& device, const Plan& plan, const std::vector<SavedFile>& saved, Outcome& outcome)
+{
+    const auto failures = restoreFiles(device, saved, outcome.notes).failures;
+    if (failures.empty() && isFirstStep(plan, outcome.failures.front())) {
+        return;
+    }
+    const auto restarts = restartDaemons(device, saved);
+    const auto what = failures.empty() ? "the old files are back" : "the old files are not back: " + textOf(failures);
+    outcome.notes.push_back(restarts.empty() ? what : what + ", but " + restarts);
+}
+
+/// After an exception in the middle: what it took of the memory is free again. Nobody is told of a failure here.
+void putBackSilently(IDevice& device, const std::vector<SavedFile>& saved)
+{
+    try {
+        std::vector<std::string> notes;
+        restoreFiles(device, saved, notes);
+        restartDaemons(device, saved);
+    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): the first one goes on
+    }
+}
+
+} // namespace
+
+Outcome apply(IDevice& device, const Plan& plan, const ApplyOptions& options)
+{
+    if (!plan.outcome.isDone || plan.files.empty()) {
+        return plan.outcome;
+    }
+    const auto turn = lockChanges(device);
+    if (!turn.refusal.empty()) {
+        return refused(turn.refusal);
+    }
+    if (const auto refusal = refusalOf(device, plan, options.force); !refusal.empty()) {
+        return refused(refusal);
+    }
+    const auto saved = savedFilesOf(device, plan);
+    try {
+        auto outcome = carryOut(device, plan, true);
+        if (!outcome.isDone) {
+            putBack(device, plan, saved, outcome);
+        }
+        return outcome;
+    } catch (...) {
+        putBackSilently(device, saved);
+        throw;
+    }
+}
+
+} // namespace networkhost

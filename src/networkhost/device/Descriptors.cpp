@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+#include "networkhost/device/Descriptors.h"
+
+#include <cerrno>
+#include <system_error>
+
+#include <sys/epoll.h>
+#include <unistd.h>
+
+namespace networkhost {
+
+using velbase2::system::FileDescriptor;
+
+FileDescriptor orThrow(const char* call, int fd)
+{
+    const int own = velbase2::system::atLeast(STDERR_FILENO + 1, fd);
+    if (own < 0) {
+        throw std::system_error(errno, std::generic_category(), call);
+    }
+    return FileDescriptor(own);
+}
+
+FileDescriptor openEpoll()
+{
+    return orThrow("epoll_create1", ::epoll_create1(EPOLL_CLOEXEC));
+}
+
+void addTo(int epoll, int fd)
+{
+    ::epoll_event event = {};
+    event.events = EPOLLIN;
+    if (::epoll_ctl(epoll, EPOLL_CTL_ADD, fd, &event) != 0) {
+        throw std::system_error(errno, std::generic_category(), "epoll_ctl");
+    }
+}
+
+} // namespace networkhost

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+#include "networkhost/device/LockHolder.h"
+
+#include "base/ReadFile.h"
+#include "networkhost/state/DaemonFile.h"
+
+#include <sstream>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace networkhost {
+namespace {
+
+std::string readText(const std::string& path)
+{
+    std::string text;
+    velbase2::system::readFile(path, text);
+    return text;
+}
+
+std::string describe(const std::string& process)
+{
+    const auto names = wordsOf(readText("/proc/" + process + "/comm"));
+    return "process " + process + (names.empty() ? "" : " (" + names.front() + ')');
+}
+
+/// As /proc/locks has it, which on an overlay is not what stat(2) tells.
+std::string inodeOf(int fd)
+{
+    std::istringstream lines(readText("/proc/self/fdinfo/" + std::to_string(fd)));
+    std::string line;
+    while (std::getline(lines, line)) {
+        if (const auto words = wordsOf(line); words.size() == 2 && words.front() == "ino:") {
+            return words.back();
+        }
+    }
+    struct stat status = {}; // before Linux 5.14
+    return ::fstat(fd, &status) == 0 ? std::to_string(status.st_ino) : std::string();
+}
+
+} // namespace
+
+std::string lockHolder(int fd)
+{
+    const auto inode = ':' + inodeOf(fd);
+    std::istringstream locks(readText("/proc/locks"));
+    std::string line;
+    while (std::getline(locks, line)) {
+        // "1: FLOCK  ADVISORY  WRITE 812 00:2d:4711 0 EOF"
+        const auto words = wordsOf(line);
+        const bool isHeld = words.size() > 5 && words[1] == "FLOCK";
+        if (isHeld && inode.size() > 1 && words[5].size() > inode.size() &&
+            words[5].compare(words[5].size() - inode.size(), inode.size(), inode) == 0) {
+            return describe(words[4]);
+        }
+    }
+    return "another process";
+}
+
+std::string thisProcess()
+{
+    return describe(std::to_string(::getpid()));
+}
+
+} // namespace networkhost

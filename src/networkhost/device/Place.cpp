@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: MIT
+#include "networkhost/device/Place.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <deque>
+#include <filesystem>
+#include <iterator>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace networkhost {
+
+using velbase2::system::FileDescriptor;
+
+namespace {
+
+constexpr int kPathFlags = O_PATH | O_CLOEXEC;
+constexpr int kMostLinks = 40; // as the kernel's
+
+/// On the way along a path.
+struct Walk
+{
+    std::deque<std::string> parts; // still to go
+    FileDescriptor directory;      // reached
+    uid_t user = ::geteuid();      // with whose rights
+    int links = 0;
+    bool isOpenToAll = false; // others may change names in a directory on the way
+};
+
+bool isTrusted(const struct stat& status, const Walk& walk)
+{
+    return status.st_uid == 0 || status.st_uid == walk.user;
+}
+
+void putInFront(std::deque<std::string>& parts, const std::filesystem::path& path)
+{
+    std::deque<std::string> inFront;
+    std::copy_if(path.begin(), path.end(), std::back_inserter(inFront), [](const auto& part) { return !part.empty(); });
+    parts.insert(parts.begin(), inFront.begin(), inFront.end());
+}
+
+/// Goes on along the link that is open, the next part of the walk.
+std::error_code follow(const FileDescriptor& link, const struct stat& status, Walk& walk)
+{
+    if (++walk.links > kMostLinks || walk.isOpenToAll || !isTrusted(status, walk)) {
+        return errorOf(ELOOP);
+    }
+    std::array<char, PATH_MAX> target = {};
+    const ssize_t size = ::readlinkat(link.get(), "", target.data(), target.size());
+    if (size <= 0) {
+        return errorOf(size < 0 ? errno : ENOENT);
+    }
+    putInFront(walk.parts, std::string(target.data(), static_cast<std::size_t>(size)));
+    return {};
+}
+
+/// Goes into the directory that is open. Its owner decides on the names in it from here on.
+std::error_code enter(FileDescriptor& directory, const struct stat& status, Walk& walk, Place& place)
+{
+    if (walk.user == 0 && status.st_uid != 0) {
+        place.rights.emplace(status.st_uid, status.st_gid);
+        walk.user = status.st_uid;
+        if (!place.rights->isActing()) {
+            return errorOf(EPERM);
+        }
+    }
+    const bool isSticky = (status.st_mode & S_ISVTX) != 0; // nobody changes the names of others
+    const bool isOfGroup = (status.st_mode & S_IWGRP) != 0 && status.st_gid != 0;
+    const bool isOfAll = (status.st_mode & S_IWOTH) != 0;
+    if (!isTrusted(status, walk) || ((isOfGroup || isOfAll) && !isSticky)) {
+        walk.isOpenToAll = true;
+        if (walk.user == 0) {
+            return errorOf(ELOOP);
+        }
+    }
+    walk.directory.reset(directory.release());
+    return {};
+}
+
+std::error_code arrive(const Walk& walk, const std::string& name, Place& place)
+{
+    place.directory.reset(::openat(walk.directory.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    place.name = name;
+    return errorOf(place.directory.isOpen() ? 0 : errno);
+}
+
+} // namespace
+
+std::error_code locate(const std::string& path, Place& place)
+{
+    Walk walk;
+    putInFront(walk.parts, path);
+    while (!walk.parts.empty()) {
+        const auto part = walk.parts.front();
+        walk.parts.pop_front();
+        const bool isLast = walk.parts.empty();
+        const bool isRoot = part == "/";
+        FileDescriptor next(isRoot ? ::open("/", kPathFlags | O_DIRECTORY)
+                                   : ::openat(walk.directory.get(), part.c_str(), kPathFlags | O_NOFOLLOW));
+        struct stat status = {};
+        if (!next.isOpen() || ::fstat(next.get(), &status) != 0) {
+            const int error = errno;
+            return isLast && error == ENOENT ? arrive(walk, part, place) : errorOf(error);
+        }
+        std::error_code error;
+        if (S_ISLNK(status.st_mode)) {
+            error = follow(next, status, walk);
+        } else if (isLast && !isRoot) {
+            next.reset(); // where descriptors run short, what could be written can be removed again
+            return arrive(walk, part, place);
+        } else {
+            error = enter(next, status, walk, place);
+        }
+        if (error) {
+            return error;
+        }
+    }
+    return errorOf(EISDIR);
+}
+
+} // namespace networkhost

@@ -1,0 +1,455 @@
+// SPDX-License-Identifier: MIT
+#include "networkhost/device/RealFiles.h"
+
+#include "base/FileDescriptor.h"
+#include "base/ReadFile.h"
+#include "networkhost/device/LockHolder.h"
+#include "networkhost/device/Place.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <sstream>
+#include <string_view>
+#include <utility>
+
+#include <fcntl.h>
+#include <linux/limits.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+namespace networkhost {
+
+using velbase2::system::FileDescriptor;
+
+namespace {
+
+/// The error of a system call that has returned this.
+std::error_code errorOfCall(int result)
+{
+    return errorOf(result == 0 ? 0 : errno);
+}
+
+std::error_code writeAll(int fd, std::string_view text)
+{
+    while (!text.empty()) {
+        const ssize_t count = ::write(fd, text.data(), text.size());
+        if (count < 0 && errno != EINTR) {
+            return errorOf(errno);
+        }
+        text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    }
+    return {};
+}
+
+/// EFBIG for more than is read of any file: a part of it would take its place when a change is undone.
+std::error_code readWhole(int fd, std::string& text)
+{
+    const auto error = velbase2::system::readAll(fd, text);
+    const bool isCut = !error && text.size() == velbase2::system::kMostOfAFile;
+    return errorOf(isCut ? EFBIG : error.value());
+}
+
+/// To the file that is open, from the one at `place`.
+std::error_code copyAttributes(int fd, const Place& place)
+{
+    const auto old = "/proc/self/fd/" + std::to_string(place.directory.get()) + '/' + place.name;
+    std::string names(XATTR_LIST_MAX, '\0');
+    const ssize_t size = ::llistxattr(old.c_str(), names.data(), names.size());
+    if (size < 0) {
+        return errorOf(errno == ENOTSUP ? 0 : errno);
+    }
+    names.resize(static_cast<std::size_t>(size));
+    std::istringstream list(names);
+    std::string name;
+    while (std::getline(list, name, '\0')) {
+        if (name == "security.capability") {
+            continue; // as the bits that lend rights: not for a text
+        }
+        std::string value(XATTR_SIZE_MAX, '\0');
+        const ssize_t length = ::lgetxattr(old.c_str(), name.c_str(), value.data(), value.size());
+        if (length < 0 || ::fsetxattr(fd, name.c_str(), value.data(), static_cast<std::size_t>(length), 0) != 0) {
+            return errorOf(errno);
+        }
+    }
+    return {};
+}
+
+std::error_code setRights(int fd, const Rights& rights)
+{
+    struct stat made = {};
+    if (::fstat(fd, &made) != 0) {
+        return errorOf(errno);
+    }
+    const bool isRight = made.st_uid == rights.user && made.st_gid == rights.group;
+    if (!isRight && ::fchown(fd, rights.user, rights.group) != 0) {
+        return errorOf(errno);
+    }
+    return errorOfCall(::fchmod(fd, rights.mode));
+}
+
+std::error_code rightsAt(const Place& place, Rights& rights)
+{
+    struct stat status = {};
+    if (::fstatat(place.directory.get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        return errorOf(errno);
+    }
+    rights = {status.st_mode & 0777U, status.st_uid, status.st_gid};
+    return {};
+}
+
+/// Whether the file loses nothing when it becomes that of the directory's owner, which may remove it anyway: everybody
+/// may read it. Root has edited it by hand.
+bool mayChangeOwner(const Place& place, const Rights& rights)
+{
+    struct stat directory = {};
+    return ::fstat(place.directory.get(), &directory) == 0 && (rights.mode & S_IROTH) != 0 &&
+           directory.st_uid == ::geteuid();
+}
+
+/// Gives the new file what the one at `place` has, or a new file's rights.
+std::error_code takeOver(int fd, const Place& place, const Rights* wanted)
+{
+    Rights rights;
+    const auto missing = rightsAt(place, rights);
+    if (missing && missing != std::errc::no_such_file_or_directory) {
+        return missing;
+    }
+    if (missing && wanted == nullptr) {
+        return errorOfCall(::fchmod(fd, 0644)); // whatever the umask
+    }
+    rights = wanted != nullptr ? *wanted : rights;
+    auto error = setRights(fd, rights);
+    if (error == std::errc::operation_not_permitted && mayChangeOwner(place, rights)) {
+        error = errorOfCall(::fchmod(fd, rights.mode));
+    }
+    return error || missing ? error : copyAttributes(fd, place);
+}
+
+/// Fills the file that is open, down to the disk.
+std::error_code fill(int fd, const std::string& text)
+{
+    const auto error = writeAll(fd, text);
+    return error ? error : errorOfCall(::fsync(fd));
+}
+
+/// Nothing but a regular file is ever replaced or removed. EINVAL for what is another thing, good when it is missing.
+std::error_code checkRegular(int directory, const std::string& name)
+{
+    struct stat status = {};
+    if (::fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        return errorOf(errno == ENOENT ? 0 : errno);
+    }
+    return errorOf(S_ISREG(status.st_mode) ? 0 : EINVAL);
+}
+
+/// A new file beside that one, with its name. Usually the same name: what a crash leaves is gone with the next change.
+/// Another one where somebody has put what cannot be removed. The daemons read no file of such a name.
+FileDescriptor openBeside(const Place& place, std::string& name)
+{
+    constexpr int kMost = 100;
+    int fd = -1;
+    for (int number = 0; fd < 0 && number < kMost && (number == 0 || errno == EEXIST); ++number) {
+        name = '.' + place.name + ".new" + (number == 0 ? "" : std::to_string(number));
+        ::unlinkat(place.directory.get(), name.c_str(), 0);
+        fd = ::openat(place.directory.get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    }
+    return FileDescriptor(fd);
+}
+
+std::error_code replaceAt(const Place& place, const std::string& text, const Rights* rights)
+{
+    const int directory = place.directory.get();
+    if (const auto error = checkRegular(directory, place.name)) {
+        return error;
+    }
+    std::string beside;
+    const FileDescriptor fd = openBeside(place, beside);
+    if (!fd.isOpen()) {
+        return errorOf(errno);
+    }
+    auto error = takeOver(fd.get(), place, rights);
+    if (!error) {
+        error = fill(fd.get(), text);
+    }
+    if (!error) {
+        error = errorOfCall(::renameat(directory, beside.c_str(), directory, place.name.c_str()));
+    }
+    if (error) {
+        ::unlinkat(directory, beside.c_str(), 0);
+        return error;
+    }
+    return errorOfCall(::fsync(directory));
+}
+
+class FileLock : public IFiles::Lock
+{
+public:
+    explicit FileLock(FileDescriptor&& file) : file_(std::move(file)) {}
+    FileLock(const FileLock&) = delete;
+    FileLock& operator=(const FileLock&) = delete;
+
+    /// By hand: the lock would outlive the descriptor in a child that the host has forked meanwhile.
+    ~FileLock() override { ::flock(file_.get(), LOCK_UN); }
+
+private:
+    FileDescriptor file_;
+};
+
+/// A user who may only read must not be able to lock it. Without waiting for the end of somebody's lease.
+FileDescriptor openLockFile(const Place& place)
+{
+    constexpr int kFlags = O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
+    const int directory = place.directory.get();
+    FileDescriptor file(::openat(directory, place.name.c_str(), kFlags | O_CREAT | O_EXCL, 0600));
+    if (!file.isOpen()) {
+        return FileDescriptor(errno == EEXIST ? ::openat(directory, place.name.c_str(), kFlags) : -1);
+    }
+    struct stat parent = {};
+    const bool isOfGroup = ::fstat(directory, &parent) == 0 && (parent.st_mode & S_IWGRP) != 0;
+    if (isOfGroup && ::fchown(file.get(), static_cast<uid_t>(-1), parent.st_gid) == 0) {
+        ::fchmod(file.get(), 0660);
+    }
+    return file;
+}
+
+/// EWOULDBLOCK, with who it is, when somebody has it.
+std::error_code lockFile(const FileDescriptor& file, int operation, std::string& holder)
+{
+    if (!file.isOpen()) {
+        holder = errno == EWOULDBLOCK ? "another process" : ""; // by a lease
+        return errorOf(errno);
+    }
+    if (::flock(file.get(), operation | LOCK_NB) != 0) {
+        const int error = errno;
+        holder = error == EWOULDBLOCK ? lockHolder(file.get()) : "";
+        return errorOf(error);
+    }
+    return {};
+}
+
+} // namespace
+
+std::error_code RealFiles::read(const std::string& path, std::string& text) const
+{
+    Place place;
+    if (const auto error = locate(path, place)) {
+        return error;
+    }
+    const FileDescriptor file(
+        ::openat(place.directory.get(), place.name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    struct stat status = {};
+    if (!file.isOpen() || ::fstat(file.get(), &status) != 0) {
+        return errorOf(errno);
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return errorOf(EINVAL);
+    }
+    std::string found;
+    const auto error = readWhole(file.get(), found);
+    if (!error) {
+        text = std::move(found);
+    }
+    return error;
+}
+
+std::error_code RealFiles::list(const std::string& directory, std::vector<std::string>& names) const
+{
+    std::error_code error;
+    std::vector<std::string> found;
+    for (auto entry = std::filesystem::directory_iterator(directory, error);
+         !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        found.push_back(entry->path().filename().string());
+    }
+    if (!error) {
+        std::sort(found.begin(), found.end());
+        names = std::move(found);
+    }
+    return error;
+}
+
+std::error_code RealFiles::replace(const std::string& path, const std::string& text, const Rights* rights)
+{
+    Place place;
+    const auto error = locate(path, place);
+    return error ? error : replaceAt(place, text, rights);
+}
+
+std::error_code RealFiles::overwrite(const std::string& path, const std::string& text)
+{
+    Place place;
+    if (const auto error = locate(path, place)) {
+        return error;
+    }
+    std::string old;
+    const FileDescriptor fd(
+        ::openat(place.directory.get(), place.name.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (!fd.isOpen()) {
+        return errorOf(errno);
+    }
+    struct stat status = {};
+    if (::fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink != 1) {
+        return errorOf(EPERM); // by another name it may be somebody else's
+    }
+    if (const auto error = readWhole(fd.get(), old)) {
+        return error;
+    }
+    const auto put = [&fd](const std::string& content) {
+        // Cut at the end, not at the beginning: a reader never meets an empty file.
+        auto error = errorOfCall(::lseek(fd.get(), 0, SEEK_SET) == 0 ? 0 : -1);
+        error = error ? error : writeAll(fd.get(), content);
+        error = error ? error : errorOfCall(::ftruncate(fd.get(), static_cast<off_t>(content.size())));
+        return error ? error : errorOfCall(::fsync(fd.get()));
+    };
+    const auto error = put(text);
+    if (error) {
+        put(old);
+    }
+    return error;
+}
+
+std::error_code RealFiles::remove(const std::string& path)
+{
+    Place place;
+    if (const auto error = locate(path, place)) {
+        return error == std::errc::no_such_file_or_directory ? std::error_code() : error;
+    }
+    if (const auto error = checkRegular(place.directory.get(), place.name)) {
+        return error;
+    }
+    if (::unlinkat(place.directory.get(), place.name.c_str(), 0) != 0) {
+        return errorOf(errno == ENOENT ? 0 : errno);
+    }
+    return errorOfCall(::fsync(place.directory.get()));
+}
+
+std::error_code RealFiles::rename(const std::string& from, const std::string& to)
+{
+    Place place;
+    if (const auto error = locate(from, place)) {
+        return error;
+    }
+    const auto name = std::filesystem::path(to).filename().string();
+    const int directory = place.directory.get();
+    for (const auto& one : {place.name, name}) {
+        if (const auto error = checkRegular(directory, one)) {
+            return error;
+        }
+    }
+    const auto error = errorOfCall(::renameat(directory, place.name.c_str(), directory, name.c_str()));
+    return error ? error : errorOfCall(::fsync(directory));
+}
+
+std::error_code RealFiles::moveAside(const std::string& path)
+{
+    const auto slash = path.rfind('/') + 1;
+    auto name = path.substr(slash);
+    Place place;
+    auto error = locate(path, place);
+    if (!error && ::geteuid() != 0) {
+        name = place.name;
+    } else { // where a link of root leads to, as /dev/null, is not the caller's
+        place.rights.reset();
+        error = locate(path.substr(0, slash) + '.', place);
+    }
+    if (error) {
+        return error;
+    }
+    constexpr int kMost = 1000;
+    struct stat status = {};
+    const int directory = place.directory.get();
+    if (::fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        return errorOf(errno);
+    }
+    if (S_ISREG(status.st_mode) || S_ISLNK(status.st_mode)) {
+        return errorOf(EINVAL);
+    }
+    error = errorOf(EEXIST);
+    for (int number = 1; error == std::errc::file_exists && number < kMost; ++number) {
+        const auto aside = name + ".aside" + std::to_string(number);
+        error = errorOfCall(::renameat2(directory, name.c_str(), directory, aside.c_str(), RENAME_NOREPLACE));
+    }
+    return error;
+}
+
+std::error_code RealFiles::writerOf(const std::string& path, Writer& writer) const
+{
+    Place place;
+    const auto error = locate(path, place);
+    if (!error) {
+        writer = {::geteuid(), ::getegid()};
+    }
+    return error;
+}
+
+std::error_code RealFiles::rightsOf(const std::string& path, Rights& rights) const
+{
+    Place place;
+    const auto error = locate(path, place);
+    return error ? error : rightsAt(place, rights);
+}
+
+std::error_code RealFiles::makeDirectory(const std::string& path)
+{
+    Place place;
+    if (const auto error = locate(path, place)) {
+        return error;
+    }
+    struct stat parent = {};
+    if (::fstat(place.directory.get(), &parent) != 0) {
+        return errorOf(errno);
+    }
+    if (::mkdirat(place.directory.get(), place.name.c_str(), 0700) != 0 && errno != EEXIST) {
+        return errorOf(errno);
+    }
+    const FileDescriptor made(
+        ::openat(place.directory.get(), place.name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!made.isOpen()) {
+        return errorOf(errno);
+    }
+    constexpr mode_t kMode = 0777;
+    struct stat status = {};
+    const bool isOwn = ::fstat(made.get(), &status) == 0 && status.st_uid == ::geteuid();
+    // A directory that is right already is left alone: its watchers sleep on.
+    if (isOwn && (status.st_gid != parent.st_gid || (status.st_mode & kMode) != (parent.st_mode & kMode))) {
+        static_cast<void>(
+            ::fchown(made.get(), static_cast<uid_t>(-1), parent.st_gid)); // or it stays the caller's alone
+        ::fchmod(made.get(), parent.st_mode & kMode);
+    }
+    return errorOfCall(::fsync(place.directory.get()));
+}
+
+std::error_code RealFiles::tryLock(const std::string& path, std::unique_ptr<Lock>& lock, std::string& holder)
+{
+    Place place;
+    if (const auto error = locate(path, place)) {
+        return error;
+    }
+    FileDescriptor file = openLockFile(place);
+    const auto error = lockFile(file, LOCK_EX, holder);
+    if (!error) {
+        lock = std::make_unique<FileLock>(std::move(file));
+    }
+    return error;
+}
+
+std::error_code RealFiles::probeLock(const std::string& path, std::string& holder) const
+{
+    Place place;
+    if (const auto error = locate(path, place)) {
+        return error;
+    }
+    // Shared: of two that only ask, none takes the other for the holder.
+    FileDescriptor file(
+        ::openat(place.directory.get(), place.name.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
+    const auto error = lockFile(file, LOCK_SH, holder);
+    if (!error) {
+        const FileLock released(std::move(file));
+    }
+    return error;
+}
+
+} // namespace networkhost

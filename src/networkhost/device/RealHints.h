@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "../../base/FileDescriptor.h"
+#include "IHints.h"
+
+#include <chrono>
+#include <set>
+#include <string>
+
+namespace networkhost {
+
+/// Those of the kernel: links, addresses and IPv4 routes, and the files with their directories. Needs no privilege.
+class RealHints : public IHints
+{
+public:
+    /// Throws std::system_error when there are no descriptors to be had.
+    RealHints();
+
+    int fd() const override { return both_.get(); }
+    bool take(std::chrono::milliseconds limit) override;
+    void renew() override;
+
+private:
+    void watchDirectory(const std::string& path);
+    bool watch(const std::string& path, unsigned int events);
+
+    velbase2::system::FileDescriptor kernel_;      // a route netlink socket
+    velbase2::system::FileDescriptor directories_; // inotify
+    velbase2::system::FileDescriptor both_;        // epoll
+    std::set<int> watches_;
+    std::set<int> renewed_;
+    bool isExhausted_ = false; // the user has no watches left
+};
+
+} // namespace networkhost

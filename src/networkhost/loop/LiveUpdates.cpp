@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: MIT
+#include "networkhost/loop/LiveUpdates.h"
+
+#include "networkhost/device/Descriptors.h"
+#include "networkhost/loop/ChangeQueue.h"
+#include "networkmanager/Refresher.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <optional>
+#include <system_error>
+
+#include <sys/timerfd.h>
+
+namespace networkhost {
+
+using std::chrono::milliseconds;
+
+namespace {
+
+constexpr milliseconds kQuiet(20);    // after the last hint
+constexpr milliseconds kLongest(250); // after the first
+constexpr milliseconds kSlow(30000);  // without any
+
+/// A clock that goes on while the device sleeps, as the timer does.
+milliseconds now()
+{
+    ::timespec time = {};
+    ::clock_gettime(CLOCK_BOOTTIME, &time);
+    return std::chrono::duration_cast<milliseconds>(std::chrono::seconds(time.tv_sec) +
+                                                    std::chrono::nanoseconds(time.tv_nsec));
+}
+
+std::unique_ptr<IHints> openHints(IDevice& device)
+{
+    auto hints = device.openHints();
+    if (!hints) {
+        throw std::system_error(errno, std::generic_category(), "hints of the device");
+    }
+    return hints;
+}
+
+} // namespace
+
+struct LiveUpdates::Parts
+{
+    Parts(IDevice& ofDevice, HostSignals& host, std::map<std::string, networkmanager::EthInterface>& interfaces)
+        : device(ofDevice), refresher(host, interfaces, ofDevice.system()), hints(openHints(ofDevice)),
+          timer(orThrow("timerfd_create", ::timerfd_create(CLOCK_BOOTTIME, TFD_CLOEXEC | TFD_NONBLOCK))),
+          all(openEpoll())
+    {
+        for (const int fd : {hints->fd(), timer.get(), changes.fd()}) {
+            addTo(all.get(), fd);
+        }
+    }
+
+    void setDue(milliseconds time)
+    {
+        due = time;
+        setTimer(time);
+    }
+
+    void setTimer(milliseconds time)
+    {
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
+        const std::chrono::nanoseconds rest = time - seconds;
+        ::itimerspec setting = {};
+        setting.it_value.tv_sec = static_cast<std::time_t>(seconds.count());
+        setting.it_value.tv_nsec = static_cast<long>(rest.count());
+        ::timerfd_settime(timer.get(), TFD_TIMER_ABSTIME, &setting, nullptr);
+        wakeUp = time;
+    }
+
+    IDevice& device;
+    networkmanager::Refresher refresher;
+    std::unique_ptr<IHints> hints;
+    velbase2::system::FileDescriptor timer;
+    ChangeQueue changes;
+    velbase2::system::FileDescriptor all;  // epoll
+    std::optional<milliseconds> firstHint; // since the last look
+    milliseconds due{};                    // the next look, on the clock of now()
+    milliseconds wakeUp{};                 // what the timer is set to
+};
+
+LiveUpdates::LiveUpdates(IDevice& device, HostSignals& host,
+                         std::map<std::string, networkmanager::EthInterface>& interfaces)
+    : parts_(std::make_unique<Parts>(device, host, interfaces))
+{
+    parts_->setDue(milliseconds(1)); // long ago: at once
+}
+
+LiveUpdates::~LiveUpdates() = default;
+
+int LiveUpdates::fd() const
+{
+    return parts_->all.get();
+}
+
+bool LiveUpdates::dispatch()
+{
+    auto& parts = *parts_;
+    const bool isHinted = parts.hints->take(milliseconds(0));
+    const auto present = now();
+    if (isHinted) {
+        parts.firstHint = parts.firstHint.value_or(present);
+        parts.due = std::min(present + kQuiet, *parts.firstHint + kLongest);
+    }
+    const bool hasOutcomes = parts.changes.take(); // before the pass: who is told of one finds it in the cells
+    const bool isDue = parts.due <= present || hasOutcomes;
+    if (isDue) {
+        parts.firstHint.reset();
+        parts.setDue(present + kLongest); // should a slot throw
+        parts.hints->renew();
+        parts.refresher.refresh();
+        parts.setDue(now() + kSlow);
+    } else if (parts.due < parts.wakeUp || parts.wakeUp <= present) {
+        parts.setTimer(parts.due); // in a burst it follows only when it has expired
+    }
+    parts.changes.handOver();
+    return isDue;
+}
+
+void LiveUpdates::run(std::function<std::function<void()>(IDevice&)> change)
+{
+    parts_->changes.add([&device = parts_->device, change = std::move(change)] { return change(device); });
+}
+
+} // namespace networkhost

@@ -1,0 +1,266 @@
+// SPDX-License-Identifier: MIT
+#include "networkhost/plan/Concerns.h"
+
+#include "base/IpHelper.h"
+#include "networkhost/text/Addresses.h"
+#include "networkhost/text/Checks.h"
+#include "networkmanager/BuiltInInterfaces.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <initializer_list>
+#include <optional>
+#include <string_view>
+
+namespace networkhost {
+
+namespace iphelper = velbase2::system::iphelper;
+
+namespace {
+
+using Sentences = std::vector<std::string>;
+
+std::string sentence(std::initializer_list<std::string_view> parts)
+{
+    std::string text;
+    for (const auto part : parts) {
+        text += part;
+    }
+    return text;
+}
+
+struct Subnet
+{
+    std::uint32_t address;
+    std::uint32_t mask;
+    int length;
+    std::string text; // of the network: "10.0.0.0/8"
+};
+
+/// The text is like "10.0.0.5/8"; nothing for one that the daemons ignore.
+std::optional<Subnet> parse(const std::string& address)
+{
+    const auto network = canonicalNetwork(address);
+    if (!network) {
+        return std::nullopt;
+    }
+    const int length = *parsePrefixLength(network->substr(network->find('/') + 1));
+    const auto mask = length == 0 ? 0U : ~std::uint32_t{0} << static_cast<unsigned int>(32 - length);
+    return Subnet{addressBits(address.substr(0, address.find('/'))), mask, length, *network};
+}
+
+bool overlap(const Subnet& left, const Subnet& right)
+{
+    return ((left.address ^ right.address) & left.mask & right.mask) == 0;
+}
+
+bool holds(const Subnet& subnet, std::uint32_t address)
+{
+    return ((subnet.address ^ address) & subnet.mask) == 0;
+}
+
+std::string withoutLength(const std::string& address)
+{
+    return address.substr(0, address.find('/'));
+}
+
+/// Why no host has this address in this subnet; empty when one may.
+std::string faultOfHost(const Subnet& subnet)
+{
+    const auto first = subnet.address >> 24U;
+    if (subnet.length == 0) {
+        return "its prefix length /0 takes in every address";
+    }
+    if (first == 127) {
+        return "it is a loopback address";
+    }
+    if (first >= 224) {
+        return first < 240 ? "it is a multicast address" : "it is a reserved address";
+    }
+    if (first == 0) {
+        return "no host has an address that begins with 0";
+    }
+    if (subnet.length < 31 && (subnet.address & ~subnet.mask) == 0) {
+        return "it is the address of the network " + subnet.text + " itself";
+    }
+    if (subnet.length < 31 && (subnet.address | subnet.mask) == ~std::uint32_t{0}) {
+        return "it is the broadcast address of " + subnet.text;
+    }
+    return {};
+}
+
+/// The subnets that the interface will be in, as far as they are known: of a lease, those of the live addresses.
+std::vector<Subnet> subnetsOf(const std::string& name, const ConfiguredInterface& iface, const LiveState& live)
+{
+    std::vector<Subnet> subnets;
+    const auto found = live.interfaces.find(name);
+    if (found != live.interfaces.end() && !found->second.isPresent) {
+        return subnets; // hardware that this device does not have
+    }
+    const auto add = [&subnets](const std::string& address) {
+        if (const auto subnet = parse(address)) {
+            subnets.push_back(*subnet);
+        }
+    };
+    std::for_each(iface.addresses.begin(), iface.addresses.end(), add);
+    if (iface.dhcp && found != live.interfaces.end()) {
+        for (const auto& address : found->second.addresses) {
+            if (address.address == found->second.lease.address) {
+                add(withPrefixLength(address.address, address.mask));
+            }
+        }
+    }
+    return subnets;
+}
+
+bool isReached(const std::vector<Subnet>& subnets, std::uint32_t address)
+{
+    return std::any_of(subnets.begin(), subnets.end(), [&](const auto& subnet) { return holds(subnet, address); });
+}
+
+void addFaultsOfAddresses(const std::string& name, const ConfiguredInterface& iface, Sentences& sentences)
+{
+    for (const auto& address : iface.addresses) {
+        const auto subnet = parse(address);
+        const auto fault = subnet ? faultOfHost(*subnet) : "systemd-networkd does not understand it";
+        if (!fault.empty()) {
+            sentences.push_back(sentence({"the address ", address, " of ", name, ": ", fault}));
+        }
+    }
+    if (iface.addresses.empty() && !iface.dhcp) {
+        sentences.push_back(name + " would have no IPv4 address");
+    }
+}
+
+/// Networkd takes every gateway of an interface without a static address for a neighbour: one that only a lease, which
+/// is not there, would tell about is no concern.
+void addFaultsOfGateway(const std::string& name, const Configuration& configuration, const LiveState& live,
+                        const std::string& advice, Sentences& sentences)
+{
+    const auto& iface = configuration.interfaces.at(name);
+    if (iface.gateway.empty() || iface.dhcp) {
+        return;
+    }
+    const auto what = "the gateway " + iface.gateway;
+    if (!isCanonicalAddress(iface.gateway)) {
+        sentences.push_back(what + ": systemd-networkd does not understand it");
+        return;
+    }
+    const auto gateway = addressBits(iface.gateway);
+    for (const auto& [other, settings] : configuration.interfaces) {
+        const auto subnets = subnetsOf(other, settings, live);
+        if (std::any_of(subnets.begin(), subnets.end(), [&](const auto& own) { return own.address == gateway; })) {
+            sentences.push_back(sentence({what, " is this device itself (", other, ")"}));
+            return;
+        }
+        if (other != name && isReached(subnets, gateway)) {
+            sentences.push_back(sentence({what, " would be reached over ", other, ", not over ", name}));
+            return;
+        }
+    }
+    const auto subnets = subnetsOf(name, iface, live);
+    const auto own = std::find_if(subnets.begin(), subnets.end(), [&](const auto& x) { return holds(x, gateway); });
+    if (own == subnets.end()) {
+        const auto of = subnets.empty() ? "" : " " + subnets.front().text;
+        sentences.push_back(what + " lies outside the subnet" + of + " of " + name + (advice.empty() ? "" : ": ") +
+                            advice);
+    } else if (const auto fault = faultOfHost({gateway, own->mask, own->length, own->text}); !fault.empty()) {
+        sentences.push_back(what + ": " + fault);
+    }
+}
+
+void addFaultsOfRoutes(const std::string& name, const ConfiguredInterface& iface, const LiveState& live,
+                       Sentences& sentences)
+{
+    const auto subnets = subnetsOf(name, iface, live);
+    for (const auto& route : iface.routes) {
+        const bool isUnderstood = canonicalNetwork(route.destination) && isCanonicalAddress(route.gateway);
+        const bool isKnown = !iface.dhcp || !subnets.empty();
+        if (!isUnderstood) {
+            sentences.push_back("the route to " + route.destination + " via " + route.gateway +
+                                ": systemd-networkd does not understand it");
+        } else if (isKnown && !isReached(subnets, addressBits(route.gateway))) {
+            sentences.push_back("the gateway " + route.gateway + " of the route to " + route.destination +
+                                " is not reached over " + name);
+        }
+    }
+}
+
+/// "~" before it makes resolved ask for names below it without completing others by it.
+bool isSearchDomain(std::string domain)
+{
+    domain.erase(0, domain.find_first_not_of('~'));
+    if (domain == ".") {
+        return true;
+    }
+    if (!domain.empty() && domain.back() == '.') {
+        domain.pop_back();
+    }
+    if (domain.empty() || domain.size() > 253 || iphelper::isValidIp(domain)) {
+        return false;
+    }
+    std::size_t length = 0; // of the label
+    for (const char character : domain + '.') {
+        const bool isEnd = character == '.';
+        const auto byte = static_cast<unsigned char>(character);
+        const bool isGood = byte >= 0x80 || byte == '-' || byte == '_' || (byte >= '0' && byte <= '9') ||
+                            (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z');
+        if (isEnd ? length == 0 : !isGood || length == 63) {
+            return false;
+        }
+        length = isEnd ? 0 : length + 1;
+    }
+    return true;
+}
+
+void addOverlaps(const Configuration& configuration, const LiveState& live, Sentences& sentences)
+{
+    for (auto one = configuration.interfaces.begin(); one != configuration.interfaces.end(); ++one) {
+        for (auto other = std::next(one); other != configuration.interfaces.end(); ++other) {
+            for (const auto& left : subnetsOf(one->first, one->second, live)) {
+                for (const auto& right : subnetsOf(other->first, other->second, live)) {
+                    if (overlap(left, right)) {
+                        sentences.push_back(one->first + " (" + left.text + ") and " + other->first + " (" +
+                                            right.text + ") would be in one subnet");
+                    }
+                }
+            }
+        }
+    }
+}
+
+} // namespace
+
+std::vector<std::string> concernsOf(const Configuration& configuration, const LiveState& live,
+                                    const std::string& advice)
+{
+    Sentences sentences;
+    for (const auto& [name, iface] : configuration.interfaces) {
+        addFaultsOfAddresses(name, iface, sentences);
+        addFaultsOfRoutes(name, iface, live, sentences);
+        addFaultsOfGateway(name, configuration, live, advice, sentences);
+    }
+    addOverlaps(configuration, live, sentences);
+    for (const auto& domain : configuration.searchDomains) {
+        if (!isSearchDomain(domain)) {
+            sentences.push_back("'" + printable(domain) + "' is no search domain");
+        }
+    }
+    return sentences;
+}
+
+std::vector<std::string> misreadRoutes(const Configuration& configuration)
+{
+    Sentences sentences;
+    for (const auto& [name, iface] : configuration.interfaces) {
+        for (const auto& route : iface.routes) {
+            if (withoutLength(route.destination) == "0.0.0.0") {
+                sentences.push_back("the route to " + route.destination + " of " + name +
+                                    " begins as the default route does: the live gateway is misread from it");
+            }
+        }
+    }
+    return sentences;
+}
+
+} // namespace networkhost

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "../device/IDevice.h"
+#include "Plan.h"
+
+#include <string>
+#include <vector>
+
+/// Whether systemd-networkd and systemd-resolved are there to apply the settings, in sentences with what to do.
+/// Thread-safe.
+namespace networkhost {
+
+/// What `systemctl show` prints of Id, LoadState, UnitFileState and ActiveState.
+std::vector<DaemonState> parseDaemonStates(const std::string& output);
+
+/// Why the daemon will not be there after a reboot: masked, not enabled, not installed. Empty when it will.
+std::string bootFaultOf(const DaemonState& daemon);
+
+/// Why it is not there now: failed, not running. Empty when it is, or is masked or not installed.
+std::string presentFaultOf(const DaemonState& daemon);
+
+/// Both, as far as there are any.
+std::vector<std::string> faultsOf(const DaemonState& daemon);
+
+/// Those of the daemons that read the plan's files.
+std::vector<DaemonState> daemonsOf(IDevice& device, const Plan& plan);
+
+/// What would keep them from applying the plan's files after a reboot. Empty also when systemd cannot be asked.
+std::vector<std::string> daemonFaults(IDevice& device, const Plan& plan);
+
+} // namespace networkhost

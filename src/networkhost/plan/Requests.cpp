@@ -1,0 +1,364 @@
+// SPDX-License-Identifier: MIT
+#include "networkhost/plan/Requests.h"
+
+#include "base/IpHelper.h"
+#include "networkhost/plan/PlanningSystem.h"
+#include "networkhost/plan/Settings.h"
+#include "networkhost/state/Backend.h"
+#include "networkhost/state/Configuration.h"
+#include "networkhost/state/Missing.h"
+#include "networkhost/text/Addresses.h"
+#include "networkhost/text/Checks.h"
+#include "networkmanager/BuiltInInterfaces.h"
+#include "networkmanager/NetworkManagerImpl.h"
+#include "networkmanager/RequestStatus.h"
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <boost/algorithm/string/join.hpp>
+
+namespace networkhost {
+
+using velbase2::nsa::common::IpSettings;
+namespace iphelper = velbase2::system::iphelper;
+
+namespace {
+
+using Manager = networkmanager::detail::NetworkManagerImpl<Backend>;
+
+constexpr const char* kBothTogether = "give the address and the gateway together";
+constexpr const char* kNoGateway = "0.0.0.0"; // stands for none
+
+Plan refusedPlan(const std::string& title, const std::string& reason, const std::string& status = {})
+{
+    Plan plan;
+    plan.title = title;
+    plan.outcome = refused(reason, status);
+    return plan;
+}
+
+Plan unknownInterface(const std::string& title, const std::string& interfaceName)
+{
+    return refusedPlan(title, "there is no managed interface '" + printable(interfaceName) + "'",
+                       networkmanager::status::kInternalError);
+}
+
+/// The request as velnetctl's command.
+std::string titleOf(const std::vector<std::string>& words)
+{
+    std::string title;
+    for (const auto& word : words) {
+        title += (title.empty() || word.empty() ? "" : " ") + printable(word);
+    }
+    return title;
+}
+
+using Operation = std::function<bool(Manager& manager, PlanningSystem& system)>;
+
+/// Runs the operation of a manager that is not started. `reason` serves where the library gives none. Does not judge.
+Plan makePlan(IDevice& device, const std::string& title, const Operation& operation, const std::string& reason = {})
+{
+    Plan plan;
+    plan.title = title;
+    const Backend backend(device.files());
+    auto owned = std::make_unique<PlanningSystem>(device, plan);
+    auto& system = *owned;
+    Manager manager(backend, std::move(owned));
+    auto& outcome = plan.outcome;
+    manager.getSignals().requestStatus.connect([&outcome](const std::string& status) { outcome.status = status; });
+    outcome.isDone = operation(manager, system);
+    if (!outcome.isDone) {
+        outcome.reason = textOf(outcome.failures);
+        if (outcome.reason.empty()) {
+            const bool isSilent = outcome.status.empty() || outcome.status == networkmanager::status::kInternalError;
+            outcome.reason = isSilent ? reason : outcome.status;
+        }
+        plan.files.clear();
+        plan.preparations.clear();
+        plan.activations.clear();
+    }
+    return plan;
+}
+
+/// What is doubtful about the plan, and a trial that forbids it.
+Plan judged(IDevice& device, Plan plan, const std::string& advice = {})
+{
+    if (plan.outcome.isDone) {
+        judge(device, plan, advice);
+    }
+    refuseDuringTrial(device, plan);
+    return plan;
+}
+
+/// Whether the library takes a prefix length with a text behind it, or before it, which the daemons ignore.
+bool hasOddLength(const std::string& destination)
+{
+    const auto slash = destination.find('/');
+    return slash != std::string::npos && !faultOfPrefixLength(destination.substr(slash + 1)).empty() &&
+           networkmanager::checkValidRoute(destination);
+}
+
+/// What the daemons would ignore although the library takes it; empty for nothing.
+std::string faultOfLengths(const std::string& routes)
+{
+    try {
+        for (const auto& route : networkmanager::extract(routes)) {
+            if (hasOddLength(route.destination)) {
+                return "Invalid route format: " + route.destination + ": " + faultOfDestination(route.destination);
+            }
+        }
+    } catch (const std::logic_error&) {
+        return {}; // the library says why
+    }
+    return {};
+}
+
+/// The routes with their addresses in canonical text: the daemons ignore some that the library accepts.
+std::string canonicalRoutes(const std::string& routes)
+{
+    std::string canonical;
+    try {
+        for (const auto& route : networkmanager::extract(routes)) {
+            if (!faultOfDestination(route.destination).empty() || !faultOfAddress(route.gateway).empty()) {
+                return routes; // to be refused in the library's words
+            }
+            const auto slash = std::min(route.destination.find('/'), route.destination.size());
+            canonical += (canonical.empty() ? "dst=" : " dst=") +
+                         iphelper::cleanupIP(route.destination.substr(0, slash)) + route.destination.substr(slash) +
+                         " gw=" + iphelper::cleanupIP(route.gateway);
+        }
+    } catch (const std::logic_error&) {
+        return routes;
+    }
+    return canonical;
+}
+
+/// The texts of a refused route end in what was refused.
+std::string faultOfRoutes(const std::string& status)
+{
+    const auto rest = [&status](const std::string& prefix) {
+        return status.rfind(prefix, 0) == 0 ? std::optional(status.substr(prefix.size())) : std::nullopt;
+    };
+    if (const auto destination = rest("Invalid route format: ")) {
+        return faultOfDestination(*destination);
+    }
+    const auto gateway = rest("Invalid gateway format: ");
+    return gateway ? faultOfAddress(*gateway) : std::string();
+}
+
+bool isConfiguredGateway(const IFiles& files, const std::string& gateway)
+{
+    const auto configuration = readConfiguration(files);
+    const auto& configured = configuration.interfaces.at(gatewayInterface());
+    return configured.dhcp || configured.gateway == gateway;
+}
+
+/// The interface that takes its settings by DHCP, and with them the gateway.
+std::string dhcpInterface(IDevice& device)
+{
+    for (const auto& [name, iface] : networkmanager::EthernetInterfaces().interfaces) {
+        if (device.system().getDhcpUsed(iface)) {
+            return name;
+        }
+    }
+    return {};
+}
+
+/// The one to keep: as live, or without one, as with the cable out, as configured.
+std::string presentGateway(IDevice& device, const ConfiguredInterface& configured)
+{
+    const auto live = device.system().getGateway();
+    return live.empty() ? configured.gateway : live;
+}
+
+std::string titleOf(const std::string& interfaceName, const IpSettings& settings)
+{
+    return titleOf({"set-ip", interfaceName, settings.dhcp ? "dhcp" : withPrefixLength(settings.ip, settings.mask),
+                    settings.gateway.empty() ? "" : "--gateway " + settings.gateway});
+}
+
+std::string adviceFor(const IpSettings& settings)
+{
+    return settings.gateway.empty() ? kBothTogether : "";
+}
+
+Plan unjudgedIpPlan(IDevice& device, const std::string& interfaceName, const IpSettings& settings,
+                    const std::string& title)
+{
+    if (const auto fault = faultOfSettings(settings); !fault.empty()) {
+        return refusedPlan(title, fault, networkmanager::status::kInvalidIpOrMask);
+    }
+    const auto configuration = readConfiguration(device.files());
+    const auto configured = configuration.interfaces.find(interfaceName);
+    if (configured == configuration.interfaces.end()) {
+        return unknownInterface(title, interfaceName);
+    }
+    if (!settings.gateway.empty()) {
+        if (const auto fault = faultOfAddress(settings.gateway); !fault.empty()) {
+            return refusedPlan(title, fault, networkmanager::status::kInvalidIpOrMask);
+        }
+        if (settings.dhcp || interfaceName != gatewayInterface()) {
+            return refusedPlan(title, settings.dhcp ? "with DHCP, the gateway comes with the lease"
+                                                    : interfaceName + " does not hold the default gateway");
+        }
+    }
+    auto canonical = settings;
+    canonical.gateway.clear();
+    if (!settings.dhcp) {
+        canonical.ip = iphelper::cleanupIP(settings.ip);
+        canonical.mask = iphelper::cleanupIP(settings.mask);
+    }
+    const auto gateway =
+        settings.gateway.empty() ? presentGateway(device, configured->second) : iphelper::cleanupIP(settings.gateway);
+    const auto written = gateway == kNoGateway ? std::string() : gateway;
+    const bool isOtherGateway = !settings.gateway.empty() && written != configured->second.gateway;
+    const auto operation = [&](Manager& manager, PlanningSystem& system) {
+        system.setGateway(written);
+        // The cell holds what the file says. The library takes an equal request for done, and so it is only when the
+        // daemons have it.
+        if (isOtherGateway || !missing(onlyInterface(configuration, interfaceName), readLiveState(device)).empty()) {
+            manager.getInterfaces().at(interfaceName).ipSettings.assign_and_signal(IpSettings());
+        }
+        return manager.setIp(interfaceName, canonical);
+    };
+    return makePlan(device, title, operation, interfaceName + " is absent: it has no MAC address");
+}
+
+} // namespace
+
+Plan planIp(IDevice& device, const std::string& interfaceName, const IpSettings& settings)
+{
+    return judged(device, unjudgedIpPlan(device, interfaceName, settings, titleOf(interfaceName, settings)),
+                  adviceFor(settings));
+}
+
+Plan planIp(IDevice& device, const std::string& interfaceName, const IpSettings& settings,
+            const std::vector<std::string>& dnsServers)
+{
+    const auto title = titleOf({titleOf(interfaceName, settings), "--dns",
+                                dnsServers.empty() ? "none" : boost::algorithm::join(dnsServers, " ")});
+    std::vector<std::string> servers;
+    for (const auto& server : dnsServers) {
+        if (const auto fault = faultOfAddress(server); !fault.empty()) {
+            return refusedPlan(title, fault);
+        }
+        servers.push_back(iphelper::cleanupIP(server));
+    }
+    auto plan = unjudgedIpPlan(device, interfaceName, settings, title);
+    if (!plan.outcome.isDone && !plan.outcome.isNothingToChange()) {
+        return plan;
+    }
+    if (const auto reason = addDnsServers(device, servers, plan); !reason.empty()) {
+        return refusedPlan(title, reason);
+    }
+    if (!plan.files.empty()) {
+        plan.outcome = {};
+        plan.outcome.isDone = true;
+        plan.outcome.status = networkmanager::status::kOk;
+    }
+    return judged(device, std::move(plan), adviceFor(settings));
+}
+
+Plan planGateway(IDevice& device, const std::string& gateway)
+{
+    const auto title = titleOf({"set-gateway", gateway});
+    if (const auto fault = faultOfAddress(gateway); !fault.empty()) {
+        return refusedPlan(title, fault, networkmanager::status::kInvalidIpOrMask);
+    }
+    const auto address = iphelper::cleanupIP(gateway);
+    const std::string reason = "the request was refused";
+    auto plan = makePlan(
+        device, title, [&](Manager& manager, PlanningSystem&) { return manager.setGateway(address); }, reason);
+    if (plan.outcome.isNothingToChange() && !isConfiguredGateway(device.files(), address)) {
+        const auto operation = [&](Manager& manager, PlanningSystem& system) {
+            system.ignoreGateway(); // whatever it is, it is to be written
+            return manager.setGateway(address);
+        };
+        plan = makePlan(device, title, operation, reason);
+    }
+    if (plan.outcome.status == networkmanager::status::kGatewayFromDhcp) {
+        const auto name = dhcpInterface(device);
+        plan.outcome.reason += " " + name + " uses DHCP: give " + name + " a static address first (set-ip)";
+    }
+    return judged(device, std::move(plan), kBothTogether);
+}
+
+Plan planDnsServer(IDevice& device, const std::string& address, unsigned int index)
+{
+    const auto title = titleOf({"set-dns", std::to_string(index), address});
+    if (const auto fault = faultOfAddress(address); !fault.empty()) {
+        return refusedPlan(title, fault);
+    }
+    return judged(device, makePlan(device, title, [&](Manager& manager, PlanningSystem&) {
+                      return manager.setDnsServer(iphelper::cleanupIP(address), index);
+                  }));
+}
+
+Plan planDnsDomain(IDevice& device, const std::string& domain)
+{
+    const auto title = titleOf({"set-domain", domain});
+    if (const auto fault = faultOfText(domain); !fault.empty()) {
+        return refusedPlan(title, fault);
+    }
+    return judged(device, makePlan(device, title,
+                                   [&](Manager& manager, PlanningSystem&) { return manager.setDnsDomain(domain); }));
+}
+
+Plan planRoutes(IDevice& device, const std::string& interfaceName, const std::string& routes)
+{
+    const auto title = titleOf({"set-routes", interfaceName, routes});
+    if (const auto fault = faultOfText(routes, true); !fault.empty()) {
+        return refusedPlan(title, fault);
+    }
+    try {
+        auto plan = judged(device, makePlan(device, title, [&](Manager& manager, PlanningSystem&) {
+                               return manager.setRoutes(interfaceName, canonicalRoutes(routes));
+                           }));
+        if (const auto fault = faultOfRoutes(plan.outcome.status); !fault.empty()) {
+            plan.outcome.reason += ": " + fault;
+        }
+        if (const auto fault = faultOfLengths(routes); !fault.empty()) {
+            plan.concerns = {fault};
+        }
+        return plan;
+    } catch (const std::out_of_range& error) {
+        const bool isUnknown = error.what() == std::string("map::at");
+        return isUnknown ? unknownInterface(title, interfaceName)
+                         : refusedPlan(title, "a route without \"gw=\", or a prefix length out of range");
+    }
+}
+
+Outcome setIp(IDevice& device, const std::string& interfaceName, const IpSettings& settings,
+              const ApplyOptions& options)
+{
+    return apply(device, planIp(device, interfaceName, settings), options);
+}
+
+Outcome setGateway(IDevice& device, const std::string& gateway, const ApplyOptions& options)
+{
+    return apply(device, planGateway(device, gateway), options);
+}
+
+Outcome setDnsServer(IDevice& device, const std::string& address, unsigned int index, const ApplyOptions& options)
+{
+    return apply(device, planDnsServer(device, address, index), options);
+}
+
+Outcome setDnsDomain(IDevice& device, const std::string& domain, const ApplyOptions& options)
+{
+    return apply(device, planDnsDomain(device, domain), options);
+}
+
+Outcome setRoutes(IDevice& device, const std::string& interfaceName, const std::string& routes,
+                  const ApplyOptions& options)
+{
+    return apply(device, planRoutes(device, interfaceName, routes), options);
+}
+
+} // namespace networkhost

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "../device/IFiles.h"
+#include "../plan/Outcome.h"
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace networkhost {
+
+// Addresses and networks stand here in canonical text, with prefix length where there is one. A text that the daemons
+// ignore for its notation ("192.168.50.007") stays as it is written: it never becomes live, and people can see why.
+
+/// A static route.
+struct Route
+{
+    std::string destination; // "10.1.0.0/16"
+    std::string gateway;     // "192.168.50.2"
+};
+
+bool operator==(const Route& left, const Route& right);
+inline bool operator!=(const Route& left, const Route& right)
+{
+    return !(left == right);
+}
+
+/// What the files of one interface ask systemd-networkd for. IPv4 only.
+struct ConfiguredInterface
+{
+    std::vector<std::string> addresses; // static ones: "192.168.50.20/24"
+    bool dhcp = false;                  // an address by DHCP as well
+    std::string gateway;                // of a default route; empty for none
+    std::vector<Route> routes;          // the others that have a gateway
+};
+
+/// What the files of the device ask for.
+struct Configuration
+{
+    std::map<std::string, ConfiguredInterface> interfaces; // by name
+    std::vector<std::string> dnsServers;                   // of systemd-resolved itself, not of leases
+    std::vector<std::string> searchDomains;
+};
+
+/// The name of the interface into whose file the default gateway is written.
+std::string gatewayInterface();
+
+bool operator==(const ConfiguredInterface& left, const ConfiguredInterface& right);
+bool operator==(const Configuration& left, const Configuration& right);
+
+/// Reads what is configured now, as the daemons would read it. A file that cannot be read asks for nothing.
+Configuration readConfiguration(const IReadableFiles& files);
+
+/// The files of the configuration that are there and cannot be read.
+std::vector<Failure> unreadFiles(const IReadableFiles& files);
+
+/// What is configured for that interface alone, or for systemd-resolved alone.
+Configuration onlyInterface(const Configuration& configuration, const std::string& interfaceName);
+Configuration onlyResolver(const Configuration& configuration);
+
+} // namespace networkhost

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: MIT
+#include "networkhost/state/LiveState.h"
+
+#include "base/Paths.h"
+#include "networkhost/state/DaemonFile.h"
+#include "networkhost/text/Addresses.h"
+#include "networkmanager/BuiltInInterfaces.h"
+#include "networkmanager/system/Helper.h"
+
+#include <sstream>
+
+namespace networkhost {
+
+namespace helper = networkmanager::helper;
+namespace paths = velbase2::system::paths;
+
+namespace {
+
+std::string readText(const IFiles& files, const std::string& path)
+{
+    std::string text;
+    files.read(path, text);
+    return text;
+}
+
+Lease readLease(IDevice& device, const std::string& interfaceName)
+{
+    const auto index = device.system().readFile(paths::kInterfaceStates + interfaceName + "/ifindex");
+    Lease lease;
+    std::istringstream lines(readText(device.files(), paths::kLeases + index));
+    std::string line;
+    while (std::getline(lines, line)) {
+        const auto separator = line.find('=');
+        const auto key = line.substr(0, separator);
+        const auto words = wordsOf(separator == std::string::npos ? "" : line.substr(separator + 1));
+        if (key == "DNS") {
+            lease.dnsServers = words;
+        } else if (key == "ADDRESS" && !words.empty()) {
+            lease.address = words.front();
+        } else if (key == "ROUTER" && !words.empty()) {
+            lease.router = words.front();
+        }
+    }
+    return lease;
+}
+
+/// The rows of the kernel's table that lead through the interface to a gateway.
+std::vector<Route> routesOf(const std::string& table, const std::string& interfaceName)
+{
+    std::vector<Route> routes;
+    std::istringstream rows(table);
+    std::string row;
+    while (std::getline(rows, row)) {
+        std::istringstream fields(row);
+        std::string name;
+        std::string destination;
+        std::string gateway;
+        std::string skipped;
+        std::string mask;
+        fields >> name >> destination >> gateway >> skipped >> skipped >> skipped >> skipped >> mask;
+        const Route route{withPrefixLength(helper::hex2ip(destination), helper::hex2ip(mask)), helper::hex2ip(gateway)};
+        if (name == interfaceName && route.gateway != "0.0.0.0" && route.destination != "0.0.0.0/0") {
+            routes.push_back(route);
+        }
+    }
+    return routes;
+}
+
+void readResolver(const IFiles& files, LiveState& live)
+{
+    std::istringstream lines(readText(files, paths::kResolverState));
+    std::string line;
+    while (std::getline(lines, line)) {
+        const auto words = wordsOf(line);
+        for (std::size_t i = 1; i < words.size(); ++i) {
+            if (words.front() == "nameserver") {
+                live.dnsServers.push_back(words[i]);
+            } else if (words.front() == "search" && words[i] != ".") { // the root stands for none
+                live.searchDomains.push_back(words[i]);
+            }
+        }
+    }
+}
+
+} // namespace
+
+LiveState readLiveState(IDevice& device)
+{
+    LiveState live;
+    const auto& system = device.system();
+    const auto table = readText(device.files(), paths::kRouteTable);
+    for (const auto& builtIn : networkmanager::kBuiltInInterfaces) {
+        auto& iface = live.interfaces[builtIn.name];
+        iface.isPresent = !system.getMacAddress(builtIn.name).empty();
+        iface.hasLink = system.getLink(builtIn.name);
+        iface.addresses = system.getAddresses(builtIn.name);
+        iface.lease = readLease(device, builtIn.name);
+        iface.routes = routesOf(table, builtIn.name);
+    }
+    live.gateway = system.getGateway();
+    readResolver(device.files(), live);
+    return live;
+}
+
+} // namespace networkhost

@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: MIT
+#include "networkhost/state/Missing.h"
+
+#include "networkhost/state/Wait.h"
+#include "networkhost/text/Addresses.h"
+
+#include <algorithm>
+
+namespace networkhost {
+namespace {
+
+template <class List, class X>
+bool holds(const List& list, const X& value)
+{
+    return std::find(list.begin(), list.end(), value) != list.end();
+}
+
+std::vector<std::string> liveAddresses(const LiveInterface& live)
+{
+    std::vector<std::string> addresses;
+    for (const auto& entry : live.addresses) {
+        if (entry.family == velbase2::nsa::common::enums::IpAddressFamily::IPv4) {
+            addresses.push_back(withPrefixLength(entry.address, entry.mask));
+        }
+    }
+    return addresses;
+}
+
+std::string withoutPrefixLength(const std::string& address)
+{
+    return address.substr(0, address.find('/'));
+}
+
+bool isLinkLocal(const std::string& address)
+{
+    return address.rfind("169.254.", 0) == 0;
+}
+
+Missing missingAddress(const std::string& name, const ConfiguredInterface& wanted, const LiveInterface& live,
+                       const ConfiguredInterface* before)
+{
+    const auto present = liveAddresses(live);
+    for (const auto& address : wanted.addresses) {
+        if (!holds(present, address)) {
+            return "the address " + withoutPrefixLength(address) + " of " + name;
+        }
+    }
+    const auto isLeased = [&live](const std::string& address) {
+        return !live.lease.address.empty() && withoutPrefixLength(address) == live.lease.address;
+    };
+    // Not any address: right after the change from a static one, that one is still there.
+    if (wanted.dhcp && std::none_of(present.begin(), present.end(), isLeased)) {
+        return "an address of " + name + " by DHCP";
+    }
+    // The first one is what the interface counts as having: an older one before it is about to go.
+    const auto isWanted = [&](const std::string& address) {
+        return holds(wanted.addresses, address) || (wanted.dhcp && isLeased(address));
+    };
+    const auto first = std::find_if_not(present.begin(), present.end(), isLinkLocal);
+    const bool asksForOne = wanted.dhcp || !wanted.addresses.empty();
+    if (asksForOne && first != present.end() && !isWanted(*first)) {
+        return "the removal of the address " + withoutPrefixLength(*first) + " of " + name;
+    }
+    for (const auto& address : before != nullptr ? before->addresses : std::vector<std::string>()) {
+        if (holds(present, address) && !isWanted(address)) {
+            return "the removal of the address " + withoutPrefixLength(address) + " of " + name;
+        }
+    }
+    return {};
+}
+
+Missing missingDefaultRoute(const ConfiguredInterface& wanted, const LiveInterface& live, const std::string& gateway,
+                            bool mustBeGone)
+{
+    const auto expected = wanted.gateway.empty() && wanted.dhcp ? live.lease.router : wanted.gateway;
+    if (gateway == expected || (expected.empty() && !mustBeGone)) {
+        return {};
+    }
+    return expected.empty() ? "the removal of the default route" : "the default route via " + expected;
+}
+
+Missing missingRoute(const ConfiguredInterface& wanted, const LiveInterface& live, const ConfiguredInterface* before)
+{
+    const auto text = [](const Route& route) { return "the route " + route.destination + " via " + route.gateway; };
+    for (const auto& route : wanted.routes) {
+        if (!holds(live.routes, route)) {
+            return text(route);
+        }
+    }
+    for (const auto& route : before != nullptr ? before->routes : std::vector<Route>()) {
+        if (!holds(wanted.routes, route) && holds(live.routes, route)) {
+            return "the removal of " + text(route);
+        }
+    }
+    return {};
+}
+
+Missing missingOfInterface(const std::string& name, const ConfiguredInterface& wanted, const LiveState& state,
+                           const ConfiguredInterface* before)
+{
+    const auto& live = state.interfaces.at(name);
+    if (!live.isPresent) {
+        return "the interface " + name;
+    }
+    auto answer = missingAddress(name, wanted, live, before);
+    if (answer.empty() && name == gatewayInterface()) {
+        // One that no file asked for may be somebody's own.
+        const bool mustBeGone = before != nullptr && (before->dhcp || !before->gateway.empty());
+        answer = missingDefaultRoute(wanted, live, state.gateway, mustBeGone);
+    }
+    return answer.empty() ? missingRoute(wanted, live, before) : answer;
+}
+
+/// As resolved shows it: without the dot at its end. Empty for a domain that only routes queries.
+std::string searchedDomain(std::string domain)
+{
+    if (domain.size() > 1 && domain.back() == '.') {
+        domain.pop_back();
+    }
+    return domain.empty() || domain.front() == '~' || domain == "." ? std::string() : domain;
+}
+
+Missing missingOfResolver(const Configuration& wanted, const LiveState& live,
+                          const std::optional<Configuration>& before)
+{
+    for (const auto& server : wanted.dnsServers) {
+        if (!holds(live.dnsServers, server)) {
+            return "the nameserver " + server;
+        }
+    }
+    for (const auto& domain : wanted.searchDomains) {
+        if (const auto searched = searchedDomain(domain); !searched.empty() && !holds(live.searchDomains, searched)) {
+            return "the search domain " + searched;
+        }
+    }
+    const auto isLeased = [&live](const std::string& server) {
+        return std::any_of(live.interfaces.begin(), live.interfaces.end(),
+                           [&](const auto& entry) { return holds(entry.second.lease.dnsServers, server); });
+    };
+    for (const auto& server : before ? before->dnsServers : std::vector<std::string>()) {
+        if (!holds(wanted.dnsServers, server) && holds(live.dnsServers, server) && !isLeased(server)) {
+            return "the removal of the nameserver " + server;
+        }
+    }
+    for (const auto& domain : before ? before->searchDomains : std::vector<std::string>()) {
+        const auto searched = searchedDomain(domain);
+        if (!holds(wanted.searchDomains, domain) && holds(live.searchDomains, searched)) {
+            return "the removal of the search domain " + searched;
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+Missing missing(const Configuration& wanted, const LiveState& live, const std::optional<Configuration>& before)
+{
+    for (const auto& [name, iface] : wanted.interfaces) {
+        const bool isKnown = before && before->interfaces.count(name) > 0;
+        auto answer = missingOfInterface(name, iface, live, isKnown ? &before->interfaces.at(name) : nullptr);
+        if (!answer.empty()) {
+            return answer;
+        }
+    }
+    return missingOfResolver(wanted, live, before);
+}
+
+Missing waitUntilLive(IDevice& device, const Configuration& wanted, std::chrono::milliseconds limit,
+                      const std::optional<Configuration>& before)
+{
+    Missing answer;
+    waitUntil(device, limit, [&] {
+        answer = missing(wanted, readLiveState(device), before);
+        return answer.empty();
+    });
+    return answer;
+}
+
+} // namespace networkhost

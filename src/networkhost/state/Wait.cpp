@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+#include "networkhost/state/Wait.h"
+
+#include <algorithm>
+
+namespace networkhost {
+
+using std::chrono::milliseconds;
+
+namespace {
+
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): a wait lies deep below its caller
+thread_local IWaiting* theWaiting = nullptr;
+
+/// Tells of one wait, unless there is nobody to be told.
+class ToldWait
+{
+public:
+    ToldWait()
+    {
+        if (theWaiting != nullptr) {
+            theWaiting->begin();
+        }
+    }
+    ToldWait(const ToldWait&) = delete;
+    ToldWait& operator=(const ToldWait&) = delete;
+    ~ToldWait()
+    {
+        if (theWaiting != nullptr) {
+            theWaiting->end();
+        }
+    }
+};
+
+} // namespace
+
+void setWaiting(IWaiting* waiting)
+{
+    theWaiting = waiting;
+}
+
+bool isBrokenOff()
+{
+    return theWaiting != nullptr && theWaiting->isBrokenOff();
+}
+
+void waitUntil(IDevice& device, milliseconds limit, const std::function<bool()>& isOver)
+{
+    constexpr milliseconds kBetweenLooks(10); // when much changes; leaves the processor to the daemons
+    constexpr milliseconds kWithoutHints(20);
+    constexpr milliseconds kSlow(1000); // between looks, for what has no event
+    const auto step = theWaiting == nullptr ? kSlow : kSlow / 10;
+    const auto start = device.now();
+    const auto left = [&] { return limit - (device.now() - start); };
+    if (isOver()) {
+        return;
+    }
+    const ToldWait told;
+    const auto hints = device.openHints(); // before the next look: nothing that changes after it is missed
+    auto look = start;
+    for (bool isDue = true; !(isDue && isOver()) && left() > milliseconds(0) && !isBrokenOff();) {
+        look = isDue ? device.now() : look;
+        if (!hints) {
+            device.pause(std::min(kWithoutHints, left()));
+            isDue = true;
+        } else if (hints->take(std::min(step, left()))) {
+            device.pause(std::min(kBetweenLooks, left()));
+            hints->take(milliseconds(0));
+            hints->renew();
+            isDue = true;
+        } else {
+            isDue = device.now() - look >= kSlow || left() <= milliseconds(0);
+        }
+    }
+}
+
+} // namespace networkhost

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "../device/IDevice.h"
+
+#include <chrono>
+#include <functional>
+
+namespace networkhost {
+
+/// Returns when isOver() is true, the limit is over, or it is broken off. It is asked at once, and whenever something
+/// may have changed.
+void waitUntil(IDevice& device, std::chrono::milliseconds limit, const std::function<bool()>& isOver);
+
+/// Learns of the waits of a thread, and may break them off.
+class IWaiting
+{
+public:
+    virtual ~IWaiting() = default;
+
+    virtual void begin() = 0;
+    virtual void end() = 0;
+    virtual bool isBrokenOff() = 0;
+};
+
+/// For the waits of this thread from here on; nullptr for none.
+void setWaiting(IWaiting* waiting);
+
+/// Whether the waits of this thread are broken off.
+bool isBrokenOff();
+
+} // namespace networkhost

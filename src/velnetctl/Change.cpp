@@ -1,0 +1,312 @@
+// SPDX-License-Identifier: MIT
+#include "Change.h"
+
+#include "PlanText.h"
+#include "Progress.h"
+#include "Text.h"
+#include "Trial.h"
+#include "base/FileDescriptor.h"
+#include "base/IpHelper.h"
+#include "base/ReadFile.h"
+#include "networkhost/change/Apply.h"
+#include "networkhost/change/Trial.h"
+#include "networkhost/plan/Requests.h"
+#include "networkhost/plan/Settings.h"
+#include "networkhost/state/Configuration.h"
+#include "networkhost/state/LiveState.h"
+#include "networkhost/state/Missing.h"
+#include "networkhost/state/Text.h"
+#include "networkhost/text/Checks.h"
+#include "networkmanager/RequestStatus.h"
+#include "networkmanager/system/Helper.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cerrno>
+#include <filesystem>
+#include <system_error>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace velnetctl {
+
+using networkhost::Configuration;
+using networkhost::Outcome;
+using networkhost::Plan;
+using velbase2::nsa::common::IpSettings;
+namespace iphelper = velbase2::system::iphelper;
+
+namespace {
+
+constexpr const char* kNone = "none";
+constexpr const char* kNoAddress = "0.0.0.0";
+constexpr auto kTimeToSettle = std::chrono::seconds(3);
+
+/// A change of the gateway while an address is away would lose it: it is read from the live state.
+void settle(Session& session, const std::string& interfaceName)
+{
+    auto configured = onlyInterface(networkhost::readConfiguration(session.device.files()), interfaceName);
+    configured.interfaces.at(interfaceName).routes.clear();              // no change reads them
+    const bool hasLink = session.device.system().getLink(interfaceName); // without it, nothing comes
+    const auto lacking =
+        networkhost::waitUntilLive(session.device, configured, hasLink ? kTimeToSettle : std::chrono::seconds(0));
+    if (!lacking.empty()) {
+        warn(session, "the live state lacks " + lacking + ", which is configured");
+    }
+}
+
+/// True unless the request was refused or failed.
+bool reportChange(Session& session, const Outcome& outcome)
+{
+    if (!outcome.isDone && !outcome.isNothingToChange()) {
+        printFailure(session, outcome);
+        return false;
+    }
+    const bool isSilent = outcome.status.empty(); // the library emits nothing for DNS
+    session.output << (isSilent ? networkmanager::status::kOk : outcome.status) << std::endl;
+    for (const auto& note : outcome.notes) {
+        warn(session, note);
+    }
+    return true;
+}
+
+std::string shownBy(const networkhost::LiveState& live)
+{
+    std::string text;
+    for (const auto& [name, iface] : live.interfaces) {
+        const auto settings = networkmanager::helper::getIpSettingsWithFirstIpv4(iface.addresses);
+        text += name + ' ' + networkhost::toText(settings) + ", ";
+    }
+    return text + "gateway " + networkhost::toText(live.gateway);
+}
+
+/// On a terminal, tells each second what it waits for.
+networkhost::Missing waitShowing(Session& session, const Configuration& wanted, std::chrono::milliseconds wait,
+                                 const Configuration& before)
+{
+    auto& device = session.device;
+    if (!takesEscapes()) {
+        return networkhost::waitUntilLive(device, wanted, wait, before);
+    }
+    constexpr std::chrono::milliseconds kSecond(1000);
+    Progress progress(session);
+    const auto end = device.now() + wait;
+    for (;;) {
+        auto lacking = networkhost::waitUntilLive(device, wanted, std::min(end - device.now(), kSecond), before);
+        const auto left = end - device.now();
+        if (lacking.empty() || left <= std::chrono::milliseconds(0)) {
+            return lacking;
+        }
+        progress.show(lacking, left);
+    }
+}
+
+bool awaitEffect(Session& session, Seconds wait, const Plan& plan, const Configuration& before)
+{
+    if (!wait) {
+        return true;
+    }
+    const auto wanted = concernedBy(plan, networkhost::readConfiguration(session.device.files()));
+    const auto lacking = waitShowing(session, wanted, *wait, concernedBy(plan, before));
+    if (!lacking.empty()) {
+        fail(session, "after " + std::to_string(wait->count()) + " s the live state still lacks " + lacking +
+                          "; it shows " + shownBy(networkhost::readLiveState(session.device)));
+    }
+    return lacking.empty();
+}
+
+bool carryOut(Session& session, const Plan& plan, const ChangeOptions& options)
+{
+    for (const auto& warning : plan.warnings) {
+        warn(session, warning);
+    }
+    if (options.dryRun) {
+        printPlan(session, plan, options.json);
+    }
+    if (!plan.outcome.isDone) {
+        return (options.dryRun && plan.outcome.isNothingToChange()) || reportChange(session, plan.outcome);
+    }
+    // Once the previous settings are back with the daemons, another change may follow: the library sees to it.
+    if (const auto trial = trialState(session.device); !options.dryRun && trial.isPending() && !trial.isRestored) {
+        wakeGuard(session.device);
+        fail(session, trial.text());
+        return false;
+    }
+    if (!options.force && !plan.concerns.empty()) {
+        for (const auto& concern : plan.concerns) {
+            fail(session, concern);
+        }
+        fail(session, "nothing is changed; --force does it all the same");
+        return false;
+    }
+    if (options.dryRun) {
+        return true;
+    }
+    if (options.trial) {
+        return tryPlan(session, plan, options);
+    }
+    const auto before = networkhost::readConfiguration(session.device.files());
+    return reportChange(session, networkhost::apply(session.device, plan, {true})) &&
+           awaitEffect(session, options.wait, plan, before);
+}
+
+std::string lowerCase(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char letter) { return std::tolower(letter); });
+    return text;
+}
+
+bool isDhcp(const std::string& address)
+{
+    return lowerCase(address) == "dhcp";
+}
+
+/// Why ADDRESS and MASK make no settings; empty when they do.
+std::string faultOf(const std::string& address, const std::string& mask)
+{
+    if (isDhcp(address)) {
+        return {};
+    }
+    const auto fault = networkhost::faultOfDestination(address);
+    return fault.empty() && !mask.empty() ? networkhost::faultOfMask(mask) : fault;
+}
+
+IpSettings requestedSettings(const std::string& address, const std::string& mask)
+{
+    IpSettings settings;
+    settings.dhcp = isDhcp(address);
+    if (!settings.dhcp) {
+        const auto slash = address.find('/');
+        settings.ip = address.substr(0, slash);
+        settings.mask =
+            slash == std::string::npos ? mask : iphelper::subnetBitsToMask(std::stoi(address.substr(slash + 1)));
+    }
+    return settings;
+}
+
+/// "none" is 0.0.0.0 to the library.
+std::string addressOrNone(const std::string& text)
+{
+    return lowerCase(text) == kNone ? kNoAddress : text;
+}
+
+/// Until its end: a pipe is waited for. The error code of the open or the read that failed.
+std::error_code readDocument(const std::string& file, std::string& text)
+{
+    constexpr std::size_t kMost = velbase2::system::kMostOfAFile;
+    const auto lastError = [] { return std::error_code(errno, std::generic_category()); };
+    velbase2::system::FileDescriptor own;
+    if (file != "-") {
+        own.reset(::open(file.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC));
+        if (!own.isOpen()) {
+            return lastError();
+        }
+    }
+    std::array<char, 4096> part{};
+    for (;;) {
+        const auto count = ::read(own.isOpen() ? own.get() : STDIN_FILENO, part.data(), part.size());
+        if (count <= 0) {
+            return count < 0 ? lastError() : std::error_code();
+        }
+        text.append(part.data(), static_cast<std::size_t>(count));
+        if (text.size() > kMost) {
+            return std::make_error_code(std::errc::file_too_large);
+        }
+    }
+}
+
+} // namespace
+
+void printFailure(Session& session, const Outcome& outcome)
+{
+    const bool isStatusToo = outcome.status == networkmanager::status::kInvalidIpOrMask;
+    fail(session, isStatusToo ? outcome.status + ": " + outcome.reason : outcome.reason);
+    for (const auto& note : outcome.notes) {
+        fail(session, note);
+    }
+}
+
+bool setIp(Session& session, const std::string& interfaceName, const std::string& address, const std::string& mask,
+           const std::string& gateway, const std::vector<std::string>& dnsServers, const ChangeOptions& options)
+{
+    if (const auto fault = faultOf(address, mask); !fault.empty()) {
+        fail(session, std::string(networkmanager::status::kInvalidIpOrMask) + ": " + fault);
+        return false;
+    }
+    auto settings = requestedSettings(address, mask);
+    settings.gateway = addressOrNone(gateway);
+    settle(session, interfaceName);
+    if (dnsServers.empty()) {
+        return carryOut(session, networkhost::planIp(session.device, interfaceName, settings), options);
+    }
+    const bool isNone = dnsServers.size() == 1 && lowerCase(dnsServers.front()) == kNone;
+    const auto servers = isNone ? std::vector<std::string>() : dnsServers;
+    return carryOut(session, networkhost::planIp(session.device, interfaceName, settings, servers), options);
+}
+
+bool setGateway(Session& session, const std::string& gateway, const ChangeOptions& options)
+{
+    const auto address = addressOrNone(gateway);
+    if (networkhost::faultOfAddress(address).empty()) {
+        settle(session, networkhost::gatewayInterface());
+    }
+    return carryOut(session, networkhost::planGateway(session.device, address), options);
+}
+
+bool setDns(Session& session, unsigned int index, const std::string& address, const ChangeOptions& options)
+{
+    return carryOut(session, networkhost::planDnsServer(session.device, addressOrNone(address), index), options);
+}
+
+bool setDomain(Session& session, const std::vector<std::string>& domains, const ChangeOptions& options)
+{
+    std::string text;
+    for (const auto& domain : domains) {
+        text += (text.empty() ? "" : " ") + domain;
+    }
+    return carryOut(session, networkhost::planDnsDomain(session.device, text), options);
+}
+
+bool setRoutes(Session& session, const std::string& interfaceName, const std::string& routes,
+               const ChangeOptions& options)
+{
+    settle(session, interfaceName);
+    return carryOut(session, networkhost::planRoutes(session.device, interfaceName, routes), options);
+}
+
+bool applySettings(Session& session, const std::string& file, const ChangeOptions& options)
+{
+    std::string document;
+    if (const auto error = readDocument(file, document)) {
+        fail(session, "cannot read " + (file == "-" ? "standard input" : file) + ": " + error.message());
+        return false;
+    }
+    const auto faults = networkhost::faultsOfSettings(document);
+    for (const auto& fault : faults) {
+        fail(session, fault);
+    }
+    return faults.empty() && carryOut(session, networkhost::planSettings(session.device, document), options);
+}
+
+bool saveSettings(Session& session, const std::string& file)
+{
+    const auto unread = networkhost::unreadFiles(session.device.files());
+    if (!unread.empty()) { // a document without what they say would take it away from the device that it is applied to
+        fail(session, networkhost::textOf(unread));
+        return false;
+    }
+    const auto document = networkhost::saveSettings(session.device.files());
+    if (file == "-") {
+        session.output << document << std::flush;
+        return true;
+    }
+    const auto error = session.device.files().replace(std::filesystem::absolute(file), document);
+    if (error) {
+        fail(session, networkhost::textOf({{networkhost::Failure::Step::WriteFile, file, error, {}}}));
+    }
+    return !error;
+}
+
+} // namespace velnetctl

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "base/IpSettings.h"
+#include "networkhost/state/Configuration.h"
+
+#include <string>
+#include <vector>
+
+/// What is configured, as velnetctl shows it.
+namespace velnetctl {
+
+/// "10.0.0.2/8, DHCP, gateway 10.0.0.1".
+std::string configuredText(const networkhost::ConfiguredInterface& configured);
+
+/// The records of the required library have room for one address.
+velbase2::nsa::common::IpSettings settingsOf(const networkhost::ConfiguredInterface& configured);
+
+/// "1.1.1.1, search example.org".
+std::string resolverText(const std::vector<std::string>& servers, const std::vector<std::string>& domains);
+
+} // namespace velnetctl

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+#include "Observer.h"
+
+#include "Configured.h"
+#include "networkhost/loop/Cells.h"
+#include "networkhost/state/Backend.h"
+#include "networkhost/state/Text.h"
+#include "networkhost/text/Checks.h"
+
+#include <utility>
+
+namespace velnetctl {
+
+using networkhost::printable;
+using networkhost::toText;
+
+namespace {
+
+Json configuredJson(const networkhost::ConfiguredInterface& configured)
+{
+    auto json = toJson(settingsOf(configured));
+    json["addresses"] = configured.addresses;
+    return json;
+}
+
+} // namespace
+
+Observer::Observer(networkhost::IDevice& device, Report report)
+    : device_(device), report_(std::move(report)), updates_(device, cells_)
+{
+    networkhost::connectToEachCell(cells_, [this](const std::string& source, const char* name, const auto& content) {
+        report_({source, name, printable(toText(content)), toJson(content)});
+    });
+}
+
+bool Observer::dispatch()
+{
+    const bool isRefreshed = updates_.dispatch();
+    if (isRefreshed) {
+        reportConfiguration();
+    }
+    return isRefreshed;
+}
+
+void Observer::reportConfiguration()
+{
+    const auto configuration = networkhost::readConfiguration(device_.files());
+    for (const auto& [name, iface] : cells_.interfaces) {
+        const auto& configured = configuration.interfaces.at(name);
+        reportOnChange({name, "configured", configuredText(configured), configuredJson(configured)});
+        auto loaded = iface;
+        networkhost::Backend(device_.files()).load(loaded);
+        const auto routes = loaded.routes.get().value_or("");
+        reportOnChange({name, "routes", printable(toText(routes)), toJson(routes)});
+    }
+    const auto& [interfaces, servers, domains] = configuration;
+    reportOnChange({"resolver", "servers", printable(toText(servers)), servers});
+    reportOnChange({"resolver", "domains", printable(toText(domains)), domains});
+}
+
+void Observer::reportOnChange(const Change& change)
+{
+    const auto [last, isNew] = configured_.try_emplace(change.source + ' ' + change.name, change);
+    if (isNew || last->second.value != change.value) {
+        last->second = change;
+        report_(change);
+    }
+}
+
+} // namespace velnetctl

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "Json.h"
+#include "networkhost/device/IDevice.h"
+#include "networkhost/loop/LiveUpdates.h"
+#include "networkhost/state/Configuration.h"
+#include "networkmanager/EthernetInterfaces.h"
+#include "networkmanager/HostSignals.h"
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace velnetctl {
+
+/// Something that has changed.
+struct Change
+{
+    std::string source; // an interface, "host" or "resolver"
+    std::string name;   // of a cell; of what no cell follows: "configured", "routes", "servers", "domains"
+    std::string text;   // for people
+    Json value;         // for programs
+};
+
+/// Watches a device, and reports everything once, then each change, in the caller's loop: the cells, and what is
+/// configured.
+class Observer
+{
+public:
+    using Report = std::function<void(const Change&)>;
+
+    /// The device outlives it.
+    Observer(networkhost::IDevice& device, Report report);
+
+    /// See LiveUpdates.
+    int fd() const { return updates_.fd(); }
+    bool dispatch();
+    template <class Do, class Done>
+    void start(Do change, Done done)
+    {
+        updates_.start(std::move(change), std::move(done));
+    }
+
+private:
+    /// The cells of a manager, without what it would load into them beforehand: that would not count as a change.
+    struct Cells
+    {
+        HostSignals& getSignals() { return host; }
+        std::map<std::string, networkmanager::EthInterface>& getInterfaces() { return interfaces; }
+
+        HostSignals host;
+        std::map<std::string, networkmanager::EthInterface> interfaces =
+            networkmanager::EthernetInterfaces().interfaces;
+    };
+
+    void reportConfiguration();
+    void reportOnChange(const Change& change);
+
+    networkhost::IDevice& device_;
+    Report report_;
+    Cells cells_;
+    std::map<std::string, Change> configured_; // the last reports, by source and name
+    networkhost::LiveUpdates updates_;
+};
+
+} // namespace velnetctl

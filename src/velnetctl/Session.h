@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "networkhost/device/IDevice.h"
+
+#include <ostream>
+#include <string>
+
+namespace velnetctl {
+
+/// What a run of velnetctl works on and where it prints.
+struct Session
+{
+    networkhost::IDevice& device;
+    std::ostream& output;
+    std::ostream& errors;
+};
+
+/// A line for people on the error stream for each of the text, without control characters.
+void warn(Session& session, const std::string& text);
+void fail(Session& session, const std::string& text);
+
+/// The same lines, for other streams.
+std::string printableLines(const std::string& text, const std::string& prefix = {});
+
+} // namespace velnetctl

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: MIT
+#include "Snapshot.h"
+
+#include "Configured.h"
+#include "networkhost/plan/DaemonHealth.h"
+#include "networkhost/state/Backend.h"
+#include "networkhost/state/Missing.h"
+#include "networkhost/state/Text.h"
+#include "networkhost/text/Checks.h"
+#include "networkmanager/Refresher.h"
+
+#include <future>
+
+namespace velnetctl {
+
+using networkhost::printable;
+using networkhost::toText;
+using networkmanager::EthInterface;
+using velbase2::nsa::common::IpSettings;
+
+namespace {
+
+Row linkRow(const EthInterface& iface)
+{
+    if (!iface.macAddress.get()) {
+        return {"link", "absent", Color::Red, {}};
+    }
+    if (!iface.link.get().value_or(false)) {
+        return {"link", "down", Color::Red, {}};
+    }
+    Row row{"link", "up", Color::Green, {}};
+    if (const auto speed = iface.speed.get().value_or(""); !speed.empty()) {
+        row.more += ", " + printable(speed) + " Mbit/s";
+    }
+    if (const auto duplex = iface.duplex.get().value_or(""); !duplex.empty()) {
+        row.more += ", " + printable(duplex) + " duplex";
+    }
+    return row;
+}
+
+Section sectionOf(const EthInterface& iface, const Snapshot& snapshot)
+{
+    const auto configuration = onlyInterface(snapshot.configured, iface.name);
+    const auto configured = configuredText(configuration.interfaces.at(iface.name));
+    Section section{iface.name, {linkRow(iface)}};
+    const auto add = [&section](const char* label, const std::string& text) {
+        section.rows.push_back({label, text, {}, {}});
+    };
+    add("configured", configured + "  (" + iface.networkFile + ')');
+    add("routes", printable(toText(iface.routes.get().value_or(""))));
+    if (!iface.macAddress.get()) {
+        return section;
+    }
+    add("live", toText(iface.ipSettings.get().value_or(IpSettings())));
+    for (const auto& address : snapshot.live.interfaces.at(iface.name).addresses) {
+        add("addresses", toText(std::vector{address}));
+    }
+    add("mac", printable(iface.macAddress.get().value_or("")));
+    if (const auto lacking = missing(configuration, snapshot.live); !lacking.empty()) {
+        section.rows.push_back({"lacks", printable(lacking), Color::Red, {}});
+    }
+    return section;
+}
+
+} // namespace
+
+void read(networkhost::IDevice& device, Snapshot& snapshot)
+{
+    auto daemons = std::async([&device] { return device.daemons(); }); // half of the time; without a thread, afterwards
+    for (auto& entry : snapshot.interfaces) {
+        networkhost::Backend(device.files()).load(entry.second);
+    }
+    // One pass on this thread: a manager's start() and stop() would take its period of 2 seconds.
+    networkmanager::Refresher(snapshot.host, snapshot.interfaces, device.system()).refresh();
+    snapshot.configured = networkhost::readConfiguration(device.files());
+    snapshot.live = networkhost::readLiveState(device);
+    snapshot.daemons = daemons.get();
+}
+
+std::vector<Section> sectionsOf(const Snapshot& snapshot)
+{
+    const auto& [interfaces, servers, domains] = snapshot.configured;
+    std::vector<Section> sections{
+        {"host",
+         {{"name", printable(toText(snapshot.host.hostname.get())), {}, {}},
+          {"gateway", toText(snapshot.host.gateway.get()), {}, {}}}},
+        {"resolver",
+         {{"configured", resolverText(servers, domains), {}, {}},
+          {"live", resolverText(snapshot.live.dnsServers, snapshot.live.searchDomains), {}, {}}}}};
+    Section daemons{"daemons", {}};
+    for (const auto& daemon : snapshot.daemons) {
+        for (const auto& fault : networkhost::faultsOf(daemon)) {
+            daemons.rows.push_back({"fault", printable(fault), Color::Red, {}});
+        }
+    }
+    if (!daemons.rows.empty()) {
+        sections.push_back(daemons);
+    }
+    for (const auto& entry : snapshot.interfaces) {
+        sections.push_back(sectionOf(entry.second, snapshot));
+    }
+    return sections;
+}
+
+} // namespace velnetctl

@@ -1,0 +1,306 @@
+// SPDX-License-Identifier: MIT
+#include "Trial.h"
+
+#include "Progress.h"
+#include "Signals.h"
+#include "Text.h"
+#include "base/FileDescriptor.h"
+#include "networkhost/change/Guard.h"
+#include "networkhost/device/SplitRights.h"
+#include "networkhost/text/Checks.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <csignal>
+#include <optional>
+#include <utility>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <syslog.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace velnetctl {
+
+using networkhost::TrialState;
+
+namespace {
+
+enum class Answer { None, Keep, GoBack, Unclear, Leave };
+
+/// The meaning of a line that somebody typed.
+Answer answerOf(std::string line)
+{
+    const auto isBlank = [](unsigned char letter) { return std::isspace(letter) != 0; };
+    line.erase(std::remove_if(line.begin(), line.end(), isBlank), line.end());
+    std::transform(line.begin(), line.end(), line.begin(), [](unsigned char letter) { return std::tolower(letter); });
+    for (const auto& [text, answer] : {std::pair("", Answer::Keep),
+                                       {"y", Answer::Keep},
+                                       {"yes", Answer::Keep},
+                                       {"confirm", Answer::Keep},
+                                       {"n", Answer::GoBack},
+                                       {"no", Answer::GoBack},
+                                       {"q", Answer::GoBack},
+                                       {"rollback", Answer::GoBack}}) {
+        if (line == text) {
+            return answer;
+        }
+    }
+    return Answer::Unclear;
+}
+
+/// Who sits at the terminal: lines of the standard input, its end, and the keys that would end this program.
+class Terminal
+{
+public:
+    Terminal() : signals_(openSignals({SIGINT, SIGQUIT})) {}
+
+    bool isAskedToLeave() const
+    {
+        pollfd signals{signals_.get(), POLLIN, 0};
+        return ::poll(&signals, 1, 0) > 0;
+    }
+
+    /// Waits for it for as long, at most.
+    Answer read(std::chrono::milliseconds limit)
+    {
+        std::array<pollfd, 2> watched{{{signals_.get(), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}}};
+        if (::poll(watched.data(), watched.size(), static_cast<int>(limit.count())) <= 0) {
+            return Answer::None;
+        }
+        std::array<char, 256> part{};
+        const auto count = watched[0].revents != 0 ? 0 : ::read(STDIN_FILENO, part.data(), part.size());
+        if (count <= 0) {
+            return Answer::Leave;
+        }
+        line_.append(part.data(), static_cast<std::size_t>(count));
+        return line_.find('\n') == std::string::npos ? Answer::None : answerOf(std::exchange(line_, {}));
+    }
+
+private:
+    velbase2::system::FileDescriptor signals_;
+    std::string line_;
+};
+
+/// Ends a trial's wait: whoever waited has left.
+struct Left
+{};
+
+bool leave(Session& session)
+{
+    const auto state = trialState(session.device);
+    if (state.kind != TrialState::Kind::Waiting && state.kind != TrialState::Kind::Counting) {
+        fail(session, state.text());
+        return false;
+    }
+    if (state.kind == TrialState::Kind::Waiting) {
+        fail(session, state.title + " was not live yet: its guard rolls it back now");
+        return false;
+    }
+    fail(session, "the trial goes on without this terminal: " + state.title + " is rolled back in " +
+                      secondsText(state.left) + " unless it is confirmed");
+    fail(session, "velnetctl confirm keeps it, velnetctl rollback goes back at once");
+    return false;
+}
+
+/// The session's own view of the end.
+bool reportEnd(Session& session)
+{
+    const auto state = endOfTrial(session.device);
+    session.output << '\n' << printableLines(state.text()) << std::flush;
+    return state.kind == TrialState::Kind::Confirmed;
+}
+
+bool report(Session& session, const networkhost::Outcome& outcome)
+{
+    if (outcome.isDone) {
+        session.output << printableLines(trialState(session.device).text()) << std::flush;
+    } else {
+        fail(session, outcome.reason);
+    }
+    for (const auto& note : outcome.notes) {
+        warn(session, note);
+    }
+    return outcome.isDone;
+}
+
+/// A process of a session of its own, which no terminal and no caller's end takes along. False in the caller.
+bool detach()
+{
+    if (const pid_t child = ::fork(); child != 0) {
+        return false;
+    }
+    ::setsid();
+    static_cast<void>(::chdir("/"));
+    const int nothing = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        ::dup2(nothing, fd);
+    }
+    return true;
+}
+
+/// Asks on the terminal; true when the setting was kept.
+bool ask(Session& session, Terminal& terminal)
+{
+    constexpr std::chrono::milliseconds kBetweenLooks(200);
+    const bool isRewritten = takesEscapes();
+    std::string shown;
+    for (auto state = trialState(session.device); state.kind == TrialState::Kind::Counting;
+         state = trialState(session.device)) {
+        auto question =
+            "trial: Enter keeps the setting, n goes back; it is rolled back in " + secondsText(state.left) + ": ";
+        question.resize(std::max(question.size(), shown.size()), ' ');
+        if (shown.empty()) {
+            session.output << question << std::flush;
+        } else if (isRewritten && question != shown) {
+            // What is being typed behind it stays.
+            session.output << "\0337\r" << question << "\0338" << std::flush;
+        }
+        shown = shown.empty() || isRewritten ? question : shown;
+        if (state.left <= std::chrono::milliseconds(0)) {
+            wakeGuard(session.device);
+        }
+        switch (terminal.read(kBetweenLooks)) {
+        case Answer::Keep:
+            return confirm(session);
+        case Answer::GoBack:
+            rollBack(session);
+            return false;
+        case Answer::Leave:
+            session.output << std::endl;
+            return leave(session);
+        case Answer::Unclear:
+            session.output << "trial: that is no answer: Enter, y or yes keeps the setting; n, no, q or rollback goes "
+                              "back at once"
+                           << std::endl;
+            shown.clear();
+            break;
+        case Answer::None:
+            break;
+        }
+    }
+    return reportEnd(session);
+}
+
+} // namespace
+
+bool tryPlan(Session& session, const networkhost::Plan& plan, const ChangeOptions& options)
+{
+    std::optional<Terminal> terminal;
+    if (::isatty(STDIN_FILENO) == 1 && ::isatty(STDOUT_FILENO) == 1) {
+        terminal.emplace();
+    }
+    networkhost::TrialOptions trial;
+    trial.time = *options.trial;
+    trial.wait = options.wait.value_or(std::chrono::duration_cast<std::chrono::seconds>(trial.wait));
+    trial.force = options.force;
+    trial.requiresBootGuard = options.requiresBootGuard;
+    networkhost::Outcome outcome;
+    try {
+        Progress progress(session);
+        trial.onWaiting = [&](const networkhost::Missing& lacking, std::chrono::milliseconds left) {
+            progress.show(lacking, left);
+            if (terminal && terminal->isAskedToLeave()) {
+                throw Left();
+            }
+        };
+        outcome = networkhost::tryOut(session.device, plan, trial);
+    } catch (const Left&) {
+        return leave(session);
+    }
+    if (!outcome.isDone) {
+        printFailure(session, outcome);
+        return false;
+    }
+    for (const auto& note : outcome.notes) {
+        warn(session, note);
+    }
+    if (!terminal) {
+        session.output << "trial: confirm within " << trial.time.count() << " s with: velnetctl confirm" << std::endl;
+        return true;
+    }
+    ::tcflush(STDIN_FILENO, TCIFLUSH); // what was typed before the question is no answer
+    return ask(session, *terminal);
+}
+
+bool confirm(Session& session)
+{
+    auto outcome = networkhost::confirmTrial(session.device);
+    if (const auto state = trialState(session.device); !outcome.isDone && !state.isPending()) {
+        outcome.reason = state.text();
+    }
+    return report(session, outcome);
+}
+
+bool rollBack(Session& session)
+{
+    return report(session, networkhost::rollBack(session.device, "velnetctl rollback was called"));
+}
+
+const char* nameOf(TrialState::Kind kind)
+{
+    switch (kind) {
+    case TrialState::Kind::None:
+        return "none";
+    case TrialState::Kind::Waiting:
+        return "waiting";
+    case TrialState::Kind::Counting:
+        return "counting";
+    case TrialState::Kind::RollingBack:
+        return "rolling back";
+    case TrialState::Kind::Unreadable:
+        return "unreadable";
+    case TrialState::Kind::Confirmed:
+        return "confirmed";
+    case TrialState::Kind::RolledBack:
+        return "rolled back";
+    }
+    return "";
+}
+
+Json toJson(const TrialState& state)
+{
+    const auto left = state.isPending() ? std::max<long long>(state.left.count(), 0) : 0;
+    return {{"pending", state.isPending()},
+            {"state", nameOf(state.kind)},
+            {"title", state.title},
+            {"by", state.by},
+            {"secondsLeft", static_cast<double>(left) / 1000},
+            {"files", state.files},
+            {"why", state.why}};
+}
+
+bool printPending(Session& session, bool json)
+{
+    wakeGuard(session.device);
+    const auto state = trialState(session.device);
+    if (json) {
+        session.output << dump(toJson(state), 2) << '\n';
+    } else {
+        session.output << printableLines(state.text());
+    }
+    return state.isPending();
+}
+
+bool guard(Session& session, GuardKind kind)
+{
+    if (kind == GuardKind::Detached && !detach()) {
+        return true;
+    }
+    const auto say = [&](const std::string& line) {
+        if (kind == GuardKind::Detached) {
+            ::syslog(LOG_DAEMON | LOG_WARNING, "%s", networkhost::printable(line).c_str());
+        } else {
+            fail(session, line);
+        }
+    };
+    if (kind == GuardKind::Boot) {
+        return networkhost::restoreAtBoot(session.device, say);
+    }
+    return networkhost::splitRights(session.device,
+                                    [&](networkhost::IDevice& device) { networkhost::guardTrials(device, say); });
+}
+
+} // namespace velnetctl
