@@ -13,12 +13,7 @@
 #include <numeric>
 #include <sstream>
 
-#include <networkhost/change/Trial.h>
-#include <networkhost/device/RealDevice.h>
-#include <networkhost/loop/Cells.h>
-#include <networkhost/loop/LiveUpdates.h>
-#include <networkhost/plan/Requests.h>
-#include <networkhost/state/Text.h>
+#include <networkhost/NetworkHost.h>
 #include <networkmanager/NetworkManager.h>
 #include <sys/epoll.h>
 #include <sys/signalfd.h>

@@ -13,12 +13,7 @@
 #include <memory>
 #include <sstream>
 
-#include <base/IpHelper.h>
-#include <networkhost/change/Trial.h>
-#include <networkhost/device/RealDevice.h>
-#include <networkhost/plan/Diff.h>
-#include <networkhost/plan/Requests.h>
-#include <networkhost/text/Addresses.h>
+#include <networkhost/NetworkHost.h>
 #include <networksimulation/Device.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -36,28 +31,26 @@ std::string textOf(const networkhost::Outcome& outcome, const std::string& whenD
     return text;
 }
 
-/// The words are "remote 10.0.0.5/24 10.0.0.1"; the outcome of the plan tells what is wrong with them.
+/// The words are "remote 10.0.0.5/24 10.0.0.1"; the plan tells what is wrong with them.
 networkhost::Plan planOf(networkhost::IDevice& device, std::istream& words)
 {
     std::string interfaceName;
     std::string address;
-    velbase2::nsa::common::IpSettings settings;
-    words >> interfaceName >> address >> settings.gateway;
-    settings.dhcp = address == "dhcp";
-    if (!settings.dhcp) {
-        const auto slash = std::min(address.find('/'), address.size());
-        const auto length = networkhost::parsePrefixLength(address.substr(std::min(slash + 1, address.size())));
-        settings.ip = address.substr(0, slash);
-        settings.mask = length ? velbase2::system::iphelper::subnetBitsToMask(*length) : "";
+    std::string gateway;
+    words >> interfaceName >> address >> gateway;
+    velbase2::nsa::common::IpSettings settings{address, {}, address == "dhcp", {}};
+    if (const auto parsed = networkhost::NetworkAddress::parse(address)) {
+        settings = parsed->settings();
     }
+    settings.gateway = gateway;
     return networkhost::planIp(device, interfaceName, settings);
 }
 
 std::string describe(const networkhost::Plan& plan)
 {
-    auto text = textOf(plan.outcome, "would do");
-    for (const auto& concern : plan.concerns) {
-        text += "would be refused: " + concern + '\n';
+    auto text = textOf(outcomeOf(plan, true), "would do");
+    for (const auto& objection : plan.objections) {
+        text += "would be refused: " + objection + '\n';
     }
     for (const auto& warning : plan.warnings) {
         text += "warning: " + warning + '\n';

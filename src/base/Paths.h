@@ -4,7 +4,7 @@
 #include <array>
 #include <string>
 
-/// Where the configuration of the daemons lies, and what stands before what in it.
+/// The files that the libraries read and write, and the order in which the daemons read them.
 namespace velbase2::system::paths {
 
 inline constexpr const char* kNetworkDirectory = "/etc/systemd/network/";
@@ -20,6 +20,16 @@ inline constexpr const char* kBootId = "/proc/sys/kernel/random/boot_id"; // ano
 
 inline constexpr const char* kLeases = "/run/systemd/netif/leases/"; // networkd's, named by interface index
 inline constexpr const char* kResolverState = "/run/systemd/resolve/resolv.conf"; // what resolved itself uses
+
+// The records of trials, and their locks.
+inline constexpr const char* kTrialDirectory = "/etc/systemd/velnet/trials";
+inline constexpr const char* kTrial = "/etc/systemd/velnet/trials/trial";            // pending
+inline constexpr const char* kRollback = "/etc/systemd/velnet/trials/rollback";      // being rolled back
+inline constexpr const char* kConfirmed = "/etc/systemd/velnet/trials/confirmed";    // the last one, kept
+inline constexpr const char* kRolledBack = "/etc/systemd/velnet/trials/rolled-back"; // the last one, undone
+inline constexpr const char* kChangeLock = "/etc/systemd/velnet/trials/change.lock"; // held during a change
+inline constexpr const char* kCallerLock = "/etc/systemd/velnet/trials/caller.lock"; // held until the trial is live
+inline constexpr const char* kGuardLock = "/etc/systemd/velnet/trials/guard.lock";   // held by the guard
 
 /// What follows the path of an interface's main file, in the order in which the loader reads them: of two Network
 /// sections the first one counts. systemd-networkd itself reads the main file first and the drop-ins in order of name.

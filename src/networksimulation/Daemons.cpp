@@ -3,6 +3,7 @@
 
 #include "base/IpHelper.h"
 #include "networkhost/text/Addresses.h"
+#include "networkhost/text/NetworkAddress.h"
 
 #include <algorithm>
 
@@ -38,7 +39,8 @@ networkhost::Route routeOf(const KernelRoute& route)
 
 bool isUnderstood(const networkhost::Route& route)
 {
-    return networkhost::canonicalNetwork(route.destination) == route.destination &&
+    const auto destination = networkhost::NetworkAddress::parseAsDaemons(route.destination);
+    return destination && destination->network().text() == route.destination &&
            networkhost::isCanonicalAddress(route.gateway);
 }
 
@@ -130,11 +132,11 @@ void Networkd::configure(const std::string& interfaceName, const ConfiguredInter
 void Networkd::assignAddresses(const std::string& interfaceName, const ConfiguredInterface& wanted)
 {
     for (const auto& address : wanted.addresses) {
-        if (networkhost::canonicalAddress(address) != address) {
+        const auto own = networkhost::NetworkAddress::parseAsDaemons(address);
+        if (!own || own->text() != address) {
             continue; // networkd does not understand it
         }
-        const auto [own, mask] = split(address);
-        kernel_.interfaces.at(interfaceName).addresses.push_back({own, mask});
+        kernel_.interfaces.at(interfaceName).addresses.push_back({own->address(), own->mask()});
     }
 }
 

@@ -5,6 +5,7 @@
 #include "base/Paths.h"
 #include "networkhost/change/Guard.h"
 #include "networkhost/text/Addresses.h"
+#include "networkhost/text/NetworkAddress.h"
 #include "networksimulation/Files.h"
 #include "networksimulation/Hints.h"
 #include "networksimulation/System.h"
@@ -210,12 +211,11 @@ void Device::setDhcpServer(const std::string& interfaceName, const DhcpServer& s
 void Device::addAddress(const std::string& interfaceName, const std::string& address)
 {
     const std::lock_guard guard(lock_);
-    const auto slash = address.find('/');
-    if (slash == std::string::npos || networkhost::canonicalAddress(address) != address) {
+    const auto own = networkhost::NetworkAddress::parseAsDaemons(address);
+    if (!own || own->text() != address) {
         throw std::invalid_argument("not an address with its prefix length: " + address);
     }
-    const auto mask = velbase2::system::iphelper::subnetBitsToMask(std::stoi(address.substr(slash + 1)));
-    kernel_.interfaces.at(interfaceName).addresses.push_back({address.substr(0, slash), mask, 0, true});
+    kernel_.interfaces.at(interfaceName).addresses.push_back({own->address(), own->mask(), 0, true});
     hint();
 }
 
@@ -310,7 +310,7 @@ void Device::removeGuards()
     hasGuards_ = false;
 }
 
-bool Device::startGuard()
+bool Device::startGuard(const std::function<bool()>& /*isUp*/)
 {
     const std::lock_guard guard(lock_);
     return hasGuards_;
@@ -318,7 +318,8 @@ bool Device::startGuard()
 
 bool Device::hasBootGuard()
 {
-    return startGuard();
+    const std::lock_guard guard(lock_);
+    return hasGuards_;
 }
 
 void Device::repair()

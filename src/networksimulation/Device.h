@@ -47,7 +47,7 @@ public:
     void pause(std::chrono::milliseconds duration) override { advance(duration); }
 
     /// True, until removeGuards(). No guard runs by itself: networkhost::guardTrials() is one, on the caller's thread.
-    bool startGuard() override;
+    bool startGuard(const std::function<bool()>& isUp) override;
     bool hasBootGuard() override;
 
     /// A wait on them advances the clock.

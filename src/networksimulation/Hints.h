@@ -21,7 +21,7 @@ public:
 
     int fd() const override { return ready_.get(); }
     bool take(std::chrono::milliseconds limit) override;
-    void renew() override {}
+    void rearm() override {}
 
     void add();
 

@@ -2,7 +2,7 @@
 #include "networksimulation/Kernel.h"
 
 #include "base/IpHelper.h"
-#include "networkhost/text/Addresses.h"
+#include "networkhost/text/NetworkAddress.h"
 
 #include <algorithm>
 #include <array>
@@ -14,6 +14,7 @@
 
 namespace networksimulation {
 
+using networkhost::NetworkAddress;
 using velbase2::nsa::common::enums::IpAddressFamily;
 using velbase2::nsa::common::structs::IpAddress;
 namespace iphelper = velbase2::system::iphelper;
@@ -65,10 +66,10 @@ bool isDefaultRoute(const KernelRoute& route)
 
 bool isNeighbour(const KernelAddress& own, const std::string& gateway)
 {
-    const auto broadcast = iphelper::dotted(ntohl(bitsOf(own.address) | ~bitsOf(own.mask)));
-    const bool hasBroadcast = iphelper::subnetMaskToBits(own.mask) < 31;
-    return networkhost::networkOf(own.address, own.mask) == networkhost::networkOf(gateway, own.mask) &&
-           !(hasBroadcast && gateway == broadcast);
+    const auto subnet = NetworkAddress::of(own.address, own.mask);
+    const auto neighbour = NetworkAddress::parse(gateway);
+    const bool hasBroadcast = subnet->length < 31;
+    return neighbour && subnet->contains(*neighbour) && !(hasBroadcast && neighbour->bits == subnet->broadcast().bits);
 }
 
 } // namespace
@@ -92,7 +93,7 @@ std::vector<KernelRoute> Kernel::allRoutes() const
     auto all = routes;
     for (const auto& [name, iface] : interfaces) {
         for (const auto& own : iface.addresses) {
-            const auto network = networkhost::networkOf(own.address, own.mask);
+            const auto network = NetworkAddress::of(own.address, own.mask)->network().address();
             const bool isKnown = std::any_of(all.begin(), all.end(), [&, &name = name](const KernelRoute& route) {
                 return route.interfaceName == name && route.destination == network && route.mask == own.mask;
             });

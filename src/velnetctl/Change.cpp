@@ -6,7 +6,6 @@
 #include "Text.h"
 #include "Trial.h"
 #include "base/FileDescriptor.h"
-#include "base/IpHelper.h"
 #include "base/ReadFile.h"
 #include "networkhost/change/Apply.h"
 #include "networkhost/change/Trial.h"
@@ -16,7 +15,9 @@
 #include "networkhost/state/LiveState.h"
 #include "networkhost/state/Missing.h"
 #include "networkhost/state/Text.h"
+#include "networkhost/text/Addresses.h"
 #include "networkhost/text/Checks.h"
+#include "networkhost/text/NetworkAddress.h"
 #include "networkmanager/RequestStatus.h"
 #include "networkmanager/system/Helper.h"
 
@@ -27,21 +28,19 @@
 #include <filesystem>
 #include <system_error>
 
+#include <boost/algorithm/string/join.hpp>
 #include <fcntl.h>
 #include <unistd.h>
 
 namespace velnetctl {
 
-using networkhost::Configuration;
 using networkhost::Outcome;
 using networkhost::Plan;
 using velbase2::nsa::common::IpSettings;
-namespace iphelper = velbase2::system::iphelper;
 
 namespace {
 
 constexpr const char* kNone = "none";
-constexpr const char* kNoAddress = "0.0.0.0";
 constexpr auto kTimeToSettle = std::chrono::seconds(3);
 
 /// A change of the gateway while an address is away would lose it: it is read from the live state.
@@ -83,18 +82,17 @@ std::string shownBy(const networkhost::LiveState& live)
 }
 
 /// On a terminal, tells each second what it waits for.
-networkhost::Missing waitShowing(Session& session, const Configuration& wanted, std::chrono::milliseconds wait,
-                                 const Configuration& before)
+std::string waitShowing(Session& session, const Plan& plan, std::chrono::milliseconds wait)
 {
     auto& device = session.device;
     if (!takesEscapes()) {
-        return networkhost::waitUntilLive(device, wanted, wait, before);
+        return networkhost::waitUntilLive(device, plan, wait);
     }
     constexpr std::chrono::milliseconds kSecond(1000);
     Progress progress(session);
     const auto end = device.now() + wait;
     for (;;) {
-        auto lacking = networkhost::waitUntilLive(device, wanted, std::min(end - device.now(), kSecond), before);
+        auto lacking = networkhost::waitUntilLive(device, plan, std::min(end - device.now(), kSecond));
         const auto left = end - device.now();
         if (lacking.empty() || left <= std::chrono::milliseconds(0)) {
             return lacking;
@@ -103,13 +101,12 @@ networkhost::Missing waitShowing(Session& session, const Configuration& wanted, 
     }
 }
 
-bool awaitEffect(Session& session, Seconds wait, const Plan& plan, const Configuration& before)
+bool awaitEffect(Session& session, Seconds wait, const Plan& plan)
 {
     if (!wait) {
         return true;
     }
-    const auto wanted = concernedBy(plan, networkhost::readConfiguration(session.device.files()));
-    const auto lacking = waitShowing(session, wanted, *wait, concernedBy(plan, before));
+    const auto lacking = waitShowing(session, plan, *wait);
     if (!lacking.empty()) {
         fail(session, "after " + std::to_string(wait->count()) + " s the live state still lacks " + lacking +
                           "; it shows " + shownBy(networkhost::readLiveState(session.device)));
@@ -124,32 +121,14 @@ bool carryOut(Session& session, const Plan& plan, const ChangeOptions& options)
     }
     if (options.dryRun) {
         printPlan(session, plan, options.json);
+        const auto outcome = outcomeOf(plan, options.force);
+        return outcome.isDone || outcome.isNothingToChange() || reportChange(session, outcome);
     }
-    if (!plan.outcome.isDone) {
-        return (options.dryRun && plan.outcome.isNothingToChange()) || reportChange(session, plan.outcome);
-    }
-    // Once the previous settings are back with the daemons, another change may follow: the library sees to it.
-    if (const auto trial = trialState(session.device); !options.dryRun && trial.isPending() && !trial.isRestored) {
-        wakeGuard(session.device);
-        fail(session, trial.text());
-        return false;
-    }
-    if (!options.force && !plan.concerns.empty()) {
-        for (const auto& concern : plan.concerns) {
-            fail(session, concern);
-        }
-        fail(session, "nothing is changed; --force does it all the same");
-        return false;
-    }
-    if (options.dryRun) {
-        return true;
-    }
-    if (options.trial) {
+    if (options.trial && !plan.files.empty()) {
         return tryPlan(session, plan, options);
     }
-    const auto before = networkhost::readConfiguration(session.device.files());
-    return reportChange(session, networkhost::apply(session.device, plan, {true})) &&
-           awaitEffect(session, options.wait, plan, before);
+    const auto outcome = networkhost::apply(session.device, plan, {options.force});
+    return reportChange(session, outcome) && (!outcome.isDone || awaitEffect(session, options.wait, plan));
 }
 
 std::string lowerCase(std::string text)
@@ -173,23 +152,21 @@ std::string faultOf(const std::string& address, const std::string& mask)
     return fault.empty() && !mask.empty() ? networkhost::faultOfMask(mask) : fault;
 }
 
+/// For texts without a fault.
 IpSettings requestedSettings(const std::string& address, const std::string& mask)
 {
-    IpSettings settings;
-    settings.dhcp = isDhcp(address);
-    if (!settings.dhcp) {
-        const auto slash = address.find('/');
-        settings.ip = address.substr(0, slash);
-        settings.mask =
-            slash == std::string::npos ? mask : iphelper::subnetBitsToMask(std::stoi(address.substr(slash + 1)));
+    if (isDhcp(address)) {
+        return {{}, {}, true, {}};
     }
+    auto settings = networkhost::NetworkAddress::parse(address)->settings();
+    settings.mask = address.find('/') == std::string::npos ? mask : settings.mask;
     return settings;
 }
 
 /// "none" is 0.0.0.0 to the library.
 std::string addressOrNone(const std::string& text)
 {
-    return lowerCase(text) == kNone ? kNoAddress : text;
+    return lowerCase(text) == kNone ? networkhost::kNoAddress : text;
 }
 
 /// Until its end: a pipe is waited for. The error code of the open or the read that failed.
@@ -221,6 +198,13 @@ std::error_code readDocument(const std::string& file, std::string& text)
 
 void printFailure(Session& session, const Outcome& outcome)
 {
+    for (const auto& objection : outcome.objections) {
+        fail(session, objection);
+    }
+    if (!outcome.objections.empty()) {
+        fail(session, "nothing is changed; --force does it all the same");
+        return;
+    }
     const bool isStatusToo = outcome.status == networkmanager::status::kInvalidIpOrMask;
     fail(session, isStatusToo ? outcome.status + ": " + outcome.reason : outcome.reason);
     for (const auto& note : outcome.notes) {
@@ -262,10 +246,7 @@ bool setDns(Session& session, unsigned int index, const std::string& address, co
 
 bool setDomain(Session& session, const std::vector<std::string>& domains, const ChangeOptions& options)
 {
-    std::string text;
-    for (const auto& domain : domains) {
-        text += (text.empty() ? "" : " ") + domain;
-    }
+    const auto text = boost::algorithm::join(domains, " ");
     return carryOut(session, networkhost::planDnsDomain(session.device, text), options);
 }
 
@@ -283,11 +264,11 @@ bool applySettings(Session& session, const std::string& file, const ChangeOption
         fail(session, "cannot read " + (file == "-" ? "standard input" : file) + ": " + error.message());
         return false;
     }
-    const auto faults = networkhost::faultsOfSettings(document);
-    for (const auto& fault : faults) {
+    const auto plan = networkhost::planSettings(session.device, document);
+    for (const auto& fault : plan.faults) {
         fail(session, fault);
     }
-    return faults.empty() && carryOut(session, networkhost::planSettings(session.device, document), options);
+    return plan.faults.empty() && carryOut(session, plan, options);
 }
 
 bool saveSettings(Session& session, const std::string& file)

@@ -21,7 +21,7 @@ struct ChangeOptions
     Seconds wait;        // true only when the live state shows the new setting within that time
     bool dryRun = false; // print the plan, touch nothing
     bool json = false;   // the plan
-    bool force = false;  // whatever the plan's concerns
+    bool force = false;  // whatever the plan's objections
     Seconds trial;       // roll back unless it is confirmed within that time
     bool requiresBootGuard = false;
 };

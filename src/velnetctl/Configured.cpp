@@ -3,16 +3,13 @@
 
 #include "base/IpHelper.h"
 #include "networkhost/state/Text.h"
-#include "networkhost/text/Addresses.h"
 #include "networkhost/text/Checks.h"
-
-#include <algorithm>
+#include "networkhost/text/NetworkAddress.h"
 
 namespace velnetctl {
 
 using networkhost::toText;
 using velbase2::nsa::common::IpSettings;
-namespace iphelper = velbase2::system::iphelper;
 
 std::string configuredText(const networkhost::ConfiguredInterface& configured)
 {
@@ -27,10 +24,9 @@ IpSettings settingsOf(const networkhost::ConfiguredInterface& configured)
     settings.gateway = configured.gateway;
     if (!configured.addresses.empty() && !configured.dhcp) {
         const auto& address = configured.addresses.front();
-        const auto slash = address.find('/');
-        settings.ip = address.substr(0, slash);
-        const auto length = networkhost::parsePrefixLength(address.substr(std::min(slash, address.size() - 1) + 1));
-        settings.mask = length ? iphelper::subnetBitsToMask(*length) : std::string();
+        const auto parsed = networkhost::NetworkAddress::parse(address);
+        settings.ip = parsed ? parsed->address() : address.substr(0, address.find('/'));
+        settings.mask = parsed ? parsed->mask() : std::string();
     }
     return settings;
 }

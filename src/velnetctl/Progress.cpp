@@ -31,7 +31,7 @@ Progress::~Progress()
     }
 }
 
-void Progress::show(const networkhost::Missing& lacking, std::chrono::milliseconds left)
+void Progress::show(const std::string& lacking, std::chrono::milliseconds left)
 {
     const auto line = "waiting for " + networkhost::printable(lacking) + " ... " + secondsText(left);
     const auto text = isRewritten_ ? cutToTerminal(line) : lacking;

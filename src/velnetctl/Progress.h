@@ -19,7 +19,7 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    void show(const networkhost::Missing& lacking, std::chrono::milliseconds left);
+    void show(const std::string& lacking, std::chrono::milliseconds left);
 
 private:
     Session& session_;

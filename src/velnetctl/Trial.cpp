@@ -6,7 +6,6 @@
 #include "Text.h"
 #include "base/FileDescriptor.h"
 #include "networkhost/change/Guard.h"
-#include "networkhost/device/SplitRights.h"
 #include "networkhost/text/Checks.h"
 
 #include <algorithm>
@@ -200,7 +199,7 @@ bool tryPlan(Session& session, const networkhost::Plan& plan, const ChangeOption
     networkhost::Outcome outcome;
     try {
         Progress progress(session);
-        trial.onWaiting = [&](const networkhost::Missing& lacking, std::chrono::milliseconds left) {
+        trial.onWaiting = [&](const std::string& lacking, std::chrono::milliseconds left) {
             progress.show(lacking, left);
             if (terminal && terminal->isAskedToLeave()) {
                 throw Left();
@@ -289,7 +288,7 @@ bool guard(Session& session, GuardKind kind)
     if (kind == GuardKind::Detached && !detach()) {
         return true;
     }
-    const auto say = [&](const std::string& line) {
+    const auto report = [&](const std::string& line) {
         if (kind == GuardKind::Detached) {
             ::syslog(LOG_DAEMON | LOG_WARNING, "%s", networkhost::printable(line).c_str());
         } else {
@@ -297,10 +296,9 @@ bool guard(Session& session, GuardKind kind)
         }
     };
     if (kind == GuardKind::Boot) {
-        return networkhost::restoreAtBoot(session.device, say);
+        return networkhost::restoreAtBoot(session.device, report);
     }
-    return networkhost::splitRights(session.device,
-                                    [&](networkhost::IDevice& device) { networkhost::guardTrials(device, say); });
+    return networkhost::runGuard(session.device, report);
 }
 
 } // namespace velnetctl

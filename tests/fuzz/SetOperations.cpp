@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Fuzz.h"
 #include "base/IpHelper.h"
+#include "networkhost/change/Apply.h"
 #include "networkhost/plan/Requests.h"
 #include "networksimulation/NetworkManagerData.h"
 
@@ -36,21 +37,22 @@ bool set(networksimulation::NetworkManager& manager, networkhost::IDevice& devic
     const auto& operation = fields[1];
     if (operation == "ip") {
         const IpSettings settings{fields[3], fields[4], fields[3] == "dhcp", fields[5]};
-        return isOfHost ? setIp(device, fields[2], settings, kForce).isDone : manager.setIp(fields[2], settings);
+        return isOfHost ? apply(device, planIp(device, fields[2], settings), kForce).isDone
+                        : manager.setIp(fields[2], settings);
     }
     if (operation == "gateway") {
-        return isOfHost ? setGateway(device, fields[2], kForce).isDone : manager.setGateway(fields[2]);
+        return isOfHost ? apply(device, planGateway(device, fields[2]), kForce).isDone : manager.setGateway(fields[2]);
     }
     if (operation == "dns") {
         const auto index = static_cast<unsigned int>(leadingNumber(fields[2], 0, 0));
-        return isOfHost ? setDnsServer(device, fields[3], index, kForce).isDone
+        return isOfHost ? apply(device, planDnsServer(device, fields[3], index), kForce).isDone
                         : manager.setDnsServer(fields[3], index);
     }
     if (operation == "routes") {
-        return isOfHost ? setRoutes(device, fields[2], fields[3], kForce).isDone
+        return isOfHost ? apply(device, planRoutes(device, fields[2], fields[3]), kForce).isDone
                         : manager.setRoutes(fields[2], fields[3]);
     }
-    return operation == "domain" && setDnsDomain(device, fields[2], kForce).isDone;
+    return operation == "domain" && apply(device, planDnsDomain(device, fields[2]), kForce).isDone;
 }
 
 } // namespace

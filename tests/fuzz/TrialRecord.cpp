@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
+#include "networkhost/state/TrialRecord.h"
+
 #include "Fuzz.h"
+#include "base/Paths.h"
 #include "networkhost/change/Guard.h"
-#include "networkhost/change/Record.h"
 #include "networkhost/change/Trial.h"
 #include "networksimulation/Device.h"
 
@@ -30,7 +32,7 @@ private:
 
 void checkRecord(Device& device, const std::string& path)
 {
-    networkhost::Record record;
+    networkhost::TrialRecord record;
     if (networkhost::readRecord(device.files(), path, record)) {
         return;
     }
@@ -67,11 +69,11 @@ void fuzz::check(const std::string& input)
     std::istringstream words(input.substr(0, end));
     std::string actor;
     std::string word;
-    const char* path = networkhost::kTrial;
+    const char* path = velbase2::system::paths::kTrial;
     auto text = input.substr(std::min(end + 1, input.size()));
     auto checksum = "checksum " + networkhost::checksumOf(text) + '\n';
     for (words >> actor; words >> word;) {
-        path = word == "claimed" ? networkhost::kRollback : path;
+        path = word == "claimed" ? velbase2::system::paths::kRollback : path;
         checksum = word == "bare" ? "" : checksum;
     }
     Device device;
@@ -80,7 +82,7 @@ void fuzz::check(const std::string& input)
     device.takeEvents();
     act(device, actor);
     for (const auto& event : device.takeEvents()) {
-        const bool isBeside = event.subject.rfind(networkhost::kTrialDirectory, 0) == 0;
+        const bool isBeside = event.subject.rfind(velbase2::system::paths::kTrialDirectory, 0) == 0;
         if (event.what == "ran" || event.what == "failed to run") {
             require(isKnownCommand(event.subject), "the command is known: " + event.subject);
         } else {

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 // What the scenarios cannot show: settings by hand that the daemons do not understand, and the defaults of options.
-#include "networkhost/plan/Concerns.h"
-
 #include "networkhost/change/Apply.h"
 #include "networkhost/change/Trial.h"
+#include "networkhost/plan/Objections.h"
 #include "networkhost/plan/Requests.h"
 #include "networksimulation/Device.h"
 
@@ -15,7 +14,7 @@ using testing::ElementsAre;
 TEST(Concerns, NameTheSettingAndItsFault)
 {
     const auto of = [](const ConfiguredInterface& remote) {
-        return networkhost::concernsOf({{{"remote", remote}}, {}, {}}, {});
+        return networkhost::objectionsTo({{{"remote", remote}}, {}, {}}, {});
     };
     EXPECT_THAT(of({}), ElementsAre("remote would have no IPv4 address"));
     EXPECT_THAT(of({{"10.0.0.5/33"}, false, "", {}}),

@@ -2,6 +2,7 @@
 #include "networkhost/loop/LiveUpdates.h"
 
 #include "SimulatedManager.h"
+#include "networkhost/change/Apply.h"
 #include "networkhost/change/Trial.h"
 #include "networkhost/plan/Requests.h"
 #include "networkhost/state/Missing.h"
@@ -94,17 +95,18 @@ TEST_F(LiveUpdates, RunChangesInOrderBesideTheLoop)
     updates->start(
         [&](IDevice& changed) {
             goAhead.get_future().wait();
-            auto outcome = setIp(changed, "remote", {"192.168.50.20", "255.255.255.0", false, ""});
+            auto outcome = apply(changed, planIp(changed, "remote", {"192.168.50.20", "255.255.255.0", false, ""}));
             device.settle();
             return outcome;
         },
         tell);
-    updates->start([](IDevice& changed) { return setDnsServer(changed, "9.9.9.9", 0); }, tell);
+    updates->start([](IDevice& changed) { return apply(changed, planDnsServer(changed, "9.9.9.9", 0)); }, tell);
     updates->start([](IDevice&) -> std::string { throw std::runtime_error("a change"); }, [](const auto&) {});
-    updates->start([](IDevice& changed) { return setDnsServer(changed, "9.9.9.8", 1); },
+    updates->start([](IDevice& changed) { return apply(changed, planDnsServer(changed, "9.9.9.8", 1)); },
                    [&](const networkhost::Outcome& outcome) {
                        tell(outcome);
-                       updates->start([](IDevice& changed) { return setDnsDomain(changed, "a.example"); }, tell);
+                       updates->start(
+                           [](IDevice& changed) { return apply(changed, planDnsDomain(changed, "a.example")); }, tell);
                    });
     device.put("/etc/hostname", "meanwhile");
     dispatchUntil([this] { return manager.getSignals().hostname.get() == "meanwhile"; });
@@ -127,7 +129,7 @@ public:
     networkhost::IFiles& files() override { return device_.files(); }
     std::chrono::milliseconds now() const override { return device_.now(); }
     void pause(std::chrono::milliseconds /*duration*/) override { std::this_thread::yield(); }
-    bool startGuard() override { return true; }
+    bool startGuard(const std::function<bool()>& /*isUp*/) override { return true; }
     bool hasBootGuard() override { return true; }
     std::unique_ptr<networkhost::IHints> openHints() override { return std::make_unique<Hints>(device_); }
 

@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: MIT
 // What begins, ends and guards trials, as processes of one simulated device, in all orders: see docs/testing.md.
+#include "base/Paths.h"
+#include "networkhost/change/Apply.h"
 #include "networkhost/change/Guard.h"
-#include "networkhost/change/Record.h"
 #include "networkhost/change/RollBack.h"
+#include "networkhost/change/RollBackSteps.h"
 #include "networkhost/change/Trial.h"
 #include "networkhost/plan/Requests.h"
 #include "networkhost/state/LiveState.h"
 #include "networkhost/state/Missing.h"
+#include "networkhost/state/TrialRecord.h"
 #include "networksimulation/Device.h"
 #include "networksimulation/Files.h"
 #include "networksimulation/RecordingLog.h"
@@ -107,12 +110,10 @@ public:
     }
 
     /// As that of the real device, with a process for the guard.
-    bool startGuard() override
+    bool startGuard(const std::function<bool()>& isUp) override
     {
-        std::string holder;
         for (int tries = 0; tries < 3 && theProcess != nullptr; ++tries) {
-            const auto probed = files().probeLock(networkhost::kGuardLock, holder);
-            if (probed == std::errc::operation_would_block || !trialState(*this).isPending()) {
+            if (isUp()) {
                 return true;
             }
             if (hasGuards && !hasGuard()) {
@@ -348,7 +349,7 @@ public:
 
     std::error_code read(const std::string& path, std::string& text) const override
     {
-        if (path.rfind(networkhost::kTrialDirectory, 0) == 0) {
+        if (path.rfind(velbase2::system::paths::kTrialDirectory, 0) == 0) {
             device_.step("read", path);
         }
         const auto error = Base::read(path, text);
@@ -480,7 +481,7 @@ void add(Device& device, Role role)
     case Role::Begin:
         return device.add("begin", [](Device& own) {
             const bool isDone = begin(own);
-            const bool isPending = !own.textOf(networkhost::kTrial).empty();
+            const bool isPending = !own.textOf(velbase2::system::paths::kTrial).empty();
             own.fault = isDone && isPending && !own.hasGuard(true) ? "a trial counts, and nobody guards it" : own.fault;
             return isDone;
         });

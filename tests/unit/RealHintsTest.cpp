@@ -22,7 +22,7 @@ TEST(RealHints, ComeOfTheKernelAndOfFilesWhereverTheyComeFrom)
                   "ln -s ../third/a /etc/systemd/network/02_remote.network", "echo a > /etc/systemd/third/a",
                   "ln -s third/b /etc/systemd/resolved.conf", "echo a > /etc/systemd/third/b"}) {
                 SCOPED_TRACE(command);
-                hints.renew();
+                hints.rearm();
                 while (hints.take({})) { // what is left
                 }
                 const auto done =

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Registers a test for each scenario of tests/scenarios, named after its file and its heading.
 #include "networkhost/state/DaemonFile.h"
+#include "networkhost/text/Words.h"
 #include "scenario/SimulatedScenario.h"
 
 #include <algorithm>

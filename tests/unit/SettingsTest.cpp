@@ -19,7 +19,7 @@ TEST(Settings, AreSavedAndAppliedAndSavedTheSame)
     networksimulation::Device device;
     device.put(kResolver + "dns_server_10.conf", "[Resolve]\nDNS=192.168.50.2\n");
     const auto before = saveSettings(device.files());
-    EXPECT_TRUE(planSettings(device, before).outcome.isNothingToChange());
+    EXPECT_TRUE(planSettings(device, before).isNothingToChange());
     const auto plan = planSettings(device, R"({"interfaces": {"local": {"address": "192.168.10.1/24"},
         "remote": {"address": "192.168.50.20/24", "routes": [{"destination": "10.1.0.0/16", "gateway": "192.168.50.2"},
                                                              {"destination": "10.0.7.7/16", "gateway": "192.168.50.2"}]}},
@@ -47,12 +47,12 @@ TEST(Settings, AreRefusedWhereAFileOfOthersAsksForMore)
     const auto document = saveSettings(device.files());
     device.put(kRemote, device.textOf(kRemote) + "[Route]\nDestination=10.9.0.0/16\nGateway=192.168.50.9\n");
     const auto plan = planSettings(device, document);
-    ASSERT_EQ(plan.files.size(), 1U) << plan.outcome.reason; // by hand, but in a file of ours
+    ASSERT_EQ(plan.files.size(), 1U) << plan.refusal; // by hand, but in a file of ours
     EXPECT_EQ(plan.files[0].after, "[Match]\nName=remote\n\n[Network]\nDHCP=ipv4\n\n");
     device.put(kResolver + "hand.conf", "[Resolve]\nDNS=9.9.9.9\n");
     device.put(kRemote + ".d/51-ip_address.conf", "[Network]\nAddress=10.9.9.9/8\n");
     const std::string words = ": a file that is not written here asks for something else: ";
-    EXPECT_EQ(planSettings(device, document).outcome.reason,
+    EXPECT_EQ(planSettings(device, document).refusal,
               "interfaces.remote" + words + kRemote + ".d/51-ip_address.conf; dns" + words + kResolver + "hand.conf");
 }
 

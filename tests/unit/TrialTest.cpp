@@ -2,6 +2,7 @@
 // What the scenarios cannot show: what happens while a trial or its guard waits. Kills: see OrdersTest.cpp.
 #include "networkhost/change/Trial.h"
 
+#include "networkhost/change/Apply.h"
 #include "networkhost/change/Guard.h"
 #include "networkhost/plan/Requests.h"
 #include "networkhost/state/LiveState.h"
@@ -149,7 +150,7 @@ TEST(Trial, MakesWayForAnotherChangeWhenThePreviousSettingsDoNotBecomeLive)
     ASSERT_TRUE(startTrial(device).isDone);
     device.hang("systemd-networkd");
     EXPECT_FALSE(rollBack(device, "asked for").isDone);
-    EXPECT_TRUE(networkhost::setDnsDomain(device, "a.example").isDone);
+    EXPECT_TRUE(networkhost::apply(device, networkhost::planDnsDomain(device, "a.example")).isDone);
     EXPECT_EQ(trialState(device).kind, TrialState::Kind::RolledBack);
 }
 
@@ -168,7 +169,7 @@ TEST(Plan, IsNotCarriedOutWhenAFileHasChangedSince)
 {
     networksimulation::Device device;
     const auto plan = networkhost::planDnsDomain(device, "a.example");
-    ASSERT_TRUE(networkhost::setDnsDomain(device, "b.example").isDone);
+    ASSERT_TRUE(networkhost::apply(device, networkhost::planDnsDomain(device, "b.example")).isDone);
     EXPECT_EQ(networkhost::apply(device, plan).reason,
               "/etc/systemd/resolved.conf.d/dns_domain.conf is no longer as the "
               "plan saw it: somebody has changed it since");

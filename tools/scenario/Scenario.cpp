@@ -4,11 +4,11 @@
 #include "base/Log.h"
 #include "networkhost/device/LockHolder.h"
 #include "networkhost/loop/Cells.h"
-#include "networkhost/state/DaemonFile.h"
 #include "networkhost/state/LiveState.h"
 #include "networkhost/state/Missing.h"
 #include "networkhost/state/Text.h"
 #include "networkhost/text/Checks.h"
+#include "networkhost/text/Words.h"
 #include "networkmanager/Refresher.h"
 #include "velnetctl/CommandLine.h"
 

@@ -10,6 +10,7 @@
 // Usage: soak_host VELNETCTL. Ends with its input.
 #include "base/IpHelper.h"
 #include "base/Log.h"
+#include "networkhost/change/Apply.h"
 #include "networkhost/change/Trial.h"
 #include "networkhost/device/RealDevice.h"
 #include "networkhost/loop/Cells.h"

@@ -4,6 +4,7 @@
 // simulated device. Prints how much of each there was; exit code 1 when there was none, or a value was not right.
 // Usage: stress [SECONDS], otherwise 60.
 #include "base/IpHelper.h"
+#include "networkhost/change/Apply.h"
 #include "networkhost/change/Trial.h"
 #include "networkhost/loop/LiveUpdates.h"
 #include "networkhost/plan/Requests.h"
@@ -217,7 +218,7 @@ bool change(networkhost::IDevice& device, unsigned number)
     case 1:
         return (number % 8 == 1 ? confirmTrial(device) : rollBack(device, "by turns")).isDone;
     case 2:
-        return setDnsServer(device, address, 0).isDone;
+        return apply(device, planDnsServer(device, address, 0)).isDone;
     default:
         return true;
     }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "networkhost/change/Apply.h"
 
-#include "networkhost/change/CarryOut.h"
 #include "networkhost/change/ChangeLock.h"
+#include "networkhost/change/Steps.h"
 
 #include <exception>
 
@@ -18,7 +18,7 @@ bool isFirstStep(const Plan& plan, const Failure& failure)
 /// With the old files, after a step that failed.
 void putBack(IDevice& device, const Plan& plan, const std::vector<SavedFile>& saved, Outcome& outcome)
 {
-    const auto failures = restoreFiles(device, saved, outcome.notes).failures;
+    const auto failures = restoreFiles(device.files(), saved, outcome.notes).failures;
     if (failures.empty() && isFirstStep(plan, outcome.failures.front())) {
         return;
     }
@@ -32,7 +32,7 @@ void putBackSilently(IDevice& device, const std::vector<SavedFile>& saved)
 {
     try {
         std::vector<std::string> notes;
-        restoreFiles(device, saved, notes);
+        restoreFiles(device.files(), saved, notes);
         restartDaemons(device, saved);
     } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): the first one goes on
     }
@@ -42,19 +42,22 @@ void putBackSilently(IDevice& device, const std::vector<SavedFile>& saved)
 
 Outcome apply(IDevice& device, const Plan& plan, const ApplyOptions& options)
 {
-    if (!plan.outcome.isDone || plan.files.empty()) {
-        return plan.outcome;
+    if (plan.files.empty()) {
+        return outcomeOf(plan);
+    }
+    if (const auto outcome = refusalOf(device, plan, options.force); !outcome.isDone) {
+        return outcome;
     }
     const auto turn = lockChanges(device);
     if (!turn.refusal.empty()) {
         return refused(turn.refusal);
     }
-    if (const auto refusal = refusalOf(device, plan, options.force); !refusal.empty()) {
-        return refused(refusal);
+    if (const auto conflict = conflictOf(device, plan); !conflict.empty()) {
+        return refused(conflict);
     }
-    const auto saved = savedFilesOf(device, plan);
+    const auto saved = savedFilesOf(device.files(), plan);
     try {
-        auto outcome = carryOut(device, plan, true);
+        auto outcome = runSteps(device, plan, true);
         if (!outcome.isDone) {
             putBack(device, plan, saved, outcome);
         }

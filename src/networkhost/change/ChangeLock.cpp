@@ -1,12 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "networkhost/change/ChangeLock.h"
 
-#include "networkhost/change/Record.h"
-#include "networkhost/plan/Outcome.h"
+#include "base/Paths.h"
+#include "networkhost/device/Failure.h"
+#include "networkhost/state/TrialRecord.h"
+#include "networkhost/state/TrialState.h"
 #include "networkhost/state/Wait.h"
+
+#include <optional>
 
 namespace networkhost {
 
+namespace paths = velbase2::system::paths;
 using std::chrono::milliseconds;
 
 namespace {
@@ -39,19 +44,48 @@ ChangeLock lockWithin(IDevice& device, const char* path, milliseconds limit, con
     }
 }
 
+std::optional<std::string> textOf(const IFiles& files, const std::string& path)
+{
+    std::string text;
+    return files.read(path, text) ? std::nullopt : std::optional(text);
+}
+
 } // namespace
 
 ChangeLock lockChanges(IDevice& device, milliseconds limit)
 {
     if (const auto error = makeTrialDirectory(device.files())) {
-        return {nullptr, noTurn(kTrialDirectory, error)};
+        return {nullptr, noTurn(paths::kTrialDirectory, error)};
     }
-    return lockWithin(device, kChangeLock, limit, "another change is at work: ");
+    return lockWithin(device, paths::kChangeLock, limit, "another change is at work: ");
 }
 
 ChangeLock lockCaller(IDevice& device)
 {
-    return lockWithin(device, kCallerLock, std::chrono::seconds(1), "another trial is about to begin: ");
+    return lockWithin(device, paths::kCallerLock, std::chrono::seconds(1), "another trial is about to begin: ");
+}
+
+Outcome refusalOf(IDevice& device, const Plan& plan, bool force)
+{
+    if (const auto trial = trialState(device); trial.isPending() && !trial.isRestored) {
+        wakeGuard(device);
+        return refused(trial.text());
+    }
+    return outcomeOf(plan, force);
+}
+
+std::string conflictOf(IDevice& device, const Plan& plan)
+{
+    if (const auto trial = trialState(device); trial.isPending() && !closeRestored(device.files())) {
+        wakeGuard(device);
+        return trial.text();
+    }
+    for (const auto& file : plan.files) {
+        if (textOf(device.files(), file.path) != file.before) {
+            return file.path + " is no longer as the plan saw it: somebody has changed it since";
+        }
+    }
+    return {};
 }
 
 } // namespace networkhost

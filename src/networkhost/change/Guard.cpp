@@ -1,15 +1,18 @@
 // SPDX-License-Identifier: MIT
 #include "networkhost/change/Guard.h"
 
-#include "networkhost/change/Record.h"
-#include "networkhost/change/RollBack.h"
-#include "networkhost/change/Trial.h"
+#include "base/Paths.h"
+#include "networkhost/change/RollBackSteps.h"
+#include "networkhost/device/SplitRights.h"
+#include "networkhost/state/TrialRecord.h"
+#include "networkhost/state/TrialState.h"
 
 #include <algorithm>
 #include <set>
 
 namespace networkhost {
 
+namespace paths = velbase2::system::paths;
 using std::chrono::milliseconds;
 
 namespace {
@@ -49,17 +52,17 @@ bool isDue(IDevice& device, const TrialState& state)
 class Reporter
 {
 public:
-    explicit Reporter(const Say& say) : say_(say) {}
+    explicit Reporter(const Report& report) : report_(report) {}
 
     void report(const std::string& line)
     {
         if (said_.insert(line).second) {
-            say_(line);
+            report_(line);
         }
     }
 
 private:
-    const Say& say_;
+    const Report& report_;
     std::set<std::string> said_;
 };
 
@@ -84,13 +87,13 @@ bool rollBackAndReport(IDevice& device, const TrialState& state, const RollBackO
 }
 
 /// Returns when no trial is pending.
-void guardPending(IDevice& device, const Say& say)
+void guardPending(IDevice& device, const Report& report)
 {
     constexpr milliseconds kPause(20);
     constexpr milliseconds kBetweenLooks(500);
     constexpr milliseconds kShortest(1000); // between tries
     constexpr milliseconds kLongest(10000);
-    Reporter reporter(say);
+    Reporter reporter(report);
     RollBackOptions options;
     options.breaksLock = true;
     options.onlyWhenDue = true;
@@ -98,7 +101,7 @@ void guardPending(IDevice& device, const Say& say)
     auto pause = kShortest;
     for (auto state = trialState(device); state.isPending(); state = trialState(device)) {
         std::string holder;
-        if (!lock && device.files().tryLock(kGuardLock, lock, holder) == std::errc::operation_would_block) {
+        if (!lock && device.files().tryLock(paths::kGuardLock, lock, holder) == std::errc::operation_would_block) {
             device.pause(kPause);
         } else if (state.kind == TrialState::Kind::Unreadable) {
             reporter.report(state.text());
@@ -116,17 +119,22 @@ void guardPending(IDevice& device, const Say& say)
 
 } // namespace
 
-void guardTrials(IDevice& device, const Say& say)
+void guardTrials(IDevice& device, const Report& report)
 {
     do {
-        guardPending(device, say);
+        guardPending(device, report);
         // A trial that began after the last look, and before the lock was free, has found this guard.
     } while (trialState(device).isPending());
 }
 
-bool restoreAtBoot(IDevice& device, const Say& say)
+bool runGuard(IDevice& device, const Report& report)
 {
-    Reporter reporter(say);
+    return splitRights(device, [&report](IDevice& own) { guardTrials(own, report); });
+}
+
+bool restoreAtBoot(IDevice& device, const Report& report)
+{
+    Reporter reporter(report);
     const auto state = trialState(device);
     if (state.kind == TrialState::Kind::Unreadable) {
         reporter.report(state.text());

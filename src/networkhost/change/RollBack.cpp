@@ -1,222 +1,23 @@
 // SPDX-License-Identifier: MIT
 #include "networkhost/change/RollBack.h"
 
-#include "networkhost/change/CarryOut.h"
-#include "networkhost/change/ChangeLock.h"
-#include "networkhost/change/Record.h"
-#include "networkhost/change/Trial.h"
-#include "networkhost/state/LiveState.h"
-#include "networkhost/state/Missing.h"
-#include "networkhost/state/Wait.h"
+#include "base/Paths.h"
+#include "networkhost/change/RollBackSteps.h"
 
-#include <algorithm>
+#include <unistd.h>
 
 namespace networkhost {
-namespace {
 
-/// Beside the record, under a name of its own: "network-02_remote.network.d-50-routes.conf".
-std::string keptPath(const std::string& path)
+namespace paths = velbase2::system::paths;
+
+Outcome rollBack(IDevice& device, const std::string& why)
 {
-    constexpr std::string_view kCommon = "/etc/systemd/";
-    auto name = path.substr(kCommon.size());
-    std::replace(name.begin(), name.end(), '/', '-');
-    return kTrialDirectory + ("/overwritten-" + name);
-}
-
-/// What somebody wrote past this library since the trial began.
-void keepForeignText(IFiles& files, const SavedFile& saved, std::vector<std::string>& notes)
-{
-    std::string text;
-    if (files.read(saved.path, text) || saved.text == text || saved.changedTo == checksumOf(text)) {
-        return;
-    }
-    const auto path = keptPath(saved.path);
-    Rights rights;
-    auto error = rightsForRecords(files, rights);
-    error = error ? error : files.replace(path, text, &rights);
-    notes.push_back("what somebody had written to " + saved.path + " since is " +
-                    (error ? "lost: " + error.message() : "kept in " + path));
-}
-
-/// A record may not name files that are changed with the rights of another user than its writer.
-void dropFilesOfOthers(const IFiles& files, Record& record, std::vector<std::string>& notes)
-{
-    Writer own;
-    files.writerOf(kRollback, own);
-    const auto isOfOthers = [&](const SavedFile& file) {
-        auto writer = own;
-        files.writerOf(file.path, writer); // an error here comes again when the file is put back
-        if (writer.user != own.user) {
-            notes.push_back(file.path + " is root's and stays as it is: it does not lie with the record of the trial");
-        }
-        return writer.user != own.user;
-    };
-    record.files.erase(std::remove_if(record.files.begin(), record.files.end(), isOfOthers), record.files.end());
-}
-
-/// False for a trial that is not over yet.
-bool isDue(IDevice& device, const Record& record)
-{
-    const bool isLeftAlone = !record.isLive && !hasCaller(device.files());
-    return isLeftAlone || record.deadline <= device.now() || record.boot != bootMark(device.files());
-}
-
-/// The record of what is to be rolled back from here on; of two callers, or of one that confirms, one gets it. EAGAIN
-/// when it is not due.
-std::error_code claim(IDevice& device, const std::string& why, bool onlyWhenDue, Record& record)
-{
-    auto& files = device.files();
-    if (const auto error = readRecord(files, kTrial, record); error != std::errc::no_such_file_or_directory) {
-        if (!error && onlyWhenDue && !isDue(device, record)) {
-            return std::make_error_code(std::errc::resource_unavailable_try_again);
-        }
-        const auto unclaimed = error ? error : renameRecord(files, kTrial, kRollback);
-        if (unclaimed && unclaimed != std::errc::no_such_file_or_directory) {
-            return unclaimed;
-        }
-    }
-    const auto error = readRecord(files, kRollback, record);
-    if (!error && record.why.empty()) {
-        record.why = why;
-        writeRecord(files, kRollback, record); // what fails costs the reason only
-    }
-    return error;
-}
-
-/// The record of how it ended takes the place of the pending one.
-std::error_code close(IFiles& files, const Record& record)
-{
-    return writeRecord(files, kRolledBack, record) ? renameRecord(files, kRollback, kRolledBack)
-                                                   : files.remove(kRollback);
-}
-
-/// Restarts the daemons when they have not seen these files yet. Those that could not be, in words.
-std::string restartOnce(IDevice& device, Record& record)
-{
-    if (record.isRestored) {
-        return {};
-    }
-    auto failure = restartDaemons(device, record.files);
-    record.isRestored = failure.empty();
-    writeRecord(device.files(), kRollback, record); // what fails costs a restart more
-    return failure;
-}
-
-/// Puts the files back. Where the daemons have been restarted before, and a file is another one now, they are to be
-/// restarted once more: noted before it is back, because this process may be killed in between.
-Restored putBack(IDevice& device, Record& record, std::vector<std::string>& notes)
-{
-    auto& files = device.files();
-    const bool isOnceMore = record.isRestored && !areBack(files, record.files);
-    if (isOnceMore) {
-        record.isRestored = false;
-        writeRecord(files, kRollback, record);
-    }
-    auto restored = restoreFiles(device, record.files, notes);
-    if (isOnceMore && !restored.isChanged) { // a file that does not come back costs no restart
-        record.isRestored = true;
-        writeRecord(files, kRollback, record);
-    }
-    return restored;
-}
-
-/// Whether the record on disk is still that of this trial.
-bool isPresent(const IFiles& files, const Record& record)
-{
-    Record present;
-    return !readRecord(files, kRollback, present) && present.by == record.by && present.deadline == record.deadline;
-}
-
-/// What the live state lacks of the previous files; nothing when it lacked something before the trial, too.
-Missing lackingOf(IDevice& device, const Record& record)
-{
-    if (!record.wasLive) {
-        return {};
-    }
-    Plan plan;
-    for (const auto& file : record.files) {
-        plan.files.push_back({file.path, {}, file.text});
-    }
-    auto wanted = concernedBy(plan, readConfiguration(device.files()));
-    const auto live = readLiveState(device);
-    for (const auto& [name, iface] : live.interfaces) {
-        if (!iface.hasLink) {
-            wanted.interfaces.erase(name); // with the cable out, nothing becomes live; the daemon sees to it afterwards
-        }
-    }
-    return missing(wanted, live);
-}
-
-} // namespace
-
-Outcome rollBackTrial(IDevice& device, const std::string& why, const RollBackOptions& options)
-{
-    auto& files = device.files();
-    auto turn = lockChanges(device);
-    const bool hasTurn = turn.refusal.empty();
-    if (!hasTurn && !options.breaksLock) {
-        return refused(turn.refusal);
-    }
-    Record record;
-    if (claim(device, why, options.onlyWhenDue, record)) {
-        return refused(trialState(device).text());
-    }
-    Outcome outcome;
-    dropFilesOfOthers(files, record, outcome.notes);
-    for (const auto& file : record.files) {
-        keepForeignText(files, file, outcome.notes);
-    }
-    outcome.failures = putBack(device, record, outcome.notes).failures;
-    const auto unrestarted = options.isAtBoot ? std::string() : restartOnce(device, record);
-    if (!outcome.failures.empty()) {
-        outcome.reason = textOf(outcome.failures);
-        return outcome;
-    }
-    const std::string back = "the previous files are back, but ";
-    if (!unrestarted.empty()) {
-        outcome.reason = back + unrestarted;
-        return outcome;
-    }
-    if (!hasTurn && !options.endsWithoutTurn) {
-        outcome.reason = back + turn.refusal;
-        return outcome;
-    }
-    if (!hasTurn) {
-        outcome.notes.push_back(turn.refusal + "; it may still write");
-    }
-    const bool wereBack = areBack(files, record.files);
-    turn.lock.reset(); // another change may follow
-    Missing lacking;
-    if (!options.isAtBoot) {
-        waitUntil(device, options.untilLive, [&] {
-            lacking = lackingOf(device, record);
-            return lacking.empty() || !isThere(files, kRollback);
-        });
-        turn = lockChanges(device);
-    }
-    if (!isPresent(files, record)) {
-        outcome.isDone = true; // another change or trial has followed, or somebody else has seen the end of it
-        return outcome;
-    }
-    if (wereBack && !areBack(files, record.files)) {
-        outcome.reason = "the previous files were back, and somebody has written to them since";
-        return outcome;
-    }
-    if (!lacking.empty()) {
-        outcome.reason = "the previous files are back, and the daemons have them, but the live state lacks " + lacking;
-        return outcome;
-    }
-    const auto error = close(files, record);
-    outcome.isDone = !error;
-    outcome.reason = error ? kRollback + (": " + error.message()) : "";
-    return outcome;
-}
-
-bool closeRestored(IDevice& device)
-{
-    Record record;
-    return !isThere(device.files(), kTrial) && !readRecord(device.files(), kRollback, record) && record.isRestored &&
-           areBack(device.files(), record.files) && !close(device.files(), record);
+    RollBackOptions options;
+    Writer writer;
+    // Another user than the caller may hold the lock for ever. Root does not wait for that.
+    options.breaksLock = !device.files().writerOf(paths::kTrial, writer) && writer.user != ::geteuid();
+    options.endsWithoutTurn = options.breaksLock;
+    return rollBackTrial(device, why, options);
 }
 
 } // namespace networkhost

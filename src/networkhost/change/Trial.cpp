@@ -1,22 +1,23 @@
 // SPDX-License-Identifier: MIT
 #include "networkhost/change/Trial.h"
 
-#include "networkhost/change/CarryOut.h"
+#include "base/Paths.h"
 #include "networkhost/change/ChangeLock.h"
-#include "networkhost/change/Record.h"
 #include "networkhost/change/RollBack.h"
+#include "networkhost/change/Steps.h"
 #include "networkhost/device/LockHolder.h"
 #include "networkhost/plan/DaemonHealth.h"
 #include "networkhost/plan/Neighbours.h"
 #include "networkhost/state/Missing.h"
+#include "networkhost/state/TrialRecord.h"
+#include "networkhost/state/TrialState.h"
 #include "networkhost/state/Wait.h"
 
 #include <algorithm>
 
-#include <unistd.h>
-
 namespace networkhost {
 
+namespace paths = velbase2::system::paths;
 using std::chrono::milliseconds;
 
 namespace {
@@ -27,6 +28,13 @@ std::string secondsText(milliseconds time)
 {
     constexpr milliseconds kSecond(1000);
     return std::to_string((std::max(time, milliseconds(0)) + kSecond - milliseconds(1)) / kSecond) + " s";
+}
+
+Outcome done()
+{
+    Outcome outcome;
+    outcome.isDone = true;
+    return outcome;
 }
 
 Outcome failed(const std::string& step, const std::error_code& error)
@@ -52,7 +60,7 @@ std::string faultOfTimes(const TrialOptions& options)
 std::string faultOfWriters(const IFiles& files, const Plan& plan)
 {
     Writer guard;
-    files.writerOf(kTrial, guard);
+    files.writerOf(paths::kTrial, guard);
     for (const auto& file : plan.files) {
         auto writer = guard;
         files.writerOf(file.path, writer); // an error is told by the write
@@ -65,37 +73,36 @@ std::string faultOfWriters(const IFiles& files, const Plan& plan)
 }
 
 /// Puts the record in place, and sees that somebody guards it. Until then the configuration is untouched.
-Outcome arm(IDevice& device, const Record& record)
+Outcome arm(IDevice& device, const TrialRecord& record)
 {
     auto& files = device.files();
-    auto error = files.remove(kConfirmed);
-    error = error ? error : files.remove(kRolledBack);
-    error = error ? error : writeRecord(files, kTrial, record);
-    Record written;
-    error = error ? error : readRecord(files, kTrial, written); // what cannot be read back would not be rolled back
+    auto error = files.remove(paths::kConfirmed);
+    error = error ? error : files.remove(paths::kRolledBack);
+    error = error ? error : writeRecord(files, paths::kTrial, record);
+    TrialRecord written;
+    error =
+        error ? error : readRecord(files, paths::kTrial, written); // what cannot be read back would not be rolled back
     if (error) {
-        files.remove(kTrial); // it may be there, but for its sync
-        return failed(kTrial, error);
+        files.remove(paths::kTrial); // it may be there, but for its sync
+        return failed(paths::kTrial, error);
     }
-    if (!device.startGuard()) {
-        files.remove(kTrial);
+    if (!startGuard(device)) {
+        files.remove(paths::kTrial);
         return refused("no guard came up that would roll the trial back");
     }
-    Outcome armed;
-    armed.isDone = true;
-    return armed;
+    return done();
 }
 
 /// The pending trial's deadline, in one step. False when the trial is over.
-bool moveDeadline(IDevice& device, Record& record, milliseconds time, bool isLive)
+bool moveDeadline(IDevice& device, TrialRecord& record, milliseconds time, bool isLive)
 {
-    Record present;
-    if (readRecord(device.files(), kTrial, present) || present.deadline != record.deadline) {
+    TrialRecord present;
+    if (readRecord(device.files(), paths::kTrial, present) || present.deadline != record.deadline) {
         return false;
     }
     present.deadline = device.now() + time;
     present.isLive = isLive;
-    if (writeRecord(device.files(), kTrial, present)) {
+    if (writeRecord(device.files(), paths::kTrial, present)) {
         return false;
     }
     record = present;
@@ -103,17 +110,16 @@ bool moveDeadline(IDevice& device, Record& record, milliseconds time, bool isLiv
 }
 
 /// Waits for the setting; ends early when somebody confirms or rolls back.
-Missing waitForTrial(IDevice& device, const Configuration& wanted, const Configuration& before,
-                     const TrialOptions& options)
+std::string waitForTrial(IDevice& device, const Plan& plan, const TrialOptions& options)
 {
-    Missing lacking;
+    std::string lacking;
     const auto end = device.now() + options.wait;
     waitUntil(device, options.wait, [&] {
-        lacking = missing(wanted, readLiveState(device), before);
+        lacking = missing(plan.after, readLiveState(device), plan.before);
         if (!lacking.empty() && options.onWaiting) {
             options.onWaiting(lacking, end - device.now());
         }
-        return lacking.empty() || !isThere(device.files(), kTrial);
+        return lacking.empty() || !isThere(device.files(), paths::kTrial);
     });
     return lacking;
 }
@@ -131,7 +137,7 @@ Outcome rolledBack(IDevice& device, Outcome outcome, const std::string& why)
 /// Rolls back a trial that is not to go on, unless somebody else has ended it.
 Outcome ended(IDevice& device, Outcome outcome, const std::string& why)
 {
-    if (isThere(device.files(), kTrial)) {
+    if (isThere(device.files(), paths::kTrial)) {
         return rolledBack(device, outcome, why);
     }
     const auto state = endOfTrial(device);
@@ -140,88 +146,103 @@ Outcome ended(IDevice& device, Outcome outcome, const std::string& why)
     return outcome;
 }
 
-Record recordOf(IDevice& device, const Plan& plan, const Configuration& before, milliseconds wait)
+TrialRecord recordOf(IDevice& device, const Plan& plan, milliseconds wait)
 {
-    Record record;
+    TrialRecord record;
     record.title = plan.title;
     record.by = thisProcess();
     record.boot = bootMark(device.files());
     record.deadline = device.now() + wait;
-    record.wasLive = missing(before, readLiveState(device)).empty();
-    record.files = savedFilesOf(device, plan);
+    record.wasLive = missing(plan.before, readLiveState(device)).empty();
+    record.files = savedFilesOf(device.files(), plan);
     return record;
 }
 
 /// The files of a trial that root has ended meanwhile, without its turn. The caller has the turn.
-void takeBack(IDevice& device, const Record& record, Outcome& outcome)
+void takeBack(IDevice& device, const TrialRecord& record, Outcome& outcome)
 {
-    if (!isThere(device.files(), kTrial)) {
-        restoreFiles(device, record.files, outcome.notes);
+    if (!isThere(device.files(), paths::kTrial)) {
+        restoreFiles(device.files(), record.files, outcome.notes);
         restartDaemons(device, record.files);
     }
 }
 
-} // namespace
-
-Outcome tryOut(IDevice& device, const Plan& plan, const TrialOptions& options)
+Outcome refusalOfTrial(IDevice& device, const Plan& plan, const TrialOptions& options, bool isRebootCovered)
 {
-    if (!plan.outcome.isDone || plan.files.empty()) {
-        return plan.outcome;
+    if (auto outcome = refusalOf(device, plan, options.force); !outcome.isDone) {
+        return outcome;
     }
     if (const auto fault = faultOfTimes(options); !fault.empty()) {
         return refused(fault);
     }
-    const bool isRebootCovered = device.hasBootGuard();
     if (options.requiresBootGuard && !isRebootCovered) {
         return refused(
             "nothing restores an unconfirmed trial at the next boot: velnet-guard-boot.service is not enabled");
     }
-    if (const auto faults = options.requiresBootGuard ? daemonFaults(device, plan) : Sentences(); !faults.empty()) {
-        return refused(faults.front());
+    const auto faults = options.requiresBootGuard ? daemonFaults(device, plan) : Sentences();
+    return faults.empty() ? done() : refused(faults.front());
+}
+
+/// Until the trial is live or back: while its caller has the lock, the guard knows that it goes on.
+struct Turns
+{
+    ChangeLock caller;
+    ChangeLock change;
+};
+
+/// Takes both turns, records what to go back to, and has the trial guarded. The configuration is untouched.
+Outcome recordTrial(IDevice& device, const Plan& plan, const TrialOptions& options, Turns& turns, TrialRecord& record)
+{
+    turns.change = lockChanges(device);
+    if (!turns.change.refusal.empty()) {
+        return refused(turns.change.refusal);
     }
-    auto turn = lockChanges(device);
-    if (!turn.refusal.empty()) {
-        return refused(turn.refusal);
-    }
-    if (const auto refusal = refusalOf(device, plan, options.force); !refusal.empty()) {
-        return refused(refusal);
+    if (const auto conflict = conflictOf(device, plan); !conflict.empty()) {
+        return refused(conflict);
     }
     if (const auto fault = faultOfWriters(device.files(), plan); !fault.empty()) {
         return refused(fault);
     }
-    const auto caller = lockCaller(device); // until this returns: should the process end, the guard need not wait
-    if (!caller.refusal.empty()) {
-        return refused(caller.refusal);
+    turns.caller = lockCaller(device);
+    if (!turns.caller.refusal.empty()) {
+        return refused(turns.caller.refusal);
     }
-    const auto before = concernedBy(plan, readConfiguration(device.files()));
-    auto record = recordOf(device, plan, before, options.wait);
+    record = recordOf(device, plan, options.wait);
     if (record.boot.empty()) {
         return refused("the mark of this boot cannot be read: the trial could not be told from one of an earlier boot");
     }
-    if (auto armed = arm(device, record); !armed.isDone) {
-        return armed;
+    return arm(device, record);
+}
+
+/// Records and carries out; when it is done, other changes may take their turn, and are refused.
+Outcome begin(IDevice& device, const Plan& plan, const TrialOptions& options, Turns& turns, TrialRecord& record)
+{
+    if (auto outcome = recordTrial(device, plan, options, turns, record); !outcome.isDone) {
+        turns.change.lock.reset();
+        return outcome;
     }
-    auto outcome = carryOut(device, plan, false);
+    auto outcome = runSteps(device, plan, false);
     const bool isRecorded = outcome.isDone && moveDeadline(device, record, options.wait, false);
     if (!isRecorded) {
         takeBack(device, record, outcome);
-        turn.lock.reset();
-        return ended(device, outcome, outcome.isDone ? "its deadline could not be recorded" : outcome.reason);
     }
-    turn.lock.reset();
-    if (!isRebootCovered) {
-        outcome.notes.emplace_back("a reboot is not covered: velnet-guard-boot.service is not enabled");
-    }
-    const auto wanted = concernedBy(plan, readConfiguration(device.files()));
-    const auto lacking = waitForTrial(device, wanted, before, options);
+    turns.change.lock.reset();
+    return isRecorded ? outcome
+                      : ended(device, outcome, outcome.isDone ? "its deadline could not be recorded" : outcome.reason);
+}
+
+/// Waits until the settings are live and sound, and begins the countdown; otherwise ends the trial.
+Outcome awaitLive(IDevice& device, const Plan& plan, const TrialOptions& options, TrialRecord& record, Outcome outcome)
+{
+    const auto lacking = waitForTrial(device, plan, options);
     if (isBrokenOff()) {
         return refused("it was broken off: the guard rolls it back");
     }
-    if (const auto faults = lacking.empty() && !options.force ? unansweredOrTaken(device, plan) : Sentences();
-        !faults.empty()) {
+    const auto faults = lacking.empty() && !options.force ? unansweredOrTaken(device, plan) : Sentences();
+    if (!faults.empty()) {
         return ended(device, outcome, faults.front() + "; --force keeps it all the same");
     }
-    turn = lockChanges(device);
+    auto turn = lockChanges(device);
     if (lacking.empty() && turn.refusal.empty() && moveDeadline(device, record, options.time, true)) {
         return outcome;
     }
@@ -231,129 +252,52 @@ Outcome tryOut(IDevice& device, const Plan& plan, const TrialOptions& options)
                                  : "after " + secondsText(options.wait) + " the live state still lacked " + lacking);
 }
 
+} // namespace
+
+Outcome tryOut(IDevice& device, const Plan& plan, const TrialOptions& options)
+{
+    if (plan.files.empty()) {
+        return outcomeOf(plan);
+    }
+    const bool isRebootCovered = device.hasBootGuard();
+    if (const auto outcome = refusalOfTrial(device, plan, options, isRebootCovered); !outcome.isDone) {
+        return outcome;
+    }
+    Turns turns;
+    TrialRecord record;
+    auto outcome = begin(device, plan, options, turns, record);
+    if (!outcome.isDone) {
+        return outcome;
+    }
+    if (!isRebootCovered) {
+        outcome.notes.emplace_back("a reboot is not covered: velnet-guard-boot.service is not enabled");
+    }
+    return awaitLive(device, plan, options, record, std::move(outcome));
+}
+
 Outcome confirmTrial(IDevice& device)
 {
     const auto turn = lockChanges(device);
     if (!turn.refusal.empty()) {
         return refused(turn.refusal);
     }
-    Record record;
-    if (readRecord(device.files(), kTrial, record)) {
+    TrialRecord record;
+    if (readRecord(device.files(), paths::kTrial, record)) {
         return refused(trialState(device).text());
     }
     if (!record.isLive) {
         return refused("it has not been live yet, and cannot be confirmed: " + trialState(device).text());
     }
     Outcome outcome;
-    if (const auto error = renameRecord(device.files(), kTrial, kConfirmed)) {
-        if (!isThere(device.files(), kConfirmed)) {
-            return isThere(device.files(), kTrial) ? failed(kConfirmed, error)
-                                                   : refused("the trial is over: it is rolled back");
+    if (const auto error = renameRecord(device.files(), paths::kTrial, paths::kConfirmed)) {
+        if (!isThere(device.files(), paths::kConfirmed)) {
+            return isThere(device.files(), paths::kTrial) ? failed(paths::kConfirmed, error)
+                                                          : refused("the trial is over: it is rolled back");
         }
         outcome.notes.push_back("a power cut at this moment would roll it back: " + error.message());
     }
     outcome.isDone = true;
     return outcome;
-}
-
-Outcome rollBack(IDevice& device, const std::string& why)
-{
-    RollBackOptions options;
-    Writer writer;
-    // Another user than the caller may hold the lock for ever. Root does not wait for that.
-    options.breaksLock = !device.files().writerOf(kTrial, writer) && writer.user != ::geteuid();
-    options.endsWithoutTurn = options.breaksLock;
-    return rollBackTrial(device, why, options);
-}
-
-bool TrialState::isPending() const
-{
-    return kind != Kind::None && kind != Kind::Confirmed && kind != Kind::RolledBack;
-}
-
-std::string TrialState::text() const
-{
-    const auto pending = "a trial is pending: " + title + ", by " + by;
-    switch (kind) {
-    case Kind::None:
-        return "no trial is pending";
-    case Kind::Waiting:
-        return pending + "; it is not live yet, and is rolled back in " + secondsText(left);
-    case Kind::Counting:
-        return pending + "; it is rolled back in " + secondsText(left) + " unless it is confirmed (velnetctl confirm)";
-    case Kind::RollingBack:
-        return "a trial is pending: " + title +
-               (isRestored ? " is rolled back, but the previous settings are not live yet" : " is being rolled back");
-    case Kind::Unreadable:
-        return "a trial is pending, but its record cannot be read: " + why;
-    case Kind::Confirmed:
-        return "no trial is pending; the last one, " + title + ", was confirmed";
-    case Kind::RolledBack:
-        return "no trial is pending; the last one, " + title + ", was rolled back: " + why;
-    }
-    return {};
-}
-
-TrialState endOfTrial(IDevice& device)
-{
-    constexpr milliseconds kLimit(30000);
-    TrialState state;
-    waitUntil(device, kLimit, [&] {
-        state = trialState(device);
-        const bool isOver = state.kind != TrialState::Kind::RollingBack;
-        if (!isOver) {
-            wakeGuard(device);
-        }
-        return isOver;
-    });
-    return state;
-}
-
-void wakeGuard(IDevice& device)
-{
-    const auto state = trialState(device);
-    if (state.isPending() && state.kind != TrialState::Kind::Unreadable) {
-        device.startGuard();
-    }
-}
-
-TrialState trialState(IDevice& device)
-{
-    using Kind = TrialState::Kind;
-    struct Name
-    {
-        const char* path;
-        Kind kind;
-    };
-    for (const auto& [path, kind] : {Name{kTrial, Kind::Waiting}, Name{kRollback, Kind::RollingBack},
-                                     Name{kConfirmed, Kind::Confirmed}, Name{kRolledBack, Kind::RolledBack}}) {
-        Record record;
-        const auto error = readRecord(device.files(), path, record);
-        if (error == std::errc::no_such_file_or_directory) {
-            continue;
-        }
-        TrialState state;
-        state.kind = kind;
-        if (error) {
-            state.kind = state.isPending() ? Kind::Unreadable : Kind::None;
-            state.why = error == std::errc::bad_message
-                            ? std::string("it is damaged; nothing is touched; look into ") + kTrialDirectory +
-                                  ", and remove trial and rollback there to go on"
-                            : Failure{Failure::Step::ReadFile, path, error, {}}.text();
-            return state;
-        }
-        state.kind = kind == Kind::Waiting && record.isLive ? Kind::Counting : kind;
-        state.title = record.title;
-        state.by = record.by;
-        state.isOfEarlierBoot = record.boot != bootMark(device.files());
-        state.isRestored = record.isRestored && areBack(device.files(), record.files);
-        state.left = state.isOfEarlierBoot ? milliseconds(0) : record.deadline - device.now();
-        state.why = record.why;
-        std::transform(record.files.begin(), record.files.end(), std::back_inserter(state.files),
-                       [](const auto& file) { return file.path; });
-        return state;
-    }
-    return {};
 }
 
 } // namespace networkhost

@@ -11,7 +11,7 @@ namespace networkhost {
 
 using velbase2::system::FileDescriptor;
 
-FileDescriptor orThrow(const char* call, int fd)
+FileDescriptor ownedOrThrow(const char* call, int fd)
 {
     const int own = velbase2::system::atLeast(STDERR_FILENO + 1, fd);
     if (own < 0) {
@@ -22,7 +22,7 @@ FileDescriptor orThrow(const char* call, int fd)
 
 FileDescriptor openEpoll()
 {
-    return orThrow("epoll_create1", ::epoll_create1(EPOLL_CLOEXEC));
+    return ownedOrThrow("epoll_create1", ::epoll_create1(EPOLL_CLOEXEC));
 }
 
 void addTo(int epoll, int fd)

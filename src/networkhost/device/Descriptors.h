@@ -7,8 +7,8 @@
 /// std::system_error when there are none left.
 namespace networkhost {
 
-/// The descriptor; throws, with errno and the name of the call, for a negative one.
-velbase2::system::FileDescriptor orThrow(const char* call, int fd);
+/// Takes the descriptor over. Throws std::system_error with errno and the name of the call for a negative one.
+velbase2::system::FileDescriptor ownedOrThrow(const char* call, int fd);
 
 velbase2::system::FileDescriptor openEpoll();
 

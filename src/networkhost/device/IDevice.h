@@ -5,8 +5,8 @@
 #include "IFiles.h"
 #include "IHints.h"
 
-#include <cerrno>
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -46,9 +46,9 @@ public:
     /// Returns when that time has gone by on this clock.
     virtual void pause(std::chrono::milliseconds duration) = 0;
 
-    /// Sees that a process of its own guards the pending trial (see Guard.h); one that does is enough. False when none
-    /// came up.
-    virtual bool startGuard() = 0;
+    /// Starts a process that guards the pending trial (see Guard.h), in one way after another until isUp() holds. False
+    /// when it never did.
+    virtual bool startGuard(const std::function<bool()>& isUp) = 0;
 
     /// Whether an unconfirmed trial is rolled back at the next boot.
     virtual bool hasBootGuard() = 0;
@@ -64,12 +64,8 @@ public:
         return nullptr;
     }
 
-    /// Empty, with errno, when there are no descriptors to be had, or the device has no hints (ENOTSUP).
-    virtual std::unique_ptr<IHints> openHints()
-    {
-        errno = ENOTSUP;
-        return nullptr;
-    }
+    /// Empty for a device without hints. Throws std::system_error when there are no descriptors left.
+    virtual std::unique_ptr<IHints> openHints() { return nullptr; }
 };
 
 } // namespace networkhost

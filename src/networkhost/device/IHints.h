@@ -17,8 +17,8 @@ public:
     /// Takes all hints there are. Without one, waits so long for the first, on the device's clock. True for any.
     virtual bool take(std::chrono::milliseconds limit) = 0;
 
-    /// To be called before a look: from here on there are hints of what has come into being meanwhile, too.
-    virtual void renew() = 0;
+    /// Watches what has come into being since the last time, too. Call it before each look.
+    virtual void rearm() = 0;
 };
 
 } // namespace networkhost

@@ -2,9 +2,7 @@
 #include "networkhost/device/LockHolder.h"
 
 #include "base/ReadFile.h"
-#include "networkhost/state/DaemonFile.h"
-
-#include <sstream>
+#include "networkhost/text/Words.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -28,9 +26,7 @@ std::string describe(const std::string& process)
 /// As /proc/locks has it, which on an overlay is not what stat(2) tells.
 std::string inodeOf(int fd)
 {
-    std::istringstream lines(readText("/proc/self/fdinfo/" + std::to_string(fd)));
-    std::string line;
-    while (std::getline(lines, line)) {
+    for (const auto& line : linesOf(readText("/proc/self/fdinfo/" + std::to_string(fd)))) {
         if (const auto words = wordsOf(line); words.size() == 2 && words.front() == "ino:") {
             return words.back();
         }
@@ -44,14 +40,11 @@ std::string inodeOf(int fd)
 std::string lockHolder(int fd)
 {
     const auto inode = ':' + inodeOf(fd);
-    std::istringstream locks(readText("/proc/locks"));
-    std::string line;
-    while (std::getline(locks, line)) {
+    for (const auto& line : linesOf(readText("/proc/locks"))) {
         // "1: FLOCK  ADVISORY  WRITE 812 00:2d:4711 0 EOF"
         const auto words = wordsOf(line);
         const bool isHeld = words.size() > 5 && words[1] == "FLOCK";
-        if (isHeld && inode.size() > 1 && words[5].size() > inode.size() &&
-            words[5].compare(words[5].size() - inode.size(), inode.size(), inode) == 0) {
+        if (isHeld && inode.size() > 1 && endsWith(words[5], inode)) {
             return describe(words[4]);
         }
     }

@@ -6,6 +6,7 @@
 #include "RealFiles.h"
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,14 +24,14 @@ public:
     IFiles& files() override { return files_; }
     std::chrono::milliseconds now() const override;
     void pause(std::chrono::milliseconds duration) override;
-    bool startGuard() override;
+    bool startGuard(const std::function<bool()>& isUp) override;
     bool hasBootGuard() override;
     std::vector<DaemonState> daemons() override;
     std::unique_ptr<IQuestion> ask(const std::string& interfaceName, const std::string& address, bool isOwn) override;
     std::unique_ptr<IHints> openHints() override;
 
 private:
-    bool waitForGuard(std::chrono::milliseconds limit);
+    bool waitUntilUp(const std::function<bool()>& isUp, std::chrono::milliseconds limit);
 
     std::string velnetctl_;
     std::unique_ptr<networkmanager::ISystemIF> system_;

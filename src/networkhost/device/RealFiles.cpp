@@ -4,7 +4,7 @@
 #include "base/FileDescriptor.h"
 #include "base/ReadFile.h"
 #include "networkhost/device/LockHolder.h"
-#include "networkhost/device/Place.h"
+#include "networkhost/device/ResolvedPath.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -53,10 +53,10 @@ std::error_code readWhole(int fd, std::string& text)
     return errorOf(isCut ? EFBIG : error.value());
 }
 
-/// To the file that is open, from the one at `place`.
-std::error_code copyAttributes(int fd, const Place& place)
+/// Gives the open file the attributes of the one at `resolved`.
+std::error_code copyAttributes(int fd, const ResolvedPath& resolved)
 {
-    const auto old = "/proc/self/fd/" + std::to_string(place.directory.get()) + '/' + place.name;
+    const auto old = "/proc/self/fd/" + std::to_string(resolved.directory.get()) + '/' + resolved.name;
     std::string names(XATTR_LIST_MAX, '\0');
     const ssize_t size = ::llistxattr(old.c_str(), names.data(), names.size());
     if (size < 0) {
@@ -91,10 +91,10 @@ std::error_code setRights(int fd, const Rights& rights)
     return errorOfCall(::fchmod(fd, rights.mode));
 }
 
-std::error_code rightsAt(const Place& place, Rights& rights)
+std::error_code rightsAt(const ResolvedPath& resolved, Rights& rights)
 {
     struct stat status = {};
-    if (::fstatat(place.directory.get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    if (::fstatat(resolved.directory.get(), resolved.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
         return errorOf(errno);
     }
     rights = {status.st_mode & 0777U, status.st_uid, status.st_gid};
@@ -103,18 +103,18 @@ std::error_code rightsAt(const Place& place, Rights& rights)
 
 /// Whether the file loses nothing when it becomes that of the directory's owner, which may remove it anyway: everybody
 /// may read it. Root has edited it by hand.
-bool mayChangeOwner(const Place& place, const Rights& rights)
+bool mayChangeOwner(const ResolvedPath& resolved, const Rights& rights)
 {
     struct stat directory = {};
-    return ::fstat(place.directory.get(), &directory) == 0 && (rights.mode & S_IROTH) != 0 &&
+    return ::fstat(resolved.directory.get(), &directory) == 0 && (rights.mode & S_IROTH) != 0 &&
            directory.st_uid == ::geteuid();
 }
 
-/// Gives the new file what the one at `place` has, or a new file's rights.
-std::error_code takeOver(int fd, const Place& place, const Rights* wanted)
+/// Gives the new file what the one at `resolved` has, or a new file's rights.
+std::error_code takeOver(int fd, const ResolvedPath& resolved, const Rights* wanted)
 {
     Rights rights;
-    const auto missing = rightsAt(place, rights);
+    const auto missing = rightsAt(resolved, rights);
     if (missing && missing != std::errc::no_such_file_or_directory) {
         return missing;
     }
@@ -123,10 +123,10 @@ std::error_code takeOver(int fd, const Place& place, const Rights* wanted)
     }
     rights = wanted != nullptr ? *wanted : rights;
     auto error = setRights(fd, rights);
-    if (error == std::errc::operation_not_permitted && mayChangeOwner(place, rights)) {
+    if (error == std::errc::operation_not_permitted && mayChangeOwner(resolved, rights)) {
         error = errorOfCall(::fchmod(fd, rights.mode));
     }
-    return error || missing ? error : copyAttributes(fd, place);
+    return error || missing ? error : copyAttributes(fd, resolved);
 }
 
 /// Fills the file that is open, down to the disk.
@@ -148,35 +148,36 @@ std::error_code checkRegular(int directory, const std::string& name)
 
 /// A new file beside that one, with its name. Usually the same name: what a crash leaves is gone with the next change.
 /// Another one where somebody has put what cannot be removed. The daemons read no file of such a name.
-FileDescriptor openBeside(const Place& place, std::string& name)
+FileDescriptor openBeside(const ResolvedPath& resolved, std::string& name)
 {
     constexpr int kMost = 100;
     int fd = -1;
     for (int number = 0; fd < 0 && number < kMost && (number == 0 || errno == EEXIST); ++number) {
-        name = '.' + place.name + ".new" + (number == 0 ? "" : std::to_string(number));
-        ::unlinkat(place.directory.get(), name.c_str(), 0);
-        fd = ::openat(place.directory.get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+        name = '.' + resolved.name + ".new" + (number == 0 ? "" : std::to_string(number));
+        ::unlinkat(resolved.directory.get(), name.c_str(), 0);
+        fd = ::openat(resolved.directory.get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                      0600);
     }
     return FileDescriptor(fd);
 }
 
-std::error_code replaceAt(const Place& place, const std::string& text, const Rights* rights)
+std::error_code replaceAt(const ResolvedPath& resolved, const std::string& text, const Rights* rights)
 {
-    const int directory = place.directory.get();
-    if (const auto error = checkRegular(directory, place.name)) {
+    const int directory = resolved.directory.get();
+    if (const auto error = checkRegular(directory, resolved.name)) {
         return error;
     }
     std::string beside;
-    const FileDescriptor fd = openBeside(place, beside);
+    const FileDescriptor fd = openBeside(resolved, beside);
     if (!fd.isOpen()) {
         return errorOf(errno);
     }
-    auto error = takeOver(fd.get(), place, rights);
+    auto error = takeOver(fd.get(), resolved, rights);
     if (!error) {
         error = fill(fd.get(), text);
     }
     if (!error) {
-        error = errorOfCall(::renameat(directory, beside.c_str(), directory, place.name.c_str()));
+        error = errorOfCall(::renameat(directory, beside.c_str(), directory, resolved.name.c_str()));
     }
     if (error) {
         ::unlinkat(directory, beside.c_str(), 0);
@@ -200,13 +201,13 @@ private:
 };
 
 /// A user who may only read must not be able to lock it. Without waiting for the end of somebody's lease.
-FileDescriptor openLockFile(const Place& place)
+FileDescriptor openLockFile(const ResolvedPath& resolved)
 {
     constexpr int kFlags = O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
-    const int directory = place.directory.get();
-    FileDescriptor file(::openat(directory, place.name.c_str(), kFlags | O_CREAT | O_EXCL, 0600));
+    const int directory = resolved.directory.get();
+    FileDescriptor file(::openat(directory, resolved.name.c_str(), kFlags | O_CREAT | O_EXCL, 0600));
     if (!file.isOpen()) {
-        return FileDescriptor(errno == EEXIST ? ::openat(directory, place.name.c_str(), kFlags) : -1);
+        return FileDescriptor(errno == EEXIST ? ::openat(directory, resolved.name.c_str(), kFlags) : -1);
     }
     struct stat parent = {};
     const bool isOfGroup = ::fstat(directory, &parent) == 0 && (parent.st_mode & S_IWGRP) != 0;
@@ -235,12 +236,12 @@ std::error_code lockFile(const FileDescriptor& file, int operation, std::string&
 
 std::error_code RealFiles::read(const std::string& path, std::string& text) const
 {
-    Place place;
-    if (const auto error = locate(path, place)) {
+    ResolvedPath resolved;
+    if (const auto error = resolve(path, resolved)) {
         return error;
     }
-    const FileDescriptor file(
-        ::openat(place.directory.get(), place.name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    const FileDescriptor file(::openat(resolved.directory.get(), resolved.name.c_str(),
+                                       O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     struct stat status = {};
     if (!file.isOpen() || ::fstat(file.get(), &status) != 0) {
         return errorOf(errno);
@@ -273,20 +274,20 @@ std::error_code RealFiles::list(const std::string& directory, std::vector<std::s
 
 std::error_code RealFiles::replace(const std::string& path, const std::string& text, const Rights* rights)
 {
-    Place place;
-    const auto error = locate(path, place);
-    return error ? error : replaceAt(place, text, rights);
+    ResolvedPath resolved;
+    const auto error = resolve(path, resolved);
+    return error ? error : replaceAt(resolved, text, rights);
 }
 
 std::error_code RealFiles::overwrite(const std::string& path, const std::string& text)
 {
-    Place place;
-    if (const auto error = locate(path, place)) {
+    ResolvedPath resolved;
+    if (const auto error = resolve(path, resolved)) {
         return error;
     }
     std::string old;
-    const FileDescriptor fd(
-        ::openat(place.directory.get(), place.name.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    const FileDescriptor fd(::openat(resolved.directory.get(), resolved.name.c_str(),
+                                     O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (!fd.isOpen()) {
         return errorOf(errno);
     }
@@ -313,33 +314,33 @@ std::error_code RealFiles::overwrite(const std::string& path, const std::string&
 
 std::error_code RealFiles::remove(const std::string& path)
 {
-    Place place;
-    if (const auto error = locate(path, place)) {
+    ResolvedPath resolved;
+    if (const auto error = resolve(path, resolved)) {
         return error == std::errc::no_such_file_or_directory ? std::error_code() : error;
     }
-    if (const auto error = checkRegular(place.directory.get(), place.name)) {
+    if (const auto error = checkRegular(resolved.directory.get(), resolved.name)) {
         return error;
     }
-    if (::unlinkat(place.directory.get(), place.name.c_str(), 0) != 0) {
+    if (::unlinkat(resolved.directory.get(), resolved.name.c_str(), 0) != 0) {
         return errorOf(errno == ENOENT ? 0 : errno);
     }
-    return errorOfCall(::fsync(place.directory.get()));
+    return errorOfCall(::fsync(resolved.directory.get()));
 }
 
 std::error_code RealFiles::rename(const std::string& from, const std::string& to)
 {
-    Place place;
-    if (const auto error = locate(from, place)) {
+    ResolvedPath resolved;
+    if (const auto error = resolve(from, resolved)) {
         return error;
     }
     const auto name = std::filesystem::path(to).filename().string();
-    const int directory = place.directory.get();
-    for (const auto& one : {place.name, name}) {
+    const int directory = resolved.directory.get();
+    for (const auto& one : {resolved.name, name}) {
         if (const auto error = checkRegular(directory, one)) {
             return error;
         }
     }
-    const auto error = errorOfCall(::renameat(directory, place.name.c_str(), directory, name.c_str()));
+    const auto error = errorOfCall(::renameat(directory, resolved.name.c_str(), directory, name.c_str()));
     return error ? error : errorOfCall(::fsync(directory));
 }
 
@@ -347,20 +348,20 @@ std::error_code RealFiles::moveAside(const std::string& path)
 {
     const auto slash = path.rfind('/') + 1;
     auto name = path.substr(slash);
-    Place place;
-    auto error = locate(path, place);
+    ResolvedPath resolved;
+    auto error = resolve(path, resolved);
     if (!error && ::geteuid() != 0) {
-        name = place.name;
+        name = resolved.name;
     } else { // where a link of root leads to, as /dev/null, is not the caller's
-        place.rights.reset();
-        error = locate(path.substr(0, slash) + '.', place);
+        resolved.rights.reset();
+        error = resolve(path.substr(0, slash) + '.', resolved);
     }
     if (error) {
         return error;
     }
     constexpr int kMost = 1000;
     struct stat status = {};
-    const int directory = place.directory.get();
+    const int directory = resolved.directory.get();
     if (::fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
         return errorOf(errno);
     }
@@ -377,8 +378,8 @@ std::error_code RealFiles::moveAside(const std::string& path)
 
 std::error_code RealFiles::writerOf(const std::string& path, Writer& writer) const
 {
-    Place place;
-    const auto error = locate(path, place);
+    ResolvedPath resolved;
+    const auto error = resolve(path, resolved);
     if (!error) {
         writer = {::geteuid(), ::getegid()};
     }
@@ -387,26 +388,26 @@ std::error_code RealFiles::writerOf(const std::string& path, Writer& writer) con
 
 std::error_code RealFiles::rightsOf(const std::string& path, Rights& rights) const
 {
-    Place place;
-    const auto error = locate(path, place);
-    return error ? error : rightsAt(place, rights);
+    ResolvedPath resolved;
+    const auto error = resolve(path, resolved);
+    return error ? error : rightsAt(resolved, rights);
 }
 
 std::error_code RealFiles::makeDirectory(const std::string& path)
 {
-    Place place;
-    if (const auto error = locate(path, place)) {
+    ResolvedPath resolved;
+    if (const auto error = resolve(path, resolved)) {
         return error;
     }
     struct stat parent = {};
-    if (::fstat(place.directory.get(), &parent) != 0) {
+    if (::fstat(resolved.directory.get(), &parent) != 0) {
         return errorOf(errno);
     }
-    if (::mkdirat(place.directory.get(), place.name.c_str(), 0700) != 0 && errno != EEXIST) {
+    if (::mkdirat(resolved.directory.get(), resolved.name.c_str(), 0700) != 0 && errno != EEXIST) {
         return errorOf(errno);
     }
     const FileDescriptor made(
-        ::openat(place.directory.get(), place.name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        ::openat(resolved.directory.get(), resolved.name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!made.isOpen()) {
         return errorOf(errno);
     }
@@ -419,16 +420,16 @@ std::error_code RealFiles::makeDirectory(const std::string& path)
             ::fchown(made.get(), static_cast<uid_t>(-1), parent.st_gid)); // or it stays the caller's alone
         ::fchmod(made.get(), parent.st_mode & kMode);
     }
-    return errorOfCall(::fsync(place.directory.get()));
+    return errorOfCall(::fsync(resolved.directory.get()));
 }
 
 std::error_code RealFiles::tryLock(const std::string& path, std::unique_ptr<Lock>& lock, std::string& holder)
 {
-    Place place;
-    if (const auto error = locate(path, place)) {
+    ResolvedPath resolved;
+    if (const auto error = resolve(path, resolved)) {
         return error;
     }
-    FileDescriptor file = openLockFile(place);
+    FileDescriptor file = openLockFile(resolved);
     const auto error = lockFile(file, LOCK_EX, holder);
     if (!error) {
         lock = std::make_unique<FileLock>(std::move(file));
@@ -438,13 +439,13 @@ std::error_code RealFiles::tryLock(const std::string& path, std::unique_ptr<Lock
 
 std::error_code RealFiles::probeLock(const std::string& path, std::string& holder) const
 {
-    Place place;
-    if (const auto error = locate(path, place)) {
+    ResolvedPath resolved;
+    if (const auto error = resolve(path, resolved)) {
         return error;
     }
     // Shared: of two that only ask, none takes the other for the holder.
     FileDescriptor file(
-        ::openat(place.directory.get(), place.name.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
+        ::openat(resolved.directory.get(), resolved.name.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
     const auto error = lockFile(file, LOCK_SH, holder);
     if (!error) {
         const FileLock released(std::move(file));

@@ -2,7 +2,6 @@
 #include "networkhost/device/RealHints.h"
 
 #include "base/Paths.h"
-#include "networkhost/change/Record.h"
 #include "networkhost/device/Descriptors.h"
 #include "networkmanager/BuiltInInterfaces.h"
 
@@ -38,8 +37,8 @@ std::vector<std::string> directoriesOfFiles()
     const auto directoryOf = [](const std::string& path) { return path.substr(0, path.rfind('/')); };
     std::vector<std::string> directories;
     for (const char* path :
-         {paths::kHostname, paths::kResolverFile, paths::kNetworkDirectory, paths::kResolverDirectory, kTrialDirectory,
-          kTrial, paths::kLeases, paths::kResolverState}) {
+         {paths::kHostname, paths::kResolverFile, paths::kNetworkDirectory, paths::kResolverDirectory,
+          paths::kTrialDirectory, paths::kTrial, paths::kLeases, paths::kResolverState}) {
         directories.push_back(directoryOf(path));
     }
     for (const auto& iface : networkmanager::kBuiltInInterfaces) {
@@ -90,12 +89,12 @@ bool takeAll(int fd, bool isSocket)
 } // namespace
 
 RealHints::RealHints()
-    : kernel_(orThrow("netlink socket", openKernelEvents())),
-      directories_(orThrow("inotify_init1", ::inotify_init1(IN_CLOEXEC | IN_NONBLOCK))), both_(openEpoll())
+    : kernel_(ownedOrThrow("netlink socket", openKernelEvents())),
+      directories_(ownedOrThrow("inotify_init1", ::inotify_init1(IN_CLOEXEC | IN_NONBLOCK))), both_(openEpoll())
 {
     addTo(both_.get(), kernel_.get());
     addTo(both_.get(), directories_.get());
-    RealHints::renew();
+    RealHints::rearm();
     if (isExhausted_) { // better none than some
         throw std::system_error(ENOSPC, std::generic_category(), "inotify_add_watch");
     }
@@ -111,9 +110,9 @@ bool RealHints::take(std::chrono::milliseconds limit)
     return takeAll(directories_.get(), false) || isOfKernel;
 }
 
-void RealHints::renew()
+void RealHints::rearm()
 {
-    renewed_.clear();
+    rearmed_.clear();
     for (const auto& directory : directoriesOfFiles()) {
         watchDirectory(directory);
     }
@@ -125,11 +124,11 @@ void RealHints::renew()
         }
     }
     for (const int watch : watches_) {
-        if (renewed_.count(watch) == 0) {
+        if (rearmed_.count(watch) == 0) {
             ::inotify_rm_watch(directories_.get(), watch); // of a directory that is elsewhere now, or gone
         }
     }
-    watches_ = renewed_;
+    watches_ = rearmed_;
 }
 
 /// From the root on: whatever part of the path is replaced, moved or missing, what comes in its place is noticed.
@@ -155,7 +154,7 @@ bool RealHints::watch(const std::string& path, unsigned int events)
 {
     const int watch = ::inotify_add_watch(directories_.get(), path.c_str(), events);
     if (watch >= 0) {
-        renewed_.insert(watch);
+        rearmed_.insert(watch);
     } else if (errno == ENOSPC || errno == ENOMEM) {
         isExhausted_ = true;
     }

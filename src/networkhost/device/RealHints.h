@@ -19,7 +19,7 @@ public:
 
     int fd() const override { return both_.get(); }
     bool take(std::chrono::milliseconds limit) override;
-    void renew() override;
+    void rearm() override;
 
 private:
     void watchDirectory(const std::string& path);
@@ -29,7 +29,7 @@ private:
     velbase2::system::FileDescriptor directories_; // inotify
     velbase2::system::FileDescriptor both_;        // epoll
     std::set<int> watches_;
-    std::set<int> renewed_;
+    std::set<int> rearmed_;
     bool isExhausted_ = false; // the user has no watches left
 };
 

@@ -2,7 +2,7 @@
 #include "networkhost/device/SplitRights.h"
 
 #include "base/FileDescriptor.h"
-#include "networkhost/change/Record.h"
+#include "base/Paths.h"
 #include "networkmanager/system/SystemIF.h"
 
 #include <algorithm>
@@ -19,6 +19,7 @@
 
 namespace networkhost {
 
+namespace paths = velbase2::system::paths;
 using velbase2::system::FileDescriptor;
 
 namespace {
@@ -67,7 +68,7 @@ public:
     IFiles& files() override { return device_.files(); }
     std::chrono::milliseconds now() const override { return device_.now(); }
     void pause(std::chrono::milliseconds duration) override { device_.pause(duration); }
-    bool startGuard() override { return true; } // it is one
+    bool startGuard(const std::function<bool()>& /*isUp*/) override { return true; } // it is one
     bool hasBootGuard() override { return device_.hasBootGuard(); }
     std::unique_ptr<IHints> openHints() override { return device_.openHints(); }
 
@@ -122,7 +123,7 @@ void runWhatIsAsked(int socket)
 bool splitRights(IDevice& device, const std::function<void(IDevice& device)>& work)
 {
     Writer owner;
-    const auto error = device.files().writerOf(kTrial, owner); // also where links of the user lead elsewhere
+    const auto error = device.files().writerOf(paths::kTrial, owner); // also where links of the user lead elsewhere
     if (error || owner.user == ::geteuid() || ::geteuid() != 0) {
         work(device);
         return true;

@@ -84,7 +84,7 @@ private:
     ChangeQueue& queue_;
 };
 
-ChangeQueue::ChangeQueue() : ready_(orThrow("eventfd", ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))) {}
+ChangeQueue::ChangeQueue() : ready_(ownedOrThrow("eventfd", ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))) {}
 
 ChangeQueue::~ChangeQueue()
 {

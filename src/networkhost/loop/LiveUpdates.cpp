@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "networkhost/loop/LiveUpdates.h"
 
+#include "networkhost/device/Clock.h"
 #include "networkhost/device/Descriptors.h"
 #include "networkhost/loop/ChangeQueue.h"
 #include "networkmanager/Refresher.h"
@@ -24,19 +25,11 @@ constexpr milliseconds kLongest(250); // after the first
 constexpr milliseconds kSlow(30000);  // without any
 
 /// A clock that goes on while the device sleeps, as the timer does.
-milliseconds now()
-{
-    ::timespec time = {};
-    ::clock_gettime(CLOCK_BOOTTIME, &time);
-    return std::chrono::duration_cast<milliseconds>(std::chrono::seconds(time.tv_sec) +
-                                                    std::chrono::nanoseconds(time.tv_nsec));
-}
-
 std::unique_ptr<IHints> openHints(IDevice& device)
 {
     auto hints = device.openHints();
     if (!hints) {
-        throw std::system_error(errno, std::generic_category(), "hints of the device");
+        throw std::system_error(ENOTSUP, std::generic_category(), "the device has no hints");
     }
     return hints;
 }
@@ -47,7 +40,7 @@ struct LiveUpdates::Parts
 {
     Parts(IDevice& ofDevice, HostSignals& host, std::map<std::string, networkmanager::EthInterface>& interfaces)
         : device(ofDevice), refresher(host, interfaces, ofDevice.system()), hints(openHints(ofDevice)),
-          timer(orThrow("timerfd_create", ::timerfd_create(CLOCK_BOOTTIME, TFD_CLOEXEC | TFD_NONBLOCK))),
+          timer(ownedOrThrow("timerfd_create", ::timerfd_create(CLOCK_BOOTTIME, TFD_CLOEXEC | TFD_NONBLOCK))),
           all(openEpoll())
     {
         for (const int fd : {hints->fd(), timer.get(), changes.fd()}) {
@@ -79,7 +72,7 @@ struct LiveUpdates::Parts
     ChangeQueue changes;
     velbase2::system::FileDescriptor all;  // epoll
     std::optional<milliseconds> firstHint; // since the last look
-    milliseconds due{};                    // the next look, on the clock of now()
+    milliseconds due{};                    // the next look, on the clock of timeSinceBoot()
     milliseconds wakeUp{};                 // what the timer is set to
 };
 
@@ -101,7 +94,7 @@ bool LiveUpdates::dispatch()
 {
     auto& parts = *parts_;
     const bool isHinted = parts.hints->take(milliseconds(0));
-    const auto present = now();
+    const auto present = timeSinceBoot();
     if (isHinted) {
         parts.firstHint = parts.firstHint.value_or(present);
         parts.due = std::min(present + kQuiet, *parts.firstHint + kLongest);
@@ -111,9 +104,9 @@ bool LiveUpdates::dispatch()
     if (isDue) {
         parts.firstHint.reset();
         parts.setDue(present + kLongest); // should a slot throw
-        parts.hints->renew();
+        parts.hints->rearm();
         parts.refresher.refresh();
-        parts.setDue(now() + kSlow);
+        parts.setDue(timeSinceBoot() + kSlow);
     } else if (parts.due < parts.wakeUp || parts.wakeUp <= present) {
         parts.setTimer(parts.due); // in a burst it follows only when it has expired
     }

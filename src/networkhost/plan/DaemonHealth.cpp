@@ -2,10 +2,10 @@
 #include "networkhost/plan/DaemonHealth.h"
 
 #include "base/Paths.h"
+#include "networkhost/text/Words.h"
 
 #include <algorithm>
 #include <initializer_list>
-#include <sstream>
 #include <utility>
 
 namespace networkhost {
@@ -37,34 +37,6 @@ bool isInstalled(const DaemonState& daemon)
 }
 
 } // namespace
-
-std::vector<DaemonState> parseDaemonStates(const std::string& output)
-{
-    std::vector<DaemonState> daemons;
-    std::istringstream lines(output);
-    DaemonState next;
-    std::string line;
-    for (bool isThere = true; isThere;) {
-        isThere = static_cast<bool>(std::getline(lines, line));
-        if (!isThere || line.empty()) { // between two units
-            if (!next.name.empty()) {
-                daemons.push_back(std::exchange(next, {}));
-            }
-            continue;
-        }
-        const auto separator = std::min(line.find('='), line.size() - 1);
-        const auto key = line.substr(0, separator);
-        const auto value = line.substr(separator + 1);
-        if (key == "Id") {
-            next.name = value.substr(0, value.rfind(".service"));
-        } else if (key == "ActiveState") {
-            next.active = value;
-        } else if ((key == "LoadState" && value == "not-found") || (key == "UnitFileState" && next.enabled.empty())) {
-            next.enabled = value;
-        }
-    }
-    return daemons;
-}
 
 std::string bootFaultOf(const DaemonState& daemon)
 {
@@ -109,7 +81,7 @@ std::vector<DaemonState> daemonsOf(IDevice& device, const Plan& plan)
     const auto isNotConcerned = [&plan](const DaemonState& daemon) {
         const std::string directory = daemon.name == kNetworkd ? paths::kNetworkDirectory : paths::kResolverDirectory;
         return std::none_of(plan.files.begin(), plan.files.end(),
-                            [&](const auto& file) { return file.path.compare(0, directory.size(), directory) == 0; });
+                            [&](const auto& file) { return startsWith(file.path, directory); });
     };
     daemons.erase(std::remove_if(daemons.begin(), daemons.end(), isNotConcerned), daemons.end());
     return daemons;

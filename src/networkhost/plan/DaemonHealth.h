@@ -11,9 +11,6 @@
 /// Thread-safe.
 namespace networkhost {
 
-/// What `systemctl show` prints of Id, LoadState, UnitFileState and ActiveState.
-std::vector<DaemonState> parseDaemonStates(const std::string& output);
-
 /// Why the daemon will not be there after a reboot: masked, not enabled, not installed. Empty when it will.
 std::string bootFaultOf(const DaemonState& daemon);
 

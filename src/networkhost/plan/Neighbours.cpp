@@ -2,6 +2,7 @@
 #include "networkhost/plan/Neighbours.h"
 
 #include "networkhost/text/Addresses.h"
+#include "networkhost/text/NetworkAddress.h"
 
 #include <algorithm>
 #include <utility>
@@ -9,7 +10,6 @@
 namespace networkhost {
 
 using std::chrono::milliseconds;
-using velbase2::nsa::common::enums::IpAddressFamily;
 
 namespace {
 
@@ -25,9 +25,10 @@ bool isOwn(const LiveState& live, const std::string& address)
 
 bool isInSubnet(const LiveInterface& live, const std::string& address)
 {
-    return live.hasLink && std::any_of(live.addresses.begin(), live.addresses.end(), [&](const auto& own) {
-               return own.family == IpAddressFamily::IPv4 && own.mask != "255.255.255.255" &&
-                      networkOf(own.address, own.mask) == networkOf(address, own.mask);
+    const auto wanted = NetworkAddress::parse(address);
+    return live.hasLink && std::any_of(live.addresses.begin(), live.addresses.end(), [&](const auto& entry) {
+               const auto own = NetworkAddress::of(entry.address, entry.mask); // nothing for IPv6
+               return own && own->length < 32 && own->contains(*wanted);
            });
 }
 
@@ -89,8 +90,7 @@ std::vector<std::string> faultsOfNeighbours(const IDevice& device, const std::ve
 std::vector<std::string> unansweredOrTaken(IDevice& device, const Plan& plan)
 {
     constexpr milliseconds kLimit(3000);
-    const auto configuration = concernedBy(plan, readConfiguration(device.files()));
-    return faultsOfNeighbours(device, askNeighbours(device, {}, configuration, readLiveState(device), true), kLimit);
+    return faultsOfNeighbours(device, askNeighbours(device, {}, plan.after, readLiveState(device), true), kLimit);
 }
 
 } // namespace networkhost

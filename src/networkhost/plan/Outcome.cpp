@@ -3,47 +3,7 @@
 
 #include "networkmanager/RequestStatus.h"
 
-#include <unistd.h>
-
 namespace networkhost {
-namespace {
-
-/// What helps where the rights of this process do not suffice.
-std::string adviceOnRights(bool lacksRights)
-{
-    const bool isRoot = ::geteuid() == 0;
-    return lacksRights && !isRoot
-               ? " (run it as root, or as a user who may change the network settings, such as velnet)"
-               : "";
-}
-
-/// Of sudo, or of a tool that asks the kernel.
-bool tellsOfRights(const std::string& words)
-{
-    return words.find("password") != std::string::npos || words.find("sudoers") != std::string::npos ||
-           words.find("Operation not permitted") != std::string::npos ||
-           words.find("Permission denied") != std::string::npos;
-}
-
-} // namespace
-
-std::string Failure::text() const
-{
-    if (step == Step::RunCommand) {
-        return "'" + subject + "' failed" + (words.empty() ? " without a word" : ": " + words) +
-               adviceOnRights(tellsOfRights(words));
-    }
-    auto why = error.message();
-    if (error == std::errc::too_many_symbolic_link_levels) {
-        why = "a symbolic link or directory on the way belongs neither to root nor to the caller, or others may write "
-              "to it";
-    } else if (error == std::errc::invalid_argument && words.empty()) {
-        why = "it is not a regular file";
-    }
-    return (step == Step::ReadFile ? "cannot read " : "cannot write ") + subject + ": " +
-           (words.empty() ? why : words) +
-           adviceOnRights(error == std::errc::permission_denied || error == std::errc::operation_not_permitted);
-}
 
 bool Outcome::isNothingToChange() const
 {
@@ -56,15 +16,6 @@ Outcome refused(const std::string& reason, const std::string& status)
     outcome.status = status;
     outcome.reason = reason;
     return outcome;
-}
-
-std::string textOf(const std::vector<Failure>& failures)
-{
-    std::string text;
-    for (const auto& failure : failures) {
-        text += (text.empty() ? "" : "; ") + failure.text();
-    }
-    return text;
 }
 
 } // namespace networkhost

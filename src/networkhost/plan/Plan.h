@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "../device/Failure.h"
 #include "../device/IDevice.h"
-#include "../device/IFiles.h"
 #include "../state/Configuration.h"
 #include "Outcome.h"
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -26,46 +27,38 @@ struct Command
     bool mayFail = false; // it goes on all the same
 };
 
-/// What a request would do. Made without touching anything, carried out by apply() and tryOut().
+/// What a request would do, or why it would do nothing. Made without touching anything, carried out by apply() and
+/// tryOut().
 struct Plan
 {
-    std::string title;                 // the request as velnetctl's command: "set-ip remote 10.0.0.5/24"
-    std::vector<Command> preparations; // to run first: they try a new gateway, and remove the old one
-    std::vector<FileChange> files;
-    std::vector<Command> activations;  // they make the daemons read the files
-    std::vector<std::string> concerns; // why it is refused unless it is forced, a sentence each
-    std::vector<std::string> warnings; // what else people should know
-    Outcome outcome;                   // of carrying it out; when not isDone: why there is nothing to carry out
+    std::string title;                   // the request as velnetctl's command: "set-ip remote 10.0.0.5/24"
+    std::vector<Command> preparations;   // to run first: they try a new gateway, and remove the old one
+    std::vector<FileChange> files;       // to write
+    std::vector<Command> activations;    // they make the daemons read the files
+    std::vector<std::string> objections; // why it is refused unless it is forced, a sentence each
+    std::vector<std::string> warnings;   // what else people should know
+    Configuration before;                // of the interfaces and the resolver that the files belong to
+    Configuration after;
+    std::vector<std::string> faults; // of a document of settings, each with its place
+    std::string refusal;             // why the request is refused, for people; empty when it is not
+    std::string status;              // what the library emitted on requestStatus; empty for nothing
+    std::vector<Failure> failures;   // files that could not be read
+
+    bool isRefused() const { return !refusal.empty(); }
+
+    /// What was asked for is configured and live, and not on trial.
+    bool isNothingToChange() const;
 };
 
-/// The lines of the old text that the new one drops though nobody asked for it, as a hand-written "MTUBytes=1400" or a
-/// second address.
-std::vector<std::string> droppedLines(const FileChange& file);
+/// What apply() would answer to the plan by itself, whatever the device is doing: its refusal, that there is nothing to
+/// change, or its objections unless `force`. Done when there is something to carry out.
+Outcome outcomeOf(const Plan& plan, bool force = false);
 
-/// Fills `concerns` and `warnings`: those that the plan brings, not those that are there already, but for the daemons
-/// and cables that it needs. `advice` is for a gateway outside the subnet. Waits for neighbours: some milliseconds, or
-/// a second for a gateway that does not answer.
-void judge(IDevice& device, Plan& plan, const std::string& advice = {});
-
-/// While a trial is pending, a plan that finds nothing to change is refused: the settings may be on trial.
-void refuseDuringTrial(IDevice& device, Plan& plan);
+/// Waits until the live state shows the plan's settings, and not those of before, or until the limit is over. What it
+/// still lacks, in words (see missing()); empty when the settings are live. For plans that apply() has carried out.
+std::string waitUntilLive(IDevice& device, const Plan& plan, std::chrono::milliseconds limit);
 
 /// The part of a configuration that the plan's files make up: their interfaces, and systemd-resolved.
-Configuration concernedBy(const Plan& plan, const Configuration& configuration);
-
-/// The files as they will be.
-class PlannedFiles : public IReadableFiles
-{
-public:
-    /// Both outlive it.
-    PlannedFiles(const IReadableFiles& files, const Plan& plan) : files_(files), plan_(plan) {}
-
-    std::error_code read(const std::string& path, std::string& text) const override;
-    std::error_code list(const std::string& directory, std::vector<std::string>& names) const override;
-
-private:
-    const IReadableFiles& files_;
-    const Plan& plan_;
-};
+Configuration touchedBy(const Plan& plan, const Configuration& configuration);
 
 } // namespace networkhost

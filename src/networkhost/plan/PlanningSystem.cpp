@@ -38,15 +38,14 @@ bool PlanningSystem::writeToConfFile(const std::string& path, const std::string&
 {
     if (content.empty()) {
         // The library makes an empty text of settings without an address.
-        plan_.outcome.failures.push_back({Failure::Step::WriteFile, path,
-                                          std::make_error_code(std::errc::invalid_argument),
-                                          "there is no IPv4 address to keep"});
+        plan_.failures.push_back({Failure::Step::WriteFile, path, std::make_error_code(std::errc::invalid_argument),
+                                  "there is no IPv4 address to keep"});
         return false;
     }
     std::string text;
     const auto error = device_.files().read(path, text);
     if (error && error != std::errc::no_such_file_or_directory) {
-        plan_.outcome.failures.push_back({Failure::Step::ReadFile, path, error, {}});
+        plan_.failures.push_back({Failure::Step::ReadFile, path, error, {}});
         return false;
     }
     plan_.files.push_back({path, error ? std::nullopt : std::optional(text), content});

@@ -3,6 +3,7 @@
 
 #include "base/IpHelper.h"
 #include "networkhost/plan/PlanningSystem.h"
+#include "networkhost/plan/Review.h"
 #include "networkhost/plan/Settings.h"
 #include "networkhost/state/Backend.h"
 #include "networkhost/state/Configuration.h"
@@ -33,13 +34,13 @@ namespace {
 using Manager = networkmanager::detail::NetworkManagerImpl<Backend>;
 
 constexpr const char* kBothTogether = "give the address and the gateway together";
-constexpr const char* kNoGateway = "0.0.0.0"; // stands for none
 
 Plan refusedPlan(const std::string& title, const std::string& reason, const std::string& status = {})
 {
     Plan plan;
     plan.title = title;
-    plan.outcome = refused(reason, status);
+    plan.refusal = reason;
+    plan.status = status;
     return plan;
 }
 
@@ -47,6 +48,12 @@ Plan unknownInterface(const std::string& title, const std::string& interfaceName
 {
     return refusedPlan(title, "there is no managed interface '" + printable(interfaceName) + "'",
                        networkmanager::status::kInternalError);
+}
+
+bool isManaged(const std::string& interfaceName)
+{
+    const auto& all = networkmanager::kBuiltInInterfaces;
+    return std::any_of(all.begin(), all.end(), [&](const auto& iface) { return iface.name == interfaceName; });
 }
 
 /// The request as velnetctl's command.
@@ -61,7 +68,7 @@ std::string titleOf(const std::vector<std::string>& words)
 
 using Operation = std::function<bool(Manager& manager, PlanningSystem& system)>;
 
-/// Runs the operation of a manager that is not started. `reason` serves where the library gives none. Does not judge.
+/// Runs the operation of a manager that is not started. `reason` serves where the library gives none. Reviews nothing.
 Plan makePlan(IDevice& device, const std::string& title, const Operation& operation, const std::string& reason = {})
 {
     Plan plan;
@@ -70,29 +77,16 @@ Plan makePlan(IDevice& device, const std::string& title, const Operation& operat
     auto owned = std::make_unique<PlanningSystem>(device, plan);
     auto& system = *owned;
     Manager manager(backend, std::move(owned));
-    auto& outcome = plan.outcome;
-    manager.getSignals().requestStatus.connect([&outcome](const std::string& status) { outcome.status = status; });
-    outcome.isDone = operation(manager, system);
-    if (!outcome.isDone) {
-        outcome.reason = textOf(outcome.failures);
-        if (outcome.reason.empty()) {
-            const bool isSilent = outcome.status.empty() || outcome.status == networkmanager::status::kInternalError;
-            outcome.reason = isSilent ? reason : outcome.status;
-        }
+    manager.getSignals().requestStatus.connect([&plan](const std::string& status) { plan.status = status; });
+    if (!operation(manager, system)) {
         plan.files.clear();
         plan.preparations.clear();
         plan.activations.clear();
+        if (!plan.isNothingToChange()) {
+            const bool isSilent = plan.status.empty() || plan.status == networkmanager::status::kInternalError;
+            plan.refusal = plan.failures.empty() ? (isSilent ? reason : plan.status) : textOf(plan.failures);
+        }
     }
-    return plan;
-}
-
-/// What is doubtful about the plan, and a trial that forbids it.
-Plan judged(IDevice& device, Plan plan, const std::string& advice = {})
-{
-    if (plan.outcome.isDone) {
-        judge(device, plan, advice);
-    }
-    refuseDuringTrial(device, plan);
     return plan;
 }
 
@@ -188,8 +182,8 @@ std::string adviceFor(const IpSettings& settings)
     return settings.gateway.empty() ? kBothTogether : "";
 }
 
-Plan unjudgedIpPlan(IDevice& device, const std::string& interfaceName, const IpSettings& settings,
-                    const std::string& title)
+Plan unreviewedIpPlan(IDevice& device, const std::string& interfaceName, const IpSettings& settings,
+                      const std::string& title)
 {
     if (const auto fault = faultOfSettings(settings); !fault.empty()) {
         return refusedPlan(title, fault, networkmanager::status::kInvalidIpOrMask);
@@ -216,7 +210,7 @@ Plan unjudgedIpPlan(IDevice& device, const std::string& interfaceName, const IpS
     }
     const auto gateway =
         settings.gateway.empty() ? presentGateway(device, configured->second) : iphelper::cleanupIP(settings.gateway);
-    const auto written = gateway == kNoGateway ? std::string() : gateway;
+    const auto written = gateway == kNoAddress ? std::string() : gateway;
     const bool isOtherGateway = !settings.gateway.empty() && written != configured->second.gateway;
     const auto operation = [&](Manager& manager, PlanningSystem& system) {
         system.setGateway(written);
@@ -234,8 +228,8 @@ Plan unjudgedIpPlan(IDevice& device, const std::string& interfaceName, const IpS
 
 Plan planIp(IDevice& device, const std::string& interfaceName, const IpSettings& settings)
 {
-    return judged(device, unjudgedIpPlan(device, interfaceName, settings, titleOf(interfaceName, settings)),
-                  adviceFor(settings));
+    return reviewed(device, unreviewedIpPlan(device, interfaceName, settings, titleOf(interfaceName, settings)),
+                    adviceFor(settings));
 }
 
 Plan planIp(IDevice& device, const std::string& interfaceName, const IpSettings& settings,
@@ -250,19 +244,17 @@ Plan planIp(IDevice& device, const std::string& interfaceName, const IpSettings&
         }
         servers.push_back(iphelper::cleanupIP(server));
     }
-    auto plan = unjudgedIpPlan(device, interfaceName, settings, title);
-    if (!plan.outcome.isDone && !plan.outcome.isNothingToChange()) {
+    auto plan = unreviewedIpPlan(device, interfaceName, settings, title);
+    if (plan.isRefused()) {
         return plan;
     }
     if (const auto reason = addDnsServers(device, servers, plan); !reason.empty()) {
         return refusedPlan(title, reason);
     }
     if (!plan.files.empty()) {
-        plan.outcome = {};
-        plan.outcome.isDone = true;
-        plan.outcome.status = networkmanager::status::kOk;
+        plan.status = networkmanager::status::kOk;
     }
-    return judged(device, std::move(plan), adviceFor(settings));
+    return reviewed(device, std::move(plan), adviceFor(settings));
 }
 
 Plan planGateway(IDevice& device, const std::string& gateway)
@@ -275,18 +267,18 @@ Plan planGateway(IDevice& device, const std::string& gateway)
     const std::string reason = "the request was refused";
     auto plan = makePlan(
         device, title, [&](Manager& manager, PlanningSystem&) { return manager.setGateway(address); }, reason);
-    if (plan.outcome.isNothingToChange() && !isConfiguredGateway(device.files(), address)) {
+    if (plan.isNothingToChange() && !isConfiguredGateway(device.files(), address)) {
         const auto operation = [&](Manager& manager, PlanningSystem& system) {
             system.ignoreGateway(); // whatever it is, it is to be written
             return manager.setGateway(address);
         };
         plan = makePlan(device, title, operation, reason);
     }
-    if (plan.outcome.status == networkmanager::status::kGatewayFromDhcp) {
+    if (plan.status == networkmanager::status::kGatewayFromDhcp) {
         const auto name = dhcpInterface(device);
-        plan.outcome.reason += " " + name + " uses DHCP: give " + name + " a static address first (set-ip)";
+        plan.refusal += " " + name + " uses DHCP: give " + name + " a static address first (set-ip)";
     }
-    return judged(device, std::move(plan), kBothTogether);
+    return reviewed(device, std::move(plan), kBothTogether);
 }
 
 Plan planDnsServer(IDevice& device, const std::string& address, unsigned int index)
@@ -295,9 +287,9 @@ Plan planDnsServer(IDevice& device, const std::string& address, unsigned int ind
     if (const auto fault = faultOfAddress(address); !fault.empty()) {
         return refusedPlan(title, fault);
     }
-    return judged(device, makePlan(device, title, [&](Manager& manager, PlanningSystem&) {
-                      return manager.setDnsServer(iphelper::cleanupIP(address), index);
-                  }));
+    return reviewed(device, makePlan(device, title, [&](Manager& manager, PlanningSystem&) {
+                        return manager.setDnsServer(iphelper::cleanupIP(address), index);
+                    }));
 }
 
 Plan planDnsDomain(IDevice& device, const std::string& domain)
@@ -306,8 +298,8 @@ Plan planDnsDomain(IDevice& device, const std::string& domain)
     if (const auto fault = faultOfText(domain); !fault.empty()) {
         return refusedPlan(title, fault);
     }
-    return judged(device, makePlan(device, title,
-                                   [&](Manager& manager, PlanningSystem&) { return manager.setDnsDomain(domain); }));
+    return reviewed(device, makePlan(device, title,
+                                     [&](Manager& manager, PlanningSystem&) { return manager.setDnsDomain(domain); }));
 }
 
 Plan planRoutes(IDevice& device, const std::string& interfaceName, const std::string& routes)
@@ -316,49 +308,24 @@ Plan planRoutes(IDevice& device, const std::string& interfaceName, const std::st
     if (const auto fault = faultOfText(routes, true); !fault.empty()) {
         return refusedPlan(title, fault);
     }
+    if (!isManaged(interfaceName)) {
+        return unknownInterface(title, interfaceName);
+    }
+    const auto operation = [&](Manager& manager, PlanningSystem&) {
+        return manager.setRoutes(interfaceName, canonicalRoutes(routes));
+    };
     try {
-        auto plan = judged(device, makePlan(device, title, [&](Manager& manager, PlanningSystem&) {
-                               return manager.setRoutes(interfaceName, canonicalRoutes(routes));
-                           }));
-        if (const auto fault = faultOfRoutes(plan.outcome.status); !fault.empty()) {
-            plan.outcome.reason += ": " + fault;
+        auto plan = reviewed(device, makePlan(device, title, operation));
+        if (const auto fault = faultOfRoutes(plan.status); !fault.empty()) {
+            plan.refusal += ": " + fault;
         }
         if (const auto fault = faultOfLengths(routes); !fault.empty()) {
-            plan.concerns = {fault};
+            plan.objections = {fault};
         }
         return plan;
-    } catch (const std::out_of_range& error) {
-        const bool isUnknown = error.what() == std::string("map::at");
-        return isUnknown ? unknownInterface(title, interfaceName)
-                         : refusedPlan(title, "a route without \"gw=\", or a prefix length out of range");
+    } catch (const std::out_of_range&) {
+        return refusedPlan(title, "a route without \"gw=\", or a prefix length out of range");
     }
-}
-
-Outcome setIp(IDevice& device, const std::string& interfaceName, const IpSettings& settings,
-              const ApplyOptions& options)
-{
-    return apply(device, planIp(device, interfaceName, settings), options);
-}
-
-Outcome setGateway(IDevice& device, const std::string& gateway, const ApplyOptions& options)
-{
-    return apply(device, planGateway(device, gateway), options);
-}
-
-Outcome setDnsServer(IDevice& device, const std::string& address, unsigned int index, const ApplyOptions& options)
-{
-    return apply(device, planDnsServer(device, address, index), options);
-}
-
-Outcome setDnsDomain(IDevice& device, const std::string& domain, const ApplyOptions& options)
-{
-    return apply(device, planDnsDomain(device, domain), options);
-}
-
-Outcome setRoutes(IDevice& device, const std::string& interfaceName, const std::string& routes,
-                  const ApplyOptions& options)
-{
-    return apply(device, planRoutes(device, interfaceName, routes), options);
 }
 
 } // namespace networkhost

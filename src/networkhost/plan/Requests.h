@@ -2,7 +2,6 @@
 #pragma once
 
 #include "../../base/IpSettings.h"
-#include "../change/Apply.h"
 #include "../device/IDevice.h"
 #include "Plan.h"
 
@@ -10,9 +9,8 @@
 #include <vector>
 
 /// The set operations of a manager as plans, with the reason of a refusal. Each builds a manager of its own, which
-/// reads the files and touches nothing; apply() and tryOut() carry the plan out. The second form of each applies it at
-/// once, and is through when the daemons are restarted: waitUntilLive() tells when they have the setting. The cells of
-/// a manager that runs follow with its next refresh, but for `routes`.
+/// reads the files and touches nothing. apply() and tryOut() carry the plan out, and waitUntilLive() tells when the
+/// device has the setting. The cells of a manager that runs follow with its next refresh, but for `routes`.
 ///
 /// No exceptions but std::bad_alloc. Thread-safe with a RealDevice.
 namespace networkhost {
@@ -25,24 +23,17 @@ Plan planIp(IDevice& device, const std::string& interfaceName, const velbase2::n
 /// The same, and makes these, in that order, all DNS servers besides those of leases; an empty list removes them.
 Plan planIp(IDevice& device, const std::string& interfaceName, const velbase2::nsa::common::IpSettings& settings,
             const std::vector<std::string>& dnsServers);
-Outcome setIp(IDevice& device, const std::string& interfaceName, const velbase2::nsa::common::IpSettings& settings,
-              const ApplyOptions& options = {});
 
 /// "0.0.0.0" removes the gateway. "nothing to change" only when it is configured, live, and not on trial.
 Plan planGateway(IDevice& device, const std::string& gateway);
-Outcome setGateway(IDevice& device, const std::string& gateway, const ApplyOptions& options = {});
 
 /// "0.0.0.0" clears the slot.
 Plan planDnsServer(IDevice& device, const std::string& address, unsigned int index);
-Outcome setDnsServer(IDevice& device, const std::string& address, unsigned int index, const ApplyOptions& options = {});
 
 /// Control characters are refused: they would end the line of the file.
 Plan planDnsDomain(IDevice& device, const std::string& domain);
-Outcome setDnsDomain(IDevice& device, const std::string& domain, const ApplyOptions& options = {});
 
 /// `routes` as for NetworkManagerImpl::setRoutes. Control characters are refused, but for line feeds.
 Plan planRoutes(IDevice& device, const std::string& interfaceName, const std::string& routes);
-Outcome setRoutes(IDevice& device, const std::string& interfaceName, const std::string& routes,
-                  const ApplyOptions& options = {});
 
 } // namespace networkhost

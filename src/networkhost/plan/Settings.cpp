@@ -3,10 +3,15 @@
 
 #include "base/IpHelper.h"
 #include "base/Paths.h"
+#include "networkhost/plan/PlannedFiles.h"
 #include "networkhost/plan/PlanningSystem.h"
+#include "networkhost/plan/Review.h"
 #include "networkhost/plan/SettingsDocument.h"
 #include "networkhost/state/DaemonFile.h"
 #include "networkhost/state/Text.h"
+#include "networkhost/text/Addresses.h"
+#include "networkhost/text/NetworkAddress.h"
+#include "networkhost/text/Words.h"
 #include "networkmanager/BuiltInInterfaces.h"
 #include "networkmanager/DnsConfig.h"
 #include "networkmanager/RequestStatus.h"
@@ -30,8 +35,6 @@ namespace status = networkmanager::status;
 
 namespace {
 
-constexpr const char* kNoAddress = "0.0.0.0"; // stands for none
-
 using Texts = std::vector<std::string>;
 
 /// An interface, or the resolver.
@@ -52,10 +55,8 @@ void addFile(IDevice& device, const std::string& path, const std::string& text, 
 std::string mainFileText(const BuiltInInterface& builtIn, const ConfiguredInterface& iface)
 {
     IpSettings settings{kNoAddress, kNoAddress, iface.dhcp, {}};
-    for (const auto& address : iface.addresses) { // at most one
-        const auto slash = address.find('/');
-        settings.ip = address.substr(0, slash);
-        settings.mask = iphelper::subnetBitsToMask(std::stoi(address.substr(slash + 1)));
+    if (!iface.addresses.empty()) { // at most one, and checked
+        settings = NetworkAddress::parse(iface.addresses.front())->settings();
     }
     return networkmanager::confighandler::createConfig(builtIn.name, settings, iface.gateway, builtIn.intComIf);
 }
@@ -139,8 +140,8 @@ Part resolverPart(IDevice& device, const Configuration& wanted)
 std::string addNeededFiles(const IReadableFiles& files, const Part& part, const Configuration& wanted, Plan& plan)
 {
     for (const auto* group : {&part.main, &part.other}) {
-        if (const auto& failures = group->outcome.failures; !failures.empty()) {
-            plan.outcome.failures.insert(plan.outcome.failures.end(), failures.begin(), failures.end());
+        if (const auto& failures = group->failures; !failures.empty()) {
+            plan.failures.insert(plan.failures.end(), failures.begin(), failures.end());
             return textOf(failures);
         }
     }
@@ -170,15 +171,15 @@ std::string addNeededFiles(const IReadableFiles& files, const Part& part, const 
 
 void addActivations(IDevice& device, Plan& plan)
 {
-    const auto isAmong = [&plan](const std::string& directory) {
+    const auto isAnyIn = [&plan](const std::string& directory) {
         return std::any_of(plan.files.begin(), plan.files.end(),
-                           [&](const auto& file) { return file.path.compare(0, directory.size(), directory) == 0; });
+                           [&](const auto& file) { return startsWith(file.path, directory); });
     };
     PlanningSystem system(device, plan);
-    if (isAmong(paths::kNetworkDirectory)) {
+    if (isAnyIn(paths::kNetworkDirectory)) {
         system.reloadSettings();
     }
-    if (isAmong(paths::kResolverDirectory)) {
+    if (isAnyIn(paths::kResolverDirectory)) {
         system.reloadResolveD();
     }
 }
@@ -194,34 +195,33 @@ Plan planSettings(IDevice& device, const std::string& document)
 {
     Plan plan;
     plan.title = "apply";
-    Texts faults;
-    const auto wanted = parseDocument(document, faults);
-    if (!faults.empty()) {
-        plan.outcome = refused(boost::algorithm::join(faults, "; "));
+    const auto wanted = parseDocument(document, plan.faults);
+    if (!plan.faults.empty()) {
+        plan.refusal = boost::algorithm::join(plan.faults, "; ");
         return plan;
     }
+    Texts reasons;
     const auto add = [&](const Part& part) {
         if (const auto reason = addNeededFiles(device.files(), part, wanted, plan); !reason.empty()) {
-            faults.push_back(reason);
+            reasons.push_back(reason);
         }
     };
     for (const auto& builtIn : networkmanager::kBuiltInInterfaces) {
         add(interfacePart(device, builtIn, wanted));
     }
     add(resolverPart(device, wanted));
-    if (!faults.empty()) {
+    if (!reasons.empty()) {
         plan.files.clear();
-        plan.outcome.reason = boost::algorithm::join(faults, "; ");
-    } else if (plan.files.empty()) {
-        plan.outcome = refused(status::kNothingToChange, status::kNothingToChange);
-        refuseDuringTrial(device, plan);
+        plan.refusal = boost::algorithm::join(reasons, "; ");
+        return plan;
+    }
+    if (plan.files.empty()) {
+        plan.status = status::kNothingToChange;
     } else {
         addActivations(device, plan);
-        plan.outcome.isDone = true;
-        plan.outcome.status = status::kOk;
-        judge(device, plan);
+        plan.status = status::kOk;
     }
-    return plan;
+    return reviewed(device, std::move(plan));
 }
 
 std::string addDnsServers(IDevice& device, const std::vector<std::string>& servers, Plan& plan)

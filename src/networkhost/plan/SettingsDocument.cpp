@@ -5,6 +5,7 @@
 #include "networkhost/text/Addresses.h"
 #include "networkhost/text/BoundedJson.h"
 #include "networkhost/text/Checks.h"
+#include "networkhost/text/NetworkAddress.h"
 #include "networkmanager/BuiltInInterfaces.h"
 
 #include <algorithm>
@@ -52,7 +53,8 @@ std::string faultOfNetwork(const std::string& network)
     if (!isCanonicalAddress(network.substr(0, network.find('/')))) {
         return "not an IPv4 address";
     }
-    return canonicalNetwork(network) == kDefaultRoute ? "the default route is the \"gateway\"" : faultOfLength(network);
+    const auto parsed = NetworkAddress::parseAsDaemons(network);
+    return parsed && parsed->length == 0 ? "the default route is the \"gateway\"" : faultOfLength(network);
 }
 
 /// Some of the other characters would end the word, some its line, in the daemon's file.
@@ -161,7 +163,8 @@ ConfiguredInterface readInterface(const Node& node)
     node.member("routes").forEachElement([&iface](const Node& route) {
         route.checkKeys({"destination", "gateway"});
         const auto network = route.member("destination").text(faultOfNetwork);
-        iface.routes.push_back({canonicalNetwork(network).value_or(""), route.member("gateway").text(faultOfHost)});
+        const auto parsed = NetworkAddress::parseAsDaemons(network);
+        iface.routes.push_back({parsed ? parsed->network().text() : "", route.member("gateway").text(faultOfHost)});
     });
     return iface;
 }

@@ -4,10 +4,12 @@
 #include "base/IpHelper.h"
 #include "base/Paths.h"
 #include "networkhost/state/DaemonFile.h"
-#include "networkhost/text/Addresses.h"
+#include "networkhost/text/NetworkAddress.h"
+#include "networkhost/text/Words.h"
 #include "networkmanager/BuiltInInterfaces.h"
 
 #include <algorithm>
+#include <string_view>
 #include <tuple>
 
 namespace networkhost {
@@ -44,7 +46,8 @@ void addNetworkEntry(ConfiguredInterface& iface, const std::string& key, const s
     } else if (key == "Address" && value.empty()) {
         iface.addresses.clear();
     } else if (key == "Address" && isMeantAsAddress(value)) {
-        iface.addresses.push_back(canonicalAddress(value).value_or(value));
+        const auto address = NetworkAddress::parseAsDaemons(value);
+        iface.addresses.push_back(address ? address->text() : value);
     }
 }
 
@@ -52,7 +55,8 @@ void addRoute(ConfiguredInterface& iface, const DaemonSection& section)
 {
     const auto gateway = section.valueOf("Gateway");
     const auto destination = section.valueOf("Destination");
-    const auto network = canonicalNetwork(destination).value_or(destination);
+    const auto parsed = NetworkAddress::parseAsDaemons(destination);
+    const auto network = parsed ? parsed->network().text() : destination;
     if (!isMeantAsAddress(gateway)) {
         return;
     }
@@ -98,7 +102,7 @@ std::vector<std::string> resolverFiles(const IReadableFiles& files)
     std::vector<std::string> order = {paths::kResolverFile};
     for (const auto& name : names) {
         constexpr std::string_view kSuffix = ".conf";
-        if (name.size() > kSuffix.size() && name.compare(name.size() - kSuffix.size(), kSuffix.size(), kSuffix) == 0) {
+        if (name.size() > kSuffix.size() && endsWith(name, kSuffix)) {
             order.push_back(paths::kResolverDirectory + name);
         }
     }

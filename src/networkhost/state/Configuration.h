@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "../device/Failure.h"
 #include "../device/IFiles.h"
-#include "../plan/Outcome.h"
 
 #include <map>
 #include <string>

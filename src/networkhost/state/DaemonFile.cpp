@@ -1,23 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "networkhost/state/DaemonFile.h"
 
+#include "networkhost/text/Words.h"
+
 #include <algorithm>
-#include <iterator>
 #include <sstream>
 #include <string_view>
 
 namespace networkhost {
 namespace {
-
-std::string trimmed(std::string_view text)
-{
-    constexpr std::string_view kBlanks = " \t\r";
-    const auto first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) {
-        return {};
-    }
-    return std::string(text.substr(first, text.find_last_not_of(kBlanks) - first + 1));
-}
 
 bool isComment(const std::string& line)
 {
@@ -74,12 +65,6 @@ std::vector<DaemonSection> parseDaemonFile(const std::string& text)
         }
     }
     return sections;
-}
-
-std::vector<std::string> wordsOf(const std::string& text)
-{
-    std::istringstream words(text);
-    return {std::istream_iterator<std::string>(words), {}};
 }
 
 void assignList(std::vector<std::string>& list, const std::string& value)

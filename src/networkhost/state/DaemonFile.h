@@ -21,9 +21,6 @@ struct DaemonSection
 /// The sections in order, two of the same name included. Lines that are no entry of a section are left out.
 std::vector<DaemonSection> parseDaemonFile(const std::string& text);
 
-/// The words between blanks.
-std::vector<std::string> wordsOf(const std::string& text);
-
 /// Appends the words of `value` to the list as the daemons do it: an empty value empties the list.
 void assignList(std::vector<std::string>& list, const std::string& value);
 

@@ -2,8 +2,8 @@
 #include "networkhost/state/LiveState.h"
 
 #include "base/Paths.h"
-#include "networkhost/state/DaemonFile.h"
 #include "networkhost/text/Addresses.h"
+#include "networkhost/text/Words.h"
 #include "networkmanager/BuiltInInterfaces.h"
 #include "networkmanager/system/Helper.h"
 
@@ -27,9 +27,7 @@ Lease readLease(IDevice& device, const std::string& interfaceName)
 {
     const auto index = device.system().readFile(paths::kInterfaceStates + interfaceName + "/ifindex");
     Lease lease;
-    std::istringstream lines(readText(device.files(), paths::kLeases + index));
-    std::string line;
-    while (std::getline(lines, line)) {
+    for (const auto& line : linesOf(readText(device.files(), paths::kLeases + index))) {
         const auto separator = line.find('=');
         const auto key = line.substr(0, separator);
         const auto words = wordsOf(separator == std::string::npos ? "" : line.substr(separator + 1));
@@ -48,9 +46,7 @@ Lease readLease(IDevice& device, const std::string& interfaceName)
 std::vector<Route> routesOf(const std::string& table, const std::string& interfaceName)
 {
     std::vector<Route> routes;
-    std::istringstream rows(table);
-    std::string row;
-    while (std::getline(rows, row)) {
+    for (const auto& row : linesOf(table)) {
         std::istringstream fields(row);
         std::string name;
         std::string destination;
@@ -68,9 +64,7 @@ std::vector<Route> routesOf(const std::string& table, const std::string& interfa
 
 void readResolver(const IFiles& files, LiveState& live)
 {
-    std::istringstream lines(readText(files, paths::kResolverState));
-    std::string line;
-    while (std::getline(lines, line)) {
+    for (const auto& line : linesOf(readText(files, paths::kResolverState))) {
         const auto words = wordsOf(line);
         for (std::size_t i = 1; i < words.size(); ++i) {
             if (words.front() == "nameserver") {

@@ -36,8 +36,8 @@ bool isLinkLocal(const std::string& address)
     return address.rfind("169.254.", 0) == 0;
 }
 
-Missing missingAddress(const std::string& name, const ConfiguredInterface& wanted, const LiveInterface& live,
-                       const ConfiguredInterface* before)
+std::string missingAddress(const std::string& name, const ConfiguredInterface& wanted, const LiveInterface& live,
+                           const ConfiguredInterface* before)
 {
     const auto present = liveAddresses(live);
     for (const auto& address : wanted.addresses) {
@@ -69,8 +69,8 @@ Missing missingAddress(const std::string& name, const ConfiguredInterface& wante
     return {};
 }
 
-Missing missingDefaultRoute(const ConfiguredInterface& wanted, const LiveInterface& live, const std::string& gateway,
-                            bool mustBeGone)
+std::string missingDefaultRoute(const ConfiguredInterface& wanted, const LiveInterface& live,
+                                const std::string& gateway, bool mustBeGone)
 {
     const auto expected = wanted.gateway.empty() && wanted.dhcp ? live.lease.router : wanted.gateway;
     if (gateway == expected || (expected.empty() && !mustBeGone)) {
@@ -79,7 +79,8 @@ Missing missingDefaultRoute(const ConfiguredInterface& wanted, const LiveInterfa
     return expected.empty() ? "the removal of the default route" : "the default route via " + expected;
 }
 
-Missing missingRoute(const ConfiguredInterface& wanted, const LiveInterface& live, const ConfiguredInterface* before)
+std::string missingRoute(const ConfiguredInterface& wanted, const LiveInterface& live,
+                         const ConfiguredInterface* before)
 {
     const auto text = [](const Route& route) { return "the route " + route.destination + " via " + route.gateway; };
     for (const auto& route : wanted.routes) {
@@ -95,8 +96,8 @@ Missing missingRoute(const ConfiguredInterface& wanted, const LiveInterface& liv
     return {};
 }
 
-Missing missingOfInterface(const std::string& name, const ConfiguredInterface& wanted, const LiveState& state,
-                           const ConfiguredInterface* before)
+std::string missingOfInterface(const std::string& name, const ConfiguredInterface& wanted, const LiveState& state,
+                               const ConfiguredInterface* before)
 {
     const auto& live = state.interfaces.at(name);
     if (!live.isPresent) {
@@ -120,8 +121,8 @@ std::string searchedDomain(std::string domain)
     return domain.empty() || domain.front() == '~' || domain == "." ? std::string() : domain;
 }
 
-Missing missingOfResolver(const Configuration& wanted, const LiveState& live,
-                          const std::optional<Configuration>& before)
+std::string missingOfResolver(const Configuration& wanted, const LiveState& live,
+                              const std::optional<Configuration>& before)
 {
     for (const auto& server : wanted.dnsServers) {
         if (!holds(live.dnsServers, server)) {
@@ -153,7 +154,7 @@ Missing missingOfResolver(const Configuration& wanted, const LiveState& live,
 
 } // namespace
 
-Missing missing(const Configuration& wanted, const LiveState& live, const std::optional<Configuration>& before)
+std::string missing(const Configuration& wanted, const LiveState& live, const std::optional<Configuration>& before)
 {
     for (const auto& [name, iface] : wanted.interfaces) {
         const bool isKnown = before && before->interfaces.count(name) > 0;
@@ -165,10 +166,10 @@ Missing missing(const Configuration& wanted, const LiveState& live, const std::o
     return missingOfResolver(wanted, live, before);
 }
 
-Missing waitUntilLive(IDevice& device, const Configuration& wanted, std::chrono::milliseconds limit,
-                      const std::optional<Configuration>& before)
+std::string waitUntilLive(IDevice& device, const Configuration& wanted, std::chrono::milliseconds limit,
+                          const std::optional<Configuration>& before)
 {
-    Missing answer;
+    std::string answer;
     waitUntil(device, limit, [&] {
         answer = missing(wanted, readLiveState(device), before);
         return answer.empty();

@@ -2,6 +2,8 @@
 #include "networkhost/state/Wait.h"
 
 #include <algorithm>
+#include <memory>
+#include <system_error>
 
 namespace networkhost {
 
@@ -32,6 +34,16 @@ public:
     }
 };
 
+/// None when there are no descriptors left either.
+std::unique_ptr<IHints> openHints(IDevice& device)
+{
+    try {
+        return device.openHints();
+    } catch (const std::system_error&) {
+        return nullptr;
+    }
+}
+
 } // namespace
 
 void setWaiting(IWaiting* waiting)
@@ -56,7 +68,7 @@ void waitUntil(IDevice& device, milliseconds limit, const std::function<bool()>&
         return;
     }
     const ToldWait told;
-    const auto hints = device.openHints(); // before the next look: nothing that changes after it is missed
+    const auto hints = openHints(device); // before the next look: nothing that changes after it is missed
     auto look = start;
     for (bool isDue = true; !(isDue && isOver()) && left() > milliseconds(0) && !isBrokenOff();) {
         look = isDue ? device.now() : look;
@@ -66,7 +78,7 @@ void waitUntil(IDevice& device, milliseconds limit, const std::function<bool()>&
         } else if (hints->take(std::min(step, left()))) {
             device.pause(std::min(kBetweenLooks, left()));
             hints->take(milliseconds(0));
-            hints->renew();
+            hints->rearm();
             isDue = true;
         } else {
             isDue = device.now() - look >= kSlow || left() <= milliseconds(0);

@@ -9,22 +9,6 @@ namespace networkhost {
 
 namespace iphelper = velbase2::system::iphelper;
 
-namespace {
-
-/// The address and the dotted mask.
-std::optional<std::pair<std::string, std::string>> parseAddress(const std::string& text)
-{
-    const auto slash = text.find('/');
-    const auto length = slash == std::string::npos ? 32 : parsePrefixLength(text.substr(slash + 1));
-    const auto address = text.substr(0, slash);
-    if (!length || !isCanonicalAddress(address)) {
-        return std::nullopt;
-    }
-    return std::pair(address, iphelper::subnetBitsToMask(*length));
-}
-
-} // namespace
-
 std::optional<int> parsePrefixLength(const std::string& text)
 {
     const bool isNumber =
@@ -41,29 +25,11 @@ bool isCanonicalAddress(const std::string& text)
     return iphelper::isValidIp(text) && iphelper::cleanupIP(text) == text;
 }
 
-std::optional<std::string> canonicalAddress(const std::string& text)
-{
-    const auto parsed = parseAddress(text);
-    return parsed ? std::optional(withPrefixLength(parsed->first, parsed->second)) : std::nullopt;
-}
-
-std::optional<std::string> canonicalNetwork(const std::string& text)
-{
-    const auto parsed = parseAddress(text);
-    return parsed ? std::optional(withPrefixLength(networkOf(parsed->first, parsed->second), parsed->second))
-                  : std::nullopt;
-}
-
 std::uint32_t addressBits(const std::string& address)
 {
     in_addr_t bits = 0;
     ::inet_pton(AF_INET, iphelper::cleanupIP(address).c_str(), &bits);
     return ntohl(bits);
-}
-
-std::string networkOf(const std::string& address, const std::string& mask)
-{
-    return iphelper::dotted(addressBits(address) & addressBits(mask));
 }
 
 std::string withPrefixLength(const std::string& address, const std::string& mask)

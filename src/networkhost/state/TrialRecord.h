@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "../device/IDevice.h"
-#include "CarryOut.h"
+#include "../device/IFiles.h"
+#include "SavedFile.h"
 
 #include <chrono>
 #include <string>
@@ -13,16 +13,7 @@
 /// that both last or both vanish. Its name says what it means, and one rename changes that.
 namespace networkhost {
 
-inline constexpr const char* kTrialDirectory = "/etc/systemd/velnet/trials";
-inline constexpr const char* kChangeLock = "/etc/systemd/velnet/trials/change.lock"; // held during a change
-inline constexpr const char* kCallerLock = "/etc/systemd/velnet/trials/caller.lock"; // held until the trial is live
-inline constexpr const char* kGuardLock = "/etc/systemd/velnet/trials/guard.lock";   // held by the guard
-inline constexpr const char* kTrial = "/etc/systemd/velnet/trials/trial";            // pending
-inline constexpr const char* kRollback = "/etc/systemd/velnet/trials/rollback";      // being rolled back
-inline constexpr const char* kConfirmed = "/etc/systemd/velnet/trials/confirmed";    // the last one, kept
-inline constexpr const char* kRolledBack = "/etc/systemd/velnet/trials/rolled-back"; // the last one, undone
-
-struct Record
+struct TrialRecord
 {
     std::string title;                    // of the plan
     std::string by;                       // "process 812 (velnetctl)"
@@ -37,12 +28,15 @@ struct Record
 
 /// EBADMSG for a record that is damaged, or that names a file which this library never writes. Anything but a regular
 /// file counts as missing here, and is moved aside below.
-std::error_code readRecord(const IFiles& files, const std::string& path, Record& record);
+std::error_code readRecord(const IFiles& files, const std::string& path, TrialRecord& record);
 
 /// It is on disk when this returns. EFBIG beyond 1 MiB.
-std::error_code writeRecord(IFiles& files, const std::string& path, const Record& record);
+std::error_code writeRecord(IFiles& files, const std::string& path, const TrialRecord& record);
 
 std::error_code renameRecord(IFiles& files, const char* from, const char* target);
+
+/// The record of how a roll-back ended takes the place of the pending one.
+std::error_code endRecord(IFiles& files, const TrialRecord& record);
 
 /// Rights for a file of the directory: only its group may read it, as it may hold what is not for everybody.
 std::error_code rightsForRecords(const IFiles& files, Rights& rights);
@@ -56,6 +50,10 @@ bool isThere(const IFiles& files, const std::string& path);
 
 /// Whether the process that has begun a trial is still there, while the trial is not live.
 bool hasCaller(const IFiles& files);
+
+/// Ends a trial whose previous files are back with the daemons, though not live yet: another change follows. The caller
+/// has the turn. False when there is none.
+bool closeRestored(IFiles& files);
 
 /// The directory of the records, and the one that it lies in.
 std::error_code makeTrialDirectory(IFiles& files);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "networkhost/device/Place.h"
+#include "networkhost/device/ResolvedPath.h"
 
 #include <algorithm>
 #include <array>
@@ -61,12 +61,12 @@ std::error_code follow(const FileDescriptor& link, const struct stat& status, Wa
 }
 
 /// Goes into the directory that is open. Its owner decides on the names in it from here on.
-std::error_code enter(FileDescriptor& directory, const struct stat& status, Walk& walk, Place& place)
+std::error_code enter(FileDescriptor& directory, const struct stat& status, Walk& walk, ResolvedPath& resolved)
 {
     if (walk.user == 0 && status.st_uid != 0) {
-        place.rights.emplace(status.st_uid, status.st_gid);
+        resolved.rights.emplace(status.st_uid, status.st_gid);
         walk.user = status.st_uid;
-        if (!place.rights->isActing()) {
+        if (!resolved.rights->isActing()) {
             return errorOf(EPERM);
         }
     }
@@ -83,16 +83,16 @@ std::error_code enter(FileDescriptor& directory, const struct stat& status, Walk
     return {};
 }
 
-std::error_code arrive(const Walk& walk, const std::string& name, Place& place)
+std::error_code arrive(const Walk& walk, const std::string& name, ResolvedPath& resolved)
 {
-    place.directory.reset(::openat(walk.directory.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    place.name = name;
-    return errorOf(place.directory.isOpen() ? 0 : errno);
+    resolved.directory.reset(::openat(walk.directory.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    resolved.name = name;
+    return errorOf(resolved.directory.isOpen() ? 0 : errno);
 }
 
 } // namespace
 
-std::error_code locate(const std::string& path, Place& place)
+std::error_code resolve(const std::string& path, ResolvedPath& resolved)
 {
     Walk walk;
     putInFront(walk.parts, path);
@@ -106,16 +106,16 @@ std::error_code locate(const std::string& path, Place& place)
         struct stat status = {};
         if (!next.isOpen() || ::fstat(next.get(), &status) != 0) {
             const int error = errno;
-            return isLast && error == ENOENT ? arrive(walk, part, place) : errorOf(error);
+            return isLast && error == ENOENT ? arrive(walk, part, resolved) : errorOf(error);
         }
         std::error_code error;
         if (S_ISLNK(status.st_mode)) {
             error = follow(next, status, walk);
         } else if (isLast && !isRoot) {
             next.reset(); // where descriptors run short, what could be written can be removed again
-            return arrive(walk, part, place);
+            return arrive(walk, part, resolved);
         } else {
-            error = enter(next, status, walk, place);
+            error = enter(next, status, walk, resolved);
         }
         if (error) {
             return error;

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: MIT
-#include "networkhost/plan/Concerns.h"
+#include "networkhost/plan/Objections.h"
 
 #include "base/IpHelper.h"
 #include "networkhost/text/Addresses.h"
 #include "networkhost/text/Checks.h"
+#include "networkhost/text/NetworkAddress.h"
 #include "networkmanager/BuiltInInterfaces.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <initializer_list>
-#include <optional>
 #include <string_view>
 
 namespace networkhost {
@@ -29,46 +28,11 @@ std::string sentence(std::initializer_list<std::string_view> parts)
     return text;
 }
 
-struct Subnet
-{
-    std::uint32_t address;
-    std::uint32_t mask;
-    int length;
-    std::string text; // of the network: "10.0.0.0/8"
-};
-
-/// The text is like "10.0.0.5/8"; nothing for one that the daemons ignore.
-std::optional<Subnet> parse(const std::string& address)
-{
-    const auto network = canonicalNetwork(address);
-    if (!network) {
-        return std::nullopt;
-    }
-    const int length = *parsePrefixLength(network->substr(network->find('/') + 1));
-    const auto mask = length == 0 ? 0U : ~std::uint32_t{0} << static_cast<unsigned int>(32 - length);
-    return Subnet{addressBits(address.substr(0, address.find('/'))), mask, length, *network};
-}
-
-bool overlap(const Subnet& left, const Subnet& right)
-{
-    return ((left.address ^ right.address) & left.mask & right.mask) == 0;
-}
-
-bool holds(const Subnet& subnet, std::uint32_t address)
-{
-    return ((subnet.address ^ address) & subnet.mask) == 0;
-}
-
-std::string withoutLength(const std::string& address)
-{
-    return address.substr(0, address.find('/'));
-}
-
 /// Why no host has this address in this subnet; empty when one may.
-std::string faultOfHost(const Subnet& subnet)
+std::string faultOfHost(const NetworkAddress& host)
 {
-    const auto first = subnet.address >> 24U;
-    if (subnet.length == 0) {
+    const auto first = host.bits >> 24U;
+    if (host.length == 0) {
         return "its prefix length /0 takes in every address";
     }
     if (first == 127) {
@@ -80,25 +44,25 @@ std::string faultOfHost(const Subnet& subnet)
     if (first == 0) {
         return "no host has an address that begins with 0";
     }
-    if (subnet.length < 31 && (subnet.address & ~subnet.mask) == 0) {
-        return "it is the address of the network " + subnet.text + " itself";
+    if (host.length < 31 && host == host.network()) {
+        return "it is the address of the network " + host.text() + " itself";
     }
-    if (subnet.length < 31 && (subnet.address | subnet.mask) == ~std::uint32_t{0}) {
-        return "it is the broadcast address of " + subnet.text;
+    if (host.length < 31 && host == host.broadcast()) {
+        return "it is the broadcast address of " + host.network().text();
     }
     return {};
 }
 
 /// The subnets that the interface will be in, as far as they are known: of a lease, those of the live addresses.
-std::vector<Subnet> subnetsOf(const std::string& name, const ConfiguredInterface& iface, const LiveState& live)
+std::vector<NetworkAddress> subnetsOf(const std::string& name, const ConfiguredInterface& iface, const LiveState& live)
 {
-    std::vector<Subnet> subnets;
+    std::vector<NetworkAddress> subnets;
     const auto found = live.interfaces.find(name);
     if (found != live.interfaces.end() && !found->second.isPresent) {
         return subnets; // hardware that this device does not have
     }
     const auto add = [&subnets](const std::string& address) {
-        if (const auto subnet = parse(address)) {
+        if (const auto subnet = NetworkAddress::parseAsDaemons(address)) {
             subnets.push_back(*subnet);
         }
     };
@@ -113,15 +77,15 @@ std::vector<Subnet> subnetsOf(const std::string& name, const ConfiguredInterface
     return subnets;
 }
 
-bool isReached(const std::vector<Subnet>& subnets, std::uint32_t address)
+bool isReached(const std::vector<NetworkAddress>& subnets, const NetworkAddress& address)
 {
-    return std::any_of(subnets.begin(), subnets.end(), [&](const auto& subnet) { return holds(subnet, address); });
+    return std::any_of(subnets.begin(), subnets.end(), [&](const auto& subnet) { return subnet.contains(address); });
 }
 
 void addFaultsOfAddresses(const std::string& name, const ConfiguredInterface& iface, Sentences& sentences)
 {
     for (const auto& address : iface.addresses) {
-        const auto subnet = parse(address);
+        const auto subnet = NetworkAddress::parseAsDaemons(address);
         const auto fault = subnet ? faultOfHost(*subnet) : "systemd-networkd does not understand it";
         if (!fault.empty()) {
             sentences.push_back(sentence({"the address ", address, " of ", name, ": ", fault}));
@@ -146,10 +110,10 @@ void addFaultsOfGateway(const std::string& name, const Configuration& configurat
         sentences.push_back(what + ": systemd-networkd does not understand it");
         return;
     }
-    const auto gateway = addressBits(iface.gateway);
+    const auto gateway = *NetworkAddress::parse(iface.gateway);
     for (const auto& [other, settings] : configuration.interfaces) {
         const auto subnets = subnetsOf(other, settings, live);
-        if (std::any_of(subnets.begin(), subnets.end(), [&](const auto& own) { return own.address == gateway; })) {
+        if (std::any_of(subnets.begin(), subnets.end(), [&](const auto& own) { return own.bits == gateway.bits; })) {
             sentences.push_back(sentence({what, " is this device itself (", other, ")"}));
             return;
         }
@@ -159,12 +123,12 @@ void addFaultsOfGateway(const std::string& name, const Configuration& configurat
         }
     }
     const auto subnets = subnetsOf(name, iface, live);
-    const auto own = std::find_if(subnets.begin(), subnets.end(), [&](const auto& x) { return holds(x, gateway); });
+    const auto own = std::find_if(subnets.begin(), subnets.end(), [&](const auto& x) { return x.contains(gateway); });
     if (own == subnets.end()) {
-        const auto of = subnets.empty() ? "" : " " + subnets.front().text;
+        const auto of = subnets.empty() ? "" : " " + subnets.front().network().text();
         sentences.push_back(what + " lies outside the subnet" + of + " of " + name + (advice.empty() ? "" : ": ") +
                             advice);
-    } else if (const auto fault = faultOfHost({gateway, own->mask, own->length, own->text}); !fault.empty()) {
+    } else if (const auto fault = faultOfHost({gateway.bits, own->length}); !fault.empty()) {
         sentences.push_back(what + ": " + fault);
     }
 }
@@ -174,12 +138,13 @@ void addFaultsOfRoutes(const std::string& name, const ConfiguredInterface& iface
 {
     const auto subnets = subnetsOf(name, iface, live);
     for (const auto& route : iface.routes) {
-        const bool isUnderstood = canonicalNetwork(route.destination) && isCanonicalAddress(route.gateway);
+        const bool isUnderstood =
+            NetworkAddress::parseAsDaemons(route.destination) && isCanonicalAddress(route.gateway);
         const bool isKnown = !iface.dhcp || !subnets.empty();
         if (!isUnderstood) {
             sentences.push_back("the route to " + route.destination + " via " + route.gateway +
                                 ": systemd-networkd does not understand it");
-        } else if (isKnown && !isReached(subnets, addressBits(route.gateway))) {
+        } else if (isKnown && !isReached(subnets, *NetworkAddress::parse(route.gateway))) {
             sentences.push_back("the gateway " + route.gateway + " of the route to " + route.destination +
                                 " is not reached over " + name);
         }
@@ -219,9 +184,9 @@ void addOverlaps(const Configuration& configuration, const LiveState& live, Sent
         for (auto other = std::next(one); other != configuration.interfaces.end(); ++other) {
             for (const auto& left : subnetsOf(one->first, one->second, live)) {
                 for (const auto& right : subnetsOf(other->first, other->second, live)) {
-                    if (overlap(left, right)) {
-                        sentences.push_back(one->first + " (" + left.text + ") and " + other->first + " (" +
-                                            right.text + ") would be in one subnet");
+                    if (left.overlaps(right)) {
+                        sentences.push_back(one->first + " (" + left.network().text() + ") and " + other->first + " (" +
+                                            right.network().text() + ") would be in one subnet");
                     }
                 }
             }
@@ -231,8 +196,8 @@ void addOverlaps(const Configuration& configuration, const LiveState& live, Sent
 
 } // namespace
 
-std::vector<std::string> concernsOf(const Configuration& configuration, const LiveState& live,
-                                    const std::string& advice)
+std::vector<std::string> objectionsTo(const Configuration& configuration, const LiveState& live,
+                                      const std::string& advice)
 {
     Sentences sentences;
     for (const auto& [name, iface] : configuration.interfaces) {
@@ -254,7 +219,8 @@ std::vector<std::string> misreadRoutes(const Configuration& configuration)
     Sentences sentences;
     for (const auto& [name, iface] : configuration.interfaces) {
         for (const auto& route : iface.routes) {
-            if (withoutLength(route.destination) == "0.0.0.0") {
+            const auto destination = NetworkAddress::parse(route.destination);
+            if (destination && destination->bits == 0) {
                 sentences.push_back("the route to " + route.destination + " of " + name +
                                     " begins as the default route does: the live gateway is misread from it");
             }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "networkhost/change/Record.h"
+#include "networkhost/state/TrialRecord.h"
 
 #include "base/Paths.h"
 #include "networkhost/text/BoundedJson.h"
@@ -78,7 +78,7 @@ SavedFile savedFileOf(const Json& json)
     return file;
 }
 
-Json toJson(const Record& record)
+Json toJson(const TrialRecord& record)
 {
     Json json = {{"title", charactersOf(record.title)}, {"by", charactersOf(record.by)},   {"boot", record.boot},
                  {"deadline", record.deadline.count()}, {"isLive", record.isLive},         {"wasLive", record.wasLive},
@@ -132,7 +132,7 @@ bool isInTheWay(IFiles& files, const std::string& path, const std::error_code& e
 
 } // namespace
 
-std::error_code readRecord(const IFiles& files, const std::string& path, Record& record)
+std::error_code readRecord(const IFiles& files, const std::string& path, TrialRecord& record)
 {
     std::string text;
     if (const auto error = files.read(path, text)) {
@@ -150,7 +150,7 @@ std::error_code readRecord(const IFiles& files, const std::string& path, Record&
         if (!faults.texts().empty()) {
             return damaged;
         }
-        Record found;
+        TrialRecord found;
         found.title = bytesOf(json.at("title"));
         found.by = bytesOf(json.at("by"));
         found.boot = withoutDashes(json.at("boot"));
@@ -176,7 +176,7 @@ std::error_code readRecord(const IFiles& files, const std::string& path, Record&
     }
 }
 
-std::error_code writeRecord(IFiles& files, const std::string& path, const Record& record)
+std::error_code writeRecord(IFiles& files, const std::string& path, const TrialRecord& record)
 {
     Rights rights;
     if (const auto error = rightsForRecords(files, rights)) {
@@ -197,9 +197,15 @@ std::error_code renameRecord(IFiles& files, const char* from, const char* target
     return isInTheWay(files, target, error) ? files.rename(from, target) : error;
 }
 
+std::error_code endRecord(IFiles& files, const TrialRecord& record)
+{
+    return writeRecord(files, paths::kRolledBack, record) ? renameRecord(files, paths::kRollback, paths::kRolledBack)
+                                                          : files.remove(paths::kRollback);
+}
+
 std::error_code rightsForRecords(const IFiles& files, Rights& rights)
 {
-    const auto error = files.rightsOf(kTrialDirectory, rights);
+    const auto error = files.rightsOf(paths::kTrialDirectory, rights);
     rights.mode = 0640;
     return error;
 }
@@ -224,13 +230,20 @@ bool isThere(const IFiles& files, const std::string& path)
 bool hasCaller(const IFiles& files)
 {
     std::string holder;
-    const auto error = files.probeLock(kCallerLock, holder);
+    const auto error = files.probeLock(paths::kCallerLock, holder);
     return error && error != std::errc::no_such_file_or_directory; // for want of descriptors nobody is gone
+}
+
+bool closeRestored(IFiles& files)
+{
+    TrialRecord record;
+    return !isThere(files, paths::kTrial) && !readRecord(files, paths::kRollback, record) && record.isRestored &&
+           areBack(files, record.files) && !endRecord(files, record);
 }
 
 std::error_code makeTrialDirectory(IFiles& files)
 {
-    const std::string directory = kTrialDirectory;
+    const std::string directory = paths::kTrialDirectory;
     std::vector<std::string> names;
     auto error = files.list(directory, names); // usually it is there
     error = error ? files.makeDirectory(directory.substr(0, directory.rfind('/'))) : error;

@@ -1,0 +1,11 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <chrono>
+
+namespace networkhost {
+
+/// The time since the boot. Goes on while the device sleeps.
+std::chrono::milliseconds timeSinceBoot();
+
+} // namespace networkhost

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "../device/IFiles.h"
+#include "Plan.h"
+
+#include <string>
+#include <system_error>
+#include <vector>
+
+namespace networkhost {
+
+/// The files as they will be.
+class PlannedFiles : public IReadableFiles
+{
+public:
+    /// Both outlive it.
+    PlannedFiles(const IReadableFiles& files, const Plan& plan) : files_(files), plan_(plan) {}
+
+    std::error_code read(const std::string& path, std::string& text) const override;
+    std::error_code list(const std::string& directory, std::vector<std::string>& names) const override;
+
+private:
+    const IReadableFiles& files_;
+    const Plan& plan_;
+};
+
+} // namespace networkhost

@@ -1,0 +1,166 @@
+// SPDX-License-Identifier: MIT
+#include "networkhost/plan/Review.h"
+
+#include "base/Paths.h"
+#include "networkhost/plan/DaemonHealth.h"
+#include "networkhost/plan/Neighbours.h"
+#include "networkhost/plan/Objections.h"
+#include "networkhost/plan/PlannedFiles.h"
+#include "networkhost/state/DaemonFile.h"
+#include "networkhost/state/LiveState.h"
+#include "networkhost/state/Text.h"
+#include "networkhost/state/TrialState.h"
+#include "networkhost/text/Words.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <set>
+#include <string_view>
+
+namespace networkhost {
+
+namespace paths = velbase2::system::paths;
+
+namespace {
+
+std::vector<std::string> trimmedLines(const std::optional<std::string>& text)
+{
+    auto lines = linesOf(text.value_or(""));
+    std::transform(lines.begin(), lines.end(), lines.begin(), [](const auto& line) { return trimmed(line); });
+    return lines;
+}
+
+/// Keys that the library itself writes, and takes away when it is asked for something else.
+bool isOwnKey(const std::string& path, const std::string& key)
+{
+    constexpr std::array<std::string_view, 6> kKeys = {"Name", "Address", "DHCP", "Gateway", "DNS", "Domains"};
+    return std::find(kKeys.begin(), kKeys.end(), key) != kKeys.end() ||
+           (endsWith(path, paths::kRoutesDropIn) && key == "Destination");
+}
+
+/// What is in `after` and not in `before`.
+std::vector<std::string> added(const std::vector<std::string>& before, std::vector<std::string> after)
+{
+    const auto isOld = [&before](const std::string& text) {
+        return std::find(before.begin(), before.end(), text) != before.end();
+    };
+    after.erase(std::remove_if(after.begin(), after.end(), isOld), after.end());
+    return after;
+}
+
+bool asksForServers(const IReadableFiles& files, const std::string& path)
+{
+    std::string text;
+    files.read(path, text);
+    const auto sections = parseDaemonFile(text);
+    return std::any_of(sections.begin(), sections.end(),
+                       [](const auto& section) { return !section.valueOf("DNS").empty(); });
+}
+
+/// Those of leases that end, with the line that keeps them.
+void addLostServers(const IReadableFiles& files, const Configuration& before, const Configuration& after,
+                    const LiveState& live, std::vector<std::string>& warnings)
+{
+    for (const auto& [name, iface] : after.interfaces) {
+        const auto& servers = live.interfaces.at(name).lease.dnsServers;
+        if (iface.dhcp || !before.interfaces.at(name).dhcp || !(before.dnsServers == after.dnsServers)) {
+            continue; // who sets the servers knows them
+        }
+        std::string commands;
+        unsigned int slot = 0;
+        const auto lost = added(after.dnsServers, servers);
+        for (const auto& server : lost) {
+            while (asksForServers(files, paths::dnsServerFile(slot))) {
+                ++slot;
+            }
+            commands += commands.empty() ? "velnetctl set-dns " : " && velnetctl set-dns ";
+            commands += std::to_string(slot++) + ' ';
+            commands += server;
+        }
+        if (!lost.empty()) {
+            const bool isOne = lost.size() == 1;
+            auto warning = name + " gives up its lease, and with it the name server";
+            warning += isOne ? " " : "s ";
+            warning += toText(lost);
+            warning += isOne ? "; to keep it: " : "; to keep them: ";
+            warnings.push_back(warning + commands);
+        }
+    }
+}
+
+void add(const std::string& sentence, std::vector<std::string>& sentences)
+{
+    if (!sentence.empty()) {
+        sentences.push_back(sentence);
+    }
+}
+
+} // namespace
+
+std::vector<std::string> droppedLines(const FileChange& file)
+{
+    const auto after = trimmedLines(file.after);
+    const bool hasMany = endsWith(file.path, paths::kRoutesDropIn); // sections of the same keys
+    std::string section;
+    std::set<std::string> seen; // own keys, one of each in each kind of section
+    std::vector<std::string> dropped;
+    for (const auto& line : trimmedLines(file.before)) {
+        if (line.empty() || line.front() == '[') {
+            section = line.empty() ? section : line;
+            continue;
+        }
+        const auto key = trimmed(line.substr(0, line.find('=')));
+        const bool isFirst = isOwnKey(file.path, key) && (seen.insert(section + key).second || hasMany);
+        if (!isFirst && std::find(after.begin(), after.end(), line) == after.end()) {
+            dropped.push_back(line);
+        }
+    }
+    return dropped;
+}
+
+void review(IDevice& device, Plan& plan, const std::string& advice)
+{
+    constexpr std::chrono::milliseconds kForGateway(1200); // the kernel asks again after a second
+    const auto live = readLiveState(device);
+    const auto before = readConfiguration(device.files());
+    const auto after = readConfiguration(PlannedFiles(device.files(), plan));
+    const auto asked = askNeighbours(device, before, after, live); // the answers come while the rest is looked at
+    plan.before = touchedBy(plan, before);
+    plan.after = touchedBy(plan, after);
+    plan.objections = added(objectionsTo(before, live, advice), objectionsTo(after, live, advice));
+    plan.warnings = added(misreadRoutes(before), misreadRoutes(after));
+    for (const auto& daemon : daemonsOf(device, plan)) {
+        add(bootFaultOf(daemon), plan.objections);
+        add(presentFaultOf(daemon), plan.warnings); // a change restarts it
+    }
+    for (const auto& fault : faultsOfNeighbours(device, asked, kForGateway)) {
+        plan.objections.push_back(fault);
+    }
+    for (const auto& [name, iface] : plan.after.interfaces) {
+        if (const auto& state = live.interfaces.at(name); state.isPresent && !state.hasLink) {
+            plan.warnings.push_back("the cable of " + name + " is out: the change becomes live only when it is in");
+        }
+    }
+    addLostServers(device.files(), before, after, live, plan.warnings);
+    for (const auto& file : plan.files) {
+        for (const auto& line : droppedLines(file)) {
+            plan.warnings.push_back(file.path + " loses the line '" + line + '\'');
+        }
+    }
+}
+
+Plan reviewed(IDevice& device, Plan plan, const std::string& advice)
+{
+    if (outcomeOf(plan).isDone) {
+        review(device, plan, advice);
+    } else if (plan.isNothingToChange()) {
+        if (const auto trial = trialState(device); trial.isPending()) {
+            plan.refusal = trial.text();
+            plan.status.clear();
+        }
+    }
+    return plan;
+}
+
+} // namespace networkhost

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace networkhost {
+
+/// Without the blanks, tabs and carriage returns at both ends.
+std::string trimmed(std::string_view text);
+
+/// The words between blanks.
+std::vector<std::string> wordsOf(const std::string& text);
+
+/// The lines without their line ends.
+std::vector<std::string> linesOf(const std::string& text);
+
+bool startsWith(std::string_view text, std::string_view beginning) noexcept;
+bool endsWith(std::string_view text, std::string_view end) noexcept;
+
+} // namespace networkhost
