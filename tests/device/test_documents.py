@@ -1,7 +1,15 @@
 # SPDX-License-Identifier: MIT
-"""Every command in a document is run: here, in the order of the document, or by what is named here."""
-# Every other line of a block stands in a program, a test or an example as well, but for pictures, which have arrows.
-# The programs below ```cpp are built, and run, by tests/package/documents.
+"""Each block of a document has a comment in front that says what runs it. What is to be run in the box is run here.
+
+<!-- run -->                 the commands run here, in the order of the document; JSON is applied as settings
+<!-- run during a trial -->  the same, after a trial has begun
+<!-- run by FILE ... -->     one of the files has a line with the first two words of each command
+<!-- run by hand -->         nothing runs it: it takes too long, or needs what this machine has not
+<!-- quoted -->              each line stands in an example, a test or a program of a document
+<!-- shown -->               a picture or an output
+
+The programs are C++ and CMake. tests/package/documents builds them, and runs those below <!-- run -->.
+"""
 import pathlib
 import re
 import shlex
@@ -20,19 +28,10 @@ BEFORE = {"set-ip": "true", "set-gateway": "velnetctl set-ip remote 192.168.50.2
 PAGE = re.sub(r"\\f[BIR]|\\(?=-)", "", (PROJECT / "src/velnetctl/velnetctl.1").read_text()).replace(r"\(aq", "'")
 for examples, verb in re.findall(r"^\.EX\n( *velnetctl (\S+)(?s:.*?))^\.EE", PAGE, re.M):
     name = verb if verb in BEFORE else "velnetctl.1"
-    TEXTS[name] = TEXTS.get(name, "") + examples.replace("\n        ", "   # ")  # what it does stands below it
-BLOCK = re.compile(r"^```(.*)\n((?:.*\n)*?)```$|^((?: {4}.*\n|\s*\n(?= {4}))+)", re.M)
-IS_PICTURE = re.compile(r"--[->]|<--")
-IS_RUN_HERE = re.compile(r"(velnetctl|systemctl|systemd-\w+|printf) ")
-RUN_BY = {".ci/run": r"\./demo$|\./check( (unit|device|fuzz) |$)|\./check(?= (unit|device|package)$)|"
-                     r"\./check (armhf|abi|docs)$|tools/install-packages build",
-          "check": r"cmake (--build )?--preset release",
-          "tools/armhf": r"cmake (--build )?--preset armhf",
-          "tests/device/test_packages.py": "tools/build-packages|apt-get",
-          "tools/devicebox/devicebox": "packaging/install",
-          "tests/package/CMakeLists.txt": "(?<=cmake )--install"}
-# They take from a quarter of an hour to an hour, and the documents have figures of theirs; or there is no BitBake here.
-IS_RUN_BY_HAND = re.compile(r"bitbake|\./check coverage|tools/bench|benchmarks/|EVERY_CALL=|SCENARIO_|ORDERS_")
+    commands = examples.replace("\n        ", "   # ")  # what it does stands below it
+    TEXTS[name] = TEXTS.get(name, "") + "<!-- run -->\n\n" + commands + "\n"
+BLOCK = re.compile(r"(?:^<!-- (.*) -->\n\n?)?(?:^```(.*)\n((?:.*\n)*?)```$|((?:^ {4}.*\n|^\s*\n(?= {4}))+))", re.M)
+PROGRAMS = "cpp", "cmake"
 
 
 def without_blanks(text):
@@ -43,7 +42,7 @@ def without_blanks(text):
 def code():
     files = [path for name in ("examples", "tests") for path in (PROJECT / name).rglob("*.*")
              if path.suffix in (".cpp", ".h", ".py", ".txt") and path.name != "test_documents.py"]
-    programs = [text for document in TEXTS.values() for kind, text, _ in BLOCK.findall(document) if kind == "cpp"]
+    programs = [text for document in TEXTS.values() for _, kind, text, _ in BLOCK.findall(document) if kind == "cpp"]
     return without_blanks("\n".join([path.read_text() for path in files] + programs))
 
 
@@ -70,29 +69,39 @@ def shell(box, settings, installed):
         run(f"systemctl disable --now {units}")
 
 
-def fault_of(line, shell, code):
+def has(path, command):
+    """Whether a line of the file has the first two words of the command. A word in capitals stands for another one."""
+    words = [word for word in command.split() if not word.isupper()][:2]
+    return any(all(word in line for word in words) for line in (PROJECT / path).read_text().splitlines())
+
+
+def fault_of(line, mark, shell, code):
     command, _, comment = re.match(r"(.*?)(\s+# (.*))?$", line).groups(default="")
-    if IS_RUN_BY_HAND.match(command):
-        return ""
-    for runner, pattern in RUN_BY.items():
-        if found := re.search(pattern, command):
-            return found[0] not in (PROJECT / runner).read_text() and f"{runner} does not run it"
-    if IS_RUN_HERE.match(command):
+    if mark in ("run", "run during a trial"):
         codes = re.findall(r"\d+", comment.partition("exit code")[2])
-        fault = comment.startswith("or ") and shell(TRIAL)  # instead of the line before, which has ended the trial
-        return fault or shell(command, list(map(int, codes)) or [0])
-    return without_blanks(line) not in code and "this is run by no test, and stands in no program"
+        return shell(command, list(map(int, codes)) or [0])
+    if mark == "quoted":
+        return without_blanks(line) not in code and "this stands in no example, test or program"
+    runners = mark.removeprefix("run by ").split()
+    return not any(has(path, command) for path in runners) and f"none of {runners} runs it"
 
 
 @pytest.mark.parametrize("document", filter(lambda name: BLOCK.search(TEXTS[name]), TEXTS))
-def test_a_document_holds_what_can_be_run(document, box, shell, code):
+def test_a_document_says_what_runs_its_blocks(document, box, shell, code):
     faults = []
     shell(BEFORE.get(document, "true"))
-    for kind, fenced, indented in BLOCK.findall(TEXTS[document]):
-        if kind == "json":  # all settings as one document
-            box.velnetctl("apply", "--dry-run", "--force", "-", input=fenced)
-        elif kind != "cpp" and not IS_PICTURE.search(fenced + indented):
-            for line in re.findall(r"\S.*", fenced + indented):
-                if fault := fault_of(line, shell, code):
+    for mark, kind, fenced, indented in BLOCK.findall(TEXTS[document]):
+        text = fenced + indented
+        if kind in PROGRAMS and mark in ("run", "build") or mark in ("run by hand", "shown"):
+            continue
+        if not re.match("run$|run during a trial$|run by |quoted$", mark):
+            faults.append(f"{text}    no comment before it says what runs it")
+        elif kind == "json":
+            box.velnetctl("apply", "--dry-run", "--force", "-", input=text)
+        else:
+            fault = mark == "run during a trial" and shell(TRIAL)
+            faults += filter(None, [fault])
+            for line in re.findall(r"\S.*", text):
+                if fault := fault_of(line, mark, shell, code):
                     faults.append(f"{line}\n    {fault}")
     assert not faults, "\n".join([document, *faults])
