@@ -8,6 +8,7 @@
 #include "networkhost/text/NetworkAddress.h"
 #include "networksimulation/Files.h"
 #include "networksimulation/Hints.h"
+#include "networksimulation/Question.h"
 #include "networksimulation/System.h"
 
 #include <algorithm>
@@ -47,24 +48,6 @@ networkhost::DaemonState& stateOf(std::vector<networkhost::DaemonState>& daemons
     }
     return *daemon;
 }
-
-class Question : public networkhost::IQuestion
-{
-public:
-    Question(Device& device, bool isAnswered) : device_(device), isAnswered_(isAnswered) {}
-
-    bool isAnswered(std::chrono::milliseconds limit) override
-    {
-        if (!isAnswered_) {
-            device_.advance(limit);
-        }
-        return isAnswered_;
-    }
-
-private:
-    Device& device_;
-    bool isAnswered_;
-};
 
 Device* theDevice = nullptr; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): a loader has to find it
 
@@ -113,41 +96,27 @@ std::unique_ptr<networkmanager::ISystemIF> Device::makeSystem()
 
 std::chrono::milliseconds Device::now() const
 {
-    const std::lock_guard guard(lock_);
-    return schedule_.now();
+    return clock_.now();
 }
 
 std::unique_ptr<networkhost::IHints> Device::openHints()
 {
-    return std::make_unique<Hints>(*this);
-}
-
-void Device::hint()
-{
-    for (auto* hints : hints_) {
-        hints->add();
-    }
+    return std::make_unique<Hints>(clock_);
 }
 
 void Device::advance(std::chrono::milliseconds duration)
 {
-    const std::lock_guard guard(lock_);
-    if (schedule_.advance(duration)) {
-        hint();
-    }
+    clock_.advance(duration);
 }
 
 void Device::settle()
 {
-    const std::lock_guard guard(lock_);
-    while (!schedule_.isEmpty()) {
-        advance(1);
-    }
+    clock_.settle();
 }
 
 void Device::reboot()
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     texts_[paths::kBootMark] = "boot " + std::to_string(++boots_) + '\n';
     if (hasGuards_) {
         networkhost::restoreAtBoot(*this, [](const std::string&) {});
@@ -170,36 +139,36 @@ void Device::unplug(const std::string& interfaceName)
 
 void Device::setCable(const std::string& interfaceName, bool isPlugged)
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     auto& iface = kernel_.interfaces.at(interfaceName);
     if (std::exchange(iface.hasCable, isPlugged) != isPlugged) {
         networkd_.linkChanged(interfaceName);
-        hint();
+        clock_.hint();
     }
 }
 
 void Device::removeInterface(const std::string& interfaceName)
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     auto& iface = kernel_.interfaces.at(interfaceName);
     iface.isPresent = false;
     iface.addresses.clear(); // the daemon sees to the routes
     networkd_.linkChanged(interfaceName);
-    hint();
+    clock_.hint();
 }
 
 void Device::restoreInterface(const std::string& interfaceName)
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     if (!std::exchange(kernel_.interfaces.at(interfaceName).isPresent, true)) {
         networkd_.linkChanged(interfaceName);
-        hint();
+        clock_.hint();
     }
 }
 
 void Device::setDhcpServer(const std::string& interfaceName, const DhcpServer& server)
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     static_cast<void>(kernel_.interfaces.at(interfaceName));
     if (server.address.empty()) {
         networkd_.dhcpServers.erase(interfaceName);
@@ -210,13 +179,13 @@ void Device::setDhcpServer(const std::string& interfaceName, const DhcpServer& s
 
 void Device::addAddress(const std::string& interfaceName, const std::string& address)
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     const auto own = networkhost::NetworkAddress::parseAsDaemons(address);
     if (!own || own->text() != address) {
         throw std::invalid_argument("not an address with its prefix length: " + address);
     }
     kernel_.interfaces.at(interfaceName).addresses.push_back({own->address(), own->mask(), 0, true});
-    hint();
+    clock_.hint();
 }
 
 std::string Device::textOf(const std::string& path) const
@@ -226,71 +195,71 @@ std::string Device::textOf(const std::string& path) const
 
 void Device::put(const std::string& path, const std::string& text)
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     texts_[path] = text;
-    hint();
+    clock_.hint();
 }
 
 bool Device::lock(const std::string& path)
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     return locked_.insert(path).second;
 }
 
 void Device::unlock(const std::string& path)
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     locked_.erase(path);
 }
 
 void Device::failWrite(const std::string& path, int error)
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     failingWrites_[path] = error;
 }
 
 void Device::failCommand(const std::string& command, const std::string& words)
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     failingCommands_[command] = words;
 }
 
 void Device::hang(const std::string& daemon)
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     hangs_[stateOf(daemons_, daemon).name] = false;
 }
 
 void Device::setDaemon(const std::string& daemon, const std::string& enabled, const std::string& active)
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     stateOf(daemons_, daemon) = {daemon, enabled, active};
 }
 
 std::vector<networkhost::DaemonState> Device::daemons()
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     return daemons_;
 }
 
 std::unique_ptr<networkhost::IQuestion> Device::ask(const std::string& interfaceName, const std::string& address,
                                                     bool /*isOwn*/)
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     const bool isThere =
         kernel_.interfaces.at(interfaceName).hasCable && neighbours_.count({interfaceName, address}) > 0;
-    return std::make_unique<Question>(*this, isThere);
+    return std::make_unique<Question>(clock_, isThere);
 }
 
 void Device::addNeighbour(const std::string& interfaceName, const std::string& address)
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     neighbours_.insert({interfaceName, address});
 }
 
 void Device::removeNeighbour(const std::string& interfaceName, const std::string& address)
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     neighbours_.erase({interfaceName, address});
 }
 
@@ -306,25 +275,25 @@ void Device::boot(networkhost::DaemonState& daemon)
 
 void Device::removeGuards()
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     hasGuards_ = false;
 }
 
 bool Device::startGuard(const std::function<bool()>& /*isUp*/)
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     return hasGuards_;
 }
 
 bool Device::hasBootGuard()
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     return hasGuards_;
 }
 
 void Device::repair()
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     failingWrites_.clear();
     failingCommands_.clear();
     hasGuards_ = true;
@@ -338,19 +307,19 @@ void Device::repair()
 
 std::vector<Event> Device::takeEvents()
 {
-    const std::lock_guard guard(lock_);
-    return std::exchange(events_, {});
+    const auto held = clock_.hold();
+    return events_.take();
 }
 
 void Device::note(const Event& event)
 {
-    const std::lock_guard guard(lock_);
-    events_.push_back(event);
+    const auto held = clock_.hold();
+    events_.note(event);
 }
 
 std::optional<std::string> Device::find(const std::string& path) const
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     const auto orNone = [](const std::string& text) { return text.empty() ? std::nullopt : std::optional(text); };
     if (path == paths::kRouteTable) {
         return kernel_.routeTable();
@@ -372,37 +341,37 @@ std::optional<std::string> Device::find(const std::string& path) const
 
 bool Device::write(const std::string& path, const std::string& text, int& error)
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     const auto fault = failingWrites_.find(path);
     const bool hasDirectory = list(path.substr(0, path.rfind('/') + 1)).has_value();
     if (fault != failingWrites_.end() || !hasDirectory) {
         error = hasDirectory ? fault->second : ENOENT;
-        events_.push_back(failedToWrite(path, text));
+        events_.note(failedToWrite(path, text));
         return false;
     }
     texts_[path] = text;
-    events_.push_back(wrote(path, text));
-    hint();
+    events_.note(wrote(path, text));
+    clock_.hint();
     return true;
 }
 
 bool Device::remove(const std::string& path, int& error)
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     if (const auto fault = failingWrites_.find(path); fault != failingWrites_.end()) {
         error = fault->second;
         return false;
     }
     if (texts_.erase(path) > 0) {
-        events_.push_back(removed(path));
-        hint();
+        events_.note(removed(path));
+        clock_.hint();
     }
     return true;
 }
 
 bool Device::rename(const std::string& from, const std::string& to, int& error)
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     const auto fault = failingWrites_.find(to);
     if (fault != failingWrites_.end() || texts_.count(from) == 0) {
         error = fault == failingWrites_.end() ? ENOENT : fault->second;
@@ -410,25 +379,25 @@ bool Device::rename(const std::string& from, const std::string& to, int& error)
     }
     texts_[to] = texts_[from];
     texts_.erase(from);
-    events_.push_back(renamed(from, to));
-    hint();
+    events_.note(renamed(from, to));
+    clock_.hint();
     return true;
 }
 
 void Device::makeDirectory(const std::string& path)
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     directories_.insert(path + '/');
 }
 
 bool Device::run(const std::string& command, std::string& errorOutput)
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     errorOutput.clear();
     for (const auto& [beginning, words] : failingCommands_) {
         if (startsWith(command, beginning)) {
             errorOutput = words + '\n';
-            events_.push_back(failedToRun(command));
+            events_.note(failedToRun(command));
             return false;
         }
     }
@@ -441,8 +410,8 @@ bool Device::run(const std::string& command, std::string& errorOutput)
     } else if (command != "sudo /bin/systemctl daemon-reload") {
         errorOutput = "sh: 1: " + command + ": not found\n";
     }
-    events_.push_back(errorOutput.empty() ? ran(command) : failedToRun(command));
-    hint();
+    events_.note(errorOutput.empty() ? ran(command) : failedToRun(command));
+    clock_.hint();
     return errorOutput.empty();
 }
 
@@ -465,7 +434,7 @@ std::string Device::restart(const std::string& daemon)
 
 std::optional<std::vector<std::string>> Device::list(const std::string& directory) const
 {
-    const std::lock_guard guard(lock_);
+    const auto held = clock_.hold();
     const std::array<std::string, 4> shipped = {paths::kNetworkDirectory, paths::kResolverDirectory,
                                                 paths::ofInterface("01_local.network", ".d/"),
                                                 paths::ofInterface("02_remote.network", ".d/")};

@@ -4,15 +4,16 @@
 #include "../networkhost/device/IDevice.h"
 #include "../networkhost/loop/Cells.h"
 #include "../networkhost/state/Text.h"
+#include "Clock.h"
 #include "Daemons.h"
 #include "Event.h"
+#include "EventLog.h"
 #include "Kernel.h"
 #include "Schedule.h"
 
 #include <chrono>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -20,8 +21,6 @@
 #include <vector>
 
 namespace networksimulation {
-
-class Hints;
 
 /// A device in memory: files, kernel, systemd-networkd and systemd-resolved, which take effect step by step on a clock
 /// that stands still until it is advanced.
@@ -61,6 +60,11 @@ public:
 
     /// For a manager, which owns its system interface. The device outlives it.
     std::unique_ptr<networkmanager::ISystemIF> makeSystem();
+
+    // Pieces of the device, for a test that puts something of its own over them. They live as long as the device.
+
+    /// Hints(device.clock()) are the hints of this device.
+    Clock& clock() { return clock_; }
 
     // Time
 
@@ -140,9 +144,7 @@ public:
 private:
     friend class System;
     friend class Files;
-    friend class Hints;
 
-    void hint();
     void setCable(const std::string& interfaceName, bool isPlugged);
     std::optional<std::string> find(const std::string& path) const; // the file's text
     std::optional<std::vector<std::string>> list(const std::string& directory) const;
@@ -154,21 +156,20 @@ private:
     std::string restart(const std::string& daemon); // the words of its failure
     void boot(networkhost::DaemonState& daemon);
 
-    mutable std::recursive_mutex lock_;
+    Schedule schedule_;
+    Clock clock_{schedule_};
+    EventLog events_;
     std::map<std::string, std::string> texts_; // of files, by path
     std::set<std::string> directories_;        // made since, with a slash at the end
     std::set<std::string> locked_;
     int boots_ = 0;
     bool hasGuards_ = true;
-    std::vector<Event> events_;
-    std::set<Hints*> hints_;                             // that are open
     std::map<std::string, int> failingWrites_;           // errno values by path
     std::map<std::string, std::string> failingCommands_; // words by the beginning of the command
     std::map<std::string, bool> hangs_;                  // by daemon: whether a restart waits for its end
     std::vector<networkhost::DaemonState> daemons_;
     std::set<std::pair<std::string, std::string>> neighbours_; // interface, address
     Kernel kernel_;
-    Schedule schedule_;
     std::unique_ptr<networkhost::IFiles> files_;
     std::unique_ptr<networkmanager::ISystemIF> system_;
     Networkd networkd_;

@@ -1,42 +1,31 @@
 // SPDX-License-Identifier: MIT
 #include "networksimulation/Hints.h"
 
-#include "networksimulation/Device.h"
-
-#include <mutex>
-
 #include <sys/eventfd.h>
 
 namespace networksimulation {
 
-Hints::Hints(Device& device) : device_(device), ready_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+Hints::Hints(Clock& clock) : clock_(clock), ready_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
-    const std::lock_guard guard(device_.lock_);
-    device_.hints_.insert(this);
+    clock_.addHints(ready_.get());
 }
 
 Hints::~Hints()
 {
-    const std::lock_guard guard(device_.lock_);
-    device_.hints_.erase(this);
+    clock_.removeHints(ready_.get());
 }
 
 bool Hints::take(std::chrono::milliseconds limit)
 {
-    const auto end = device_.now() + limit;
+    const auto end = clock_.now() + limit;
     ::eventfd_t count = 0;
     while (::eventfd_read(ready_.get(), &count) != 0) {
-        if (device_.now() >= end) {
+        if (clock_.now() >= end) {
             return false;
         }
-        device_.advance(1);
+        clock_.advance(std::chrono::milliseconds(1));
     }
     return true;
-}
-
-void Hints::add()
-{
-    ::eventfd_write(ready_.get(), 1);
 }
 
 } // namespace networksimulation

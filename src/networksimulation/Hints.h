@@ -3,18 +3,18 @@
 
 #include "../base/FileDescriptor.h"
 #include "../networkhost/device/IHints.h"
+#include "Clock.h"
 
 #include <chrono>
 
 namespace networksimulation {
 
-class Device;
-
-/// Tells each change of the simulated device. Made and destroyed while it lives.
+/// Tells each change of a simulated device. A wait advances the device's clock.
 class Hints : public networkhost::IHints
 {
 public:
-    explicit Hints(Device& device);
+    /// The clock outlives the hints.
+    explicit Hints(Clock& clock);
     Hints(const Hints&) = delete;
     Hints& operator=(const Hints&) = delete;
     ~Hints() override;
@@ -23,10 +23,8 @@ public:
     bool take(std::chrono::milliseconds limit) override;
     void rearm() override {}
 
-    void add();
-
 private:
-    Device& device_;
+    Clock& clock_;
     velbase2::system::FileDescriptor ready_;
 };
 

@@ -10,7 +10,7 @@ namespace networksimulation {
 
 std::vector<velbase2::nsa::common::structs::IpAddress> System::getAddresses(const std::string& interfaceName) const
 {
-    const std::lock_guard guard(device_.lock_);
+    const auto held = device_.clock_.hold();
     return device_.kernel_.addressesOf(interfaceName);
 }
 

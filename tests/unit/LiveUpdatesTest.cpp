@@ -131,7 +131,7 @@ public:
     void pause(std::chrono::milliseconds /*duration*/) override { std::this_thread::yield(); }
     bool startGuard(const std::function<bool()>& /*isUp*/) override { return true; }
     bool hasBootGuard() override { return true; }
-    std::unique_ptr<networkhost::IHints> openHints() override { return std::make_unique<Hints>(device_); }
+    std::unique_ptr<networkhost::IHints> openHints() override { return std::make_unique<Hints>(device_.clock()); }
 
 private:
     struct Hints : networksimulation::Hints
