@@ -118,7 +118,7 @@ void Device::reboot()
 {
     const auto held = clock_.hold();
     texts_[paths::kBootMark] = "boot " + std::to_string(++boots_) + '\n';
-    if (hasGuards_) {
+    if (faults_.hasGuards()) {
         networkhost::restoreAtBoot(*this, [](const std::string&) {});
     }
     for (auto& daemon : daemons_) {
@@ -215,19 +215,19 @@ void Device::unlock(const std::string& path)
 void Device::failWrite(const std::string& path, int error)
 {
     const auto held = clock_.hold();
-    failingWrites_[path] = error;
+    faults_.failWrite(path, error);
 }
 
 void Device::failCommand(const std::string& command, const std::string& words)
 {
     const auto held = clock_.hold();
-    failingCommands_[command] = words;
+    faults_.failCommand(command, words);
 }
 
 void Device::hang(const std::string& daemon)
 {
     const auto held = clock_.hold();
-    hangs_[stateOf(daemons_, daemon).name] = false;
+    faults_.hang(stateOf(daemons_, daemon).name);
 }
 
 void Device::setDaemon(const std::string& daemon, const std::string& enabled, const std::string& active)
@@ -276,32 +276,28 @@ void Device::boot(networkhost::DaemonState& daemon)
 void Device::removeGuards()
 {
     const auto held = clock_.hold();
-    hasGuards_ = false;
+    faults_.removeGuards();
 }
 
 bool Device::startGuard(const std::function<bool()>& /*isUp*/)
 {
     const auto held = clock_.hold();
-    return hasGuards_;
+    return faults_.hasGuards();
 }
 
 bool Device::hasBootGuard()
 {
     const auto held = clock_.hold();
-    return hasGuards_;
+    return faults_.hasGuards();
 }
 
 void Device::repair()
 {
     const auto held = clock_.hold();
-    failingWrites_.clear();
-    failingCommands_.clear();
-    hasGuards_ = true;
+    const auto waiting = faults_.repair();
     daemons_ = healthyDaemons();
-    for (const auto& [daemon, isWaiting] : std::exchange(hangs_, {})) {
-        if (isWaiting) {
-            restart(daemon);
-        }
+    for (const auto& daemon : waiting) {
+        restart(daemon);
     }
 }
 
@@ -342,10 +338,9 @@ std::optional<std::string> Device::find(const std::string& path) const
 bool Device::write(const std::string& path, const std::string& text, int& error)
 {
     const auto held = clock_.hold();
-    const auto fault = failingWrites_.find(path);
     const bool hasDirectory = list(path.substr(0, path.rfind('/') + 1)).has_value();
-    if (fault != failingWrites_.end() || !hasDirectory) {
-        error = hasDirectory ? fault->second : ENOENT;
+    error = hasDirectory ? faults_.ofWrite(path) : ENOENT;
+    if (error != 0) {
         events_.note(failedToWrite(path, text));
         return false;
     }
@@ -358,8 +353,8 @@ bool Device::write(const std::string& path, const std::string& text, int& error)
 bool Device::remove(const std::string& path, int& error)
 {
     const auto held = clock_.hold();
-    if (const auto fault = failingWrites_.find(path); fault != failingWrites_.end()) {
-        error = fault->second;
+    error = faults_.ofWrite(path);
+    if (error != 0) {
         return false;
     }
     if (texts_.erase(path) > 0) {
@@ -372,9 +367,9 @@ bool Device::remove(const std::string& path, int& error)
 bool Device::rename(const std::string& from, const std::string& to, int& error)
 {
     const auto held = clock_.hold();
-    const auto fault = failingWrites_.find(to);
-    if (fault != failingWrites_.end() || texts_.count(from) == 0) {
-        error = fault == failingWrites_.end() ? ENOENT : fault->second;
+    const int fault = faults_.ofWrite(to);
+    error = fault == 0 && texts_.count(from) == 0 ? ENOENT : fault;
+    if (error != 0) {
         return false;
     }
     texts_[to] = texts_[from];
@@ -394,12 +389,10 @@ bool Device::run(const std::string& command, std::string& errorOutput)
 {
     const auto held = clock_.hold();
     errorOutput.clear();
-    for (const auto& [beginning, words] : failingCommands_) {
-        if (startsWith(command, beginning)) {
-            errorOutput = words + '\n';
-            events_.note(failedToRun(command));
-            return false;
-        }
+    if (const auto words = faults_.ofCommand(command)) {
+        errorOutput = *words + '\n';
+        events_.note(failedToRun(command));
+        return false;
     }
     if (startsWith(command, kAddGateway)) {
         errorOutput = kernel_.addDefaultRoute(command.substr(kAddGateway.size()));
@@ -422,9 +415,10 @@ std::string Device::restart(const std::string& daemon)
         return "Failed to restart " + daemon + ".service: Unit " + daemon + ".service is masked.\n";
     }
     state.active = "active";
-    if (const auto hanging = hangs_.find(daemon); hanging != hangs_.end()) {
-        hanging->second = true;
-    } else if (daemon == kNetworkd) {
+    if (faults_.holdUp(daemon)) {
+        return {};
+    }
+    if (daemon == kNetworkd) {
         networkd_.restart();
     } else if (daemon == kResolved) {
         resolved_.restart();

@@ -8,6 +8,7 @@
 #include "Daemons.h"
 #include "Event.h"
 #include "EventLog.h"
+#include "Faults.h"
 #include "Kernel.h"
 #include "Schedule.h"
 
@@ -159,14 +160,11 @@ private:
     Schedule schedule_;
     Clock clock_{schedule_};
     EventLog events_;
+    Faults faults_;
     std::map<std::string, std::string> texts_; // of files, by path
     std::set<std::string> directories_;        // made since, with a slash at the end
     std::set<std::string> locked_;
     int boots_ = 0;
-    bool hasGuards_ = true;
-    std::map<std::string, int> failingWrites_;           // errno values by path
-    std::map<std::string, std::string> failingCommands_; // words by the beginning of the command
-    std::map<std::string, bool> hangs_;                  // by daemon: whether a restart waits for its end
     std::vector<networkhost::DaemonState> daemons_;
     std::set<std::pair<std::string, std::string>> neighbours_; // interface, address
     Kernel kernel_;
