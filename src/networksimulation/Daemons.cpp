@@ -56,7 +56,7 @@ bool everyRoute(const KernelRoute& /*route*/)
 
 } // namespace
 
-Networkd::Networkd(Kernel& kernel, const networkhost::IFiles& files, Schedule& schedule)
+Networkd::Networkd(Kernel& kernel, const networkhost::IReadableFiles& files, Schedule& schedule)
     : kernel_(kernel), files_(files), schedule_(schedule)
 {}
 
@@ -205,7 +205,7 @@ std::vector<std::string> Networkd::leasedDnsServers() const
     return servers;
 }
 
-Resolved::Resolved(const networkhost::IFiles& files, Schedule& schedule) : files_(files), schedule_(schedule) {}
+Resolved::Resolved(const networkhost::IReadableFiles& files, Schedule& schedule) : files_(files), schedule_(schedule) {}
 
 void Resolved::restart()
 {

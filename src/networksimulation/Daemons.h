@@ -27,7 +27,7 @@ class Networkd
 {
 public:
     /// All of these outlive it.
-    Networkd(Kernel& kernel, const networkhost::IFiles& files, Schedule& schedule);
+    Networkd(Kernel& kernel, const networkhost::IReadableFiles& files, Schedule& schedule);
 
     std::map<std::string, DhcpServer> dhcpServers; // by interface
 
@@ -55,7 +55,7 @@ private:
     void addLostRoutes(const std::string& interfaceName);
 
     Kernel& kernel_;
-    const networkhost::IFiles& files_;
+    const networkhost::IReadableFiles& files_;
     Schedule& schedule_;
     networkhost::Configuration configuration_; // as of the last start
     std::map<std::string, DhcpServer> leases_; // by interface
@@ -66,7 +66,7 @@ class Resolved
 {
 public:
     /// All of these outlive it.
-    Resolved(const networkhost::IFiles& files, Schedule& schedule);
+    Resolved(const networkhost::IReadableFiles& files, Schedule& schedule);
 
     /// Reads the files again.
     void restart();
@@ -75,7 +75,7 @@ public:
     std::string resolvConf(const std::vector<std::string>& leasedDnsServers) const;
 
 private:
-    const networkhost::IFiles& files_;
+    const networkhost::IReadableFiles& files_;
     Schedule& schedule_;
     networkhost::Configuration configuration_; // as of the last start
 };

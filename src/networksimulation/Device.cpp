@@ -6,15 +6,11 @@
 #include "networkhost/change/Guard.h"
 #include "networkhost/text/Addresses.h"
 #include "networkhost/text/NetworkAddress.h"
-#include "networksimulation/Files.h"
 #include "networksimulation/Hints.h"
 #include "networksimulation/Question.h"
 #include "networksimulation/System.h"
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <set>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -59,8 +55,8 @@ bool startsWith(const std::string& text, std::string_view beginning)
 } // namespace
 
 Device::Device()
-    : daemons_(healthyDaemons()), files_(std::make_unique<Files>(*this)), system_(std::make_unique<System>(*this)),
-      networkd_(kernel_, *files_, schedule_), resolved_(*files_, schedule_)
+    : daemons_(healthyDaemons()), system_(std::make_unique<System>(*this)), networkd_(kernel_, files_, schedule_),
+      resolved_(files_, schedule_)
 {
     if (theDevice != nullptr) {
         throw std::logic_error("there is a simulated device already");
@@ -68,12 +64,31 @@ Device::Device()
     kernel_.interfaces["local"] = {2, "02:00:c0:a8:0a:01", {}};
     kernel_.interfaces["remote"] = {3, "02:00:c0:a8:32:01", {}};
     networkd_.dhcpServers["remote"] = {"192.168.50.100", "255.255.255.0", "192.168.50.1", {"192.168.50.1"}};
-    texts_ = {{paths::kHostname, "device\n"},
-              {paths::ofInterface("01_local.network"), kLocalFile},
-              {paths::ofInterface("02_remote.network"), kRemoteFile}};
+    for (const auto& directory :
+         {std::string(paths::kNetworkDirectory), std::string(paths::kResolverDirectory),
+          paths::ofInterface("01_local.network", ".d/"), paths::ofInterface("02_remote.network", ".d/")}) {
+        disk_.makeDirectory(directory);
+    }
+    disk_.put(paths::kHostname, "device\n");
+    disk_.put(paths::ofInterface("01_local.network"), kLocalFile);
+    disk_.put(paths::ofInterface("02_remote.network"), kRemoteFile);
+    showKernelAndDaemons();
     neighbours_ = {{"local", "192.168.10.2"}, {"remote", "192.168.50.1"}, {"remote", "192.168.50.2"}};
     theDevice = this;
     reboot();
+}
+
+void Device::showKernelAndDaemons()
+{
+    disk_.show(paths::kRouteTable, [this](const std::string&) { return kernel_.routeTable(); });
+    disk_.show(paths::kInterfaceStates, [this](const std::string& rest) {
+        const auto slash = rest.find('/');
+        return slash == std::string::npos ? std::string()
+                                          : kernel_.attribute(rest.substr(0, slash), rest.substr(slash + 1));
+    });
+    disk_.show(paths::kLeases, [this](const std::string& index) { return networkd_.leaseFile(index); });
+    disk_.show(paths::kResolverState,
+               [this](const std::string&) { return resolved_.resolvConf(networkd_.leasedDnsServers()); });
 }
 
 Device::~Device()
@@ -117,7 +132,7 @@ void Device::settle()
 void Device::reboot()
 {
     const auto held = clock_.hold();
-    texts_[paths::kBootMark] = "boot " + std::to_string(++boots_) + '\n';
+    disk_.put(paths::kBootMark, "boot " + std::to_string(++boots_) + '\n');
     if (faults_.hasGuards()) {
         networkhost::restoreAtBoot(*this, [](const std::string&) {});
     }
@@ -190,26 +205,22 @@ void Device::addAddress(const std::string& interfaceName, const std::string& add
 
 std::string Device::textOf(const std::string& path) const
 {
-    return find(path).value_or("");
+    return disk_.read(path).value_or("");
 }
 
 void Device::put(const std::string& path, const std::string& text)
 {
-    const auto held = clock_.hold();
-    texts_[path] = text;
-    clock_.hint();
+    disk_.put(path, text);
 }
 
 bool Device::lock(const std::string& path)
 {
-    const auto held = clock_.hold();
-    return locked_.insert(path).second;
+    return disk_.lock(path);
 }
 
 void Device::unlock(const std::string& path)
 {
-    const auto held = clock_.hold();
-    locked_.erase(path);
+    disk_.unlock(path);
 }
 
 void Device::failWrite(const std::string& path, int error)
@@ -313,78 +324,6 @@ void Device::note(const Event& event)
     events_.note(event);
 }
 
-std::optional<std::string> Device::find(const std::string& path) const
-{
-    const auto held = clock_.hold();
-    const auto orNone = [](const std::string& text) { return text.empty() ? std::nullopt : std::optional(text); };
-    if (path == paths::kRouteTable) {
-        return kernel_.routeTable();
-    }
-    if (path == paths::kResolverState) {
-        return resolved_.resolvConf(networkd_.leasedDnsServers());
-    }
-    if (startsWith(path, paths::kLeases)) {
-        return orNone(networkd_.leaseFile(path.substr(std::string_view(paths::kLeases).size())));
-    }
-    if (startsWith(path, paths::kInterfaceStates)) {
-        const auto name = path.substr(std::string_view(paths::kInterfaceStates).size());
-        const auto slash = std::min(name.find('/'), name.size() - 1);
-        return orNone(kernel_.attribute(name.substr(0, slash), name.substr(slash + 1)));
-    }
-    const auto text = texts_.find(path);
-    return text == texts_.end() ? std::nullopt : std::optional(text->second);
-}
-
-bool Device::write(const std::string& path, const std::string& text, int& error)
-{
-    const auto held = clock_.hold();
-    const bool hasDirectory = list(path.substr(0, path.rfind('/') + 1)).has_value();
-    error = hasDirectory ? faults_.ofWrite(path) : ENOENT;
-    if (error != 0) {
-        events_.note(failedToWrite(path, text));
-        return false;
-    }
-    texts_[path] = text;
-    events_.note(wrote(path, text));
-    clock_.hint();
-    return true;
-}
-
-bool Device::remove(const std::string& path, int& error)
-{
-    const auto held = clock_.hold();
-    error = faults_.ofWrite(path);
-    if (error != 0) {
-        return false;
-    }
-    if (texts_.erase(path) > 0) {
-        events_.note(removed(path));
-        clock_.hint();
-    }
-    return true;
-}
-
-bool Device::rename(const std::string& from, const std::string& to, int& error)
-{
-    const auto held = clock_.hold();
-    const int fault = faults_.ofWrite(to);
-    error = fault == 0 && texts_.count(from) == 0 ? ENOENT : fault;
-    if (error != 0) {
-        return false;
-    }
-    texts_[to] = texts_[from];
-    texts_.erase(from);
-    events_.note(renamed(from, to));
-    clock_.hint();
-    return true;
-}
-
-void Device::makeDirectory(const std::string& path)
-{
-    const auto held = clock_.hold();
-    directories_.insert(path + '/');
-}
-
 bool Device::run(const std::string& command, std::string& errorOutput)
 {
     const auto held = clock_.hold();
@@ -424,27 +363,6 @@ std::string Device::restart(const std::string& daemon)
         resolved_.restart();
     }
     return {};
-}
-
-std::optional<std::vector<std::string>> Device::list(const std::string& directory) const
-{
-    const auto held = clock_.hold();
-    const std::array<std::string, 4> shipped = {paths::kNetworkDirectory, paths::kResolverDirectory,
-                                                paths::ofInterface("01_local.network", ".d/"),
-                                                paths::ofInterface("02_remote.network", ".d/")};
-    const auto beginning = directory.empty() || directory.back() == '/' ? directory : directory + '/';
-    std::set<std::string> names;
-    for (const auto& entry : texts_) {
-        if (startsWith(entry.first, beginning)) {
-            const auto rest = entry.first.substr(beginning.size());
-            names.insert(rest.substr(0, rest.find('/')));
-        }
-    }
-    if (names.empty() && directories_.count(beginning) == 0 &&
-        std::find(shipped.begin(), shipped.end(), beginning) == shipped.end()) {
-        return std::nullopt;
-    }
-    return std::vector<std::string>(names.begin(), names.end());
 }
 
 } // namespace networksimulation

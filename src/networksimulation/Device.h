@@ -6,16 +6,17 @@
 #include "../networkhost/state/Text.h"
 #include "Clock.h"
 #include "Daemons.h"
+#include "Disk.h"
 #include "Event.h"
 #include "EventLog.h"
 #include "Faults.h"
+#include "Files.h"
 #include "Kernel.h"
 #include "Schedule.h"
 
 #include <chrono>
 #include <map>
 #include <memory>
-#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -42,7 +43,7 @@ public:
     static Device& current();
 
     networkmanager::ISystemIF& system() override { return *system_; }
-    networkhost::IFiles& files() override { return *files_; }
+    networkhost::IFiles& files() override { return files_; }
     std::chrono::milliseconds now() const override;
     void pause(std::chrono::milliseconds duration) override { advance(duration); }
 
@@ -66,6 +67,9 @@ public:
 
     /// Hints(device.clock()) are the hints of this device.
     Clock& clock() { return clock_; }
+
+    /// Files(device.disk()) are the files of this device.
+    Disk& disk() { return disk_; }
 
     // Time
 
@@ -144,15 +148,9 @@ public:
 
 private:
     friend class System;
-    friend class Files;
 
+    void showKernelAndDaemons();
     void setCable(const std::string& interfaceName, bool isPlugged);
-    std::optional<std::string> find(const std::string& path) const; // the file's text
-    std::optional<std::vector<std::string>> list(const std::string& directory) const;
-    bool write(const std::string& path, const std::string& text, int& error);
-    bool remove(const std::string& path, int& error);
-    bool rename(const std::string& from, const std::string& to, int& error);
-    void makeDirectory(const std::string& path);
     bool run(const std::string& command, std::string& errorOutput);
     std::string restart(const std::string& daemon); // the words of its failure
     void boot(networkhost::DaemonState& daemon);
@@ -161,14 +159,12 @@ private:
     Clock clock_{schedule_};
     EventLog events_;
     Faults faults_;
-    std::map<std::string, std::string> texts_; // of files, by path
-    std::set<std::string> directories_;        // made since, with a slash at the end
-    std::set<std::string> locked_;
+    Disk disk_{faults_, events_, clock_};
+    Files files_{disk_};
     int boots_ = 0;
     std::vector<networkhost::DaemonState> daemons_;
     std::set<std::pair<std::string, std::string>> neighbours_; // interface, address
     Kernel kernel_;
-    std::unique_ptr<networkhost::IFiles> files_;
     std::unique_ptr<networkmanager::ISystemIF> system_;
     Networkd networkd_;
     Resolved resolved_;

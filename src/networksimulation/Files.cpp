@@ -2,8 +2,8 @@
 #include "networksimulation/Files.h"
 
 #include "networkhost/device/LockHolder.h"
-#include "networksimulation/Device.h"
 
+#include <cerrno>
 #include <utility>
 
 #include <unistd.h>
@@ -19,13 +19,13 @@ std::error_code errorOf(int value)
 class HeldLock : public networkhost::IFiles::Lock
 {
 public:
-    HeldLock(Device& device, std::string path) : device_(device), path_(std::move(path)) {}
+    HeldLock(Disk& disk, std::string path) : disk_(disk), path_(std::move(path)) {}
     HeldLock(const HeldLock&) = delete;
     HeldLock& operator=(const HeldLock&) = delete;
-    ~HeldLock() override { device_.unlock(path_); }
+    ~HeldLock() override { disk_.unlock(path_); }
 
 private:
-    Device& device_;
+    Disk& disk_;
     std::string path_;
 };
 
@@ -33,7 +33,7 @@ private:
 
 std::error_code Files::read(const std::string& path, std::string& text) const
 {
-    const auto found = device_.find(path);
+    const auto found = disk_.read(path);
     if (!found) {
         return errorOf(ENOENT);
     }
@@ -43,30 +43,27 @@ std::error_code Files::read(const std::string& path, std::string& text) const
 
 std::error_code Files::replace(const std::string& path, const std::string& text, const networkhost::Rights* /*rights*/)
 {
-    int error = 0;
-    return device_.write(path, text, error) ? std::error_code() : errorOf(error);
+    return disk_.write(path, text);
 }
 
 std::error_code Files::overwrite(const std::string& path, const std::string& text)
 {
-    return device_.find(path) ? replace(path, text) : errorOf(ENOENT);
+    return disk_.read(path) ? replace(path, text) : errorOf(ENOENT);
 }
 
 std::error_code Files::remove(const std::string& path)
 {
-    int error = 0;
-    return device_.remove(path, error) ? std::error_code() : errorOf(error);
+    return disk_.remove(path);
 }
 
 std::error_code Files::rename(const std::string& from, const std::string& to)
 {
-    int error = 0;
-    return device_.rename(from, to, error) ? std::error_code() : errorOf(error);
+    return disk_.rename(from, to);
 }
 
 std::error_code Files::rightsOf(const std::string& path, networkhost::Rights& rights) const
 {
-    if (!device_.find(path) && !device_.list(path)) {
+    if (!disk_.read(path) && !disk_.list(path)) {
         return errorOf(ENOENT);
     }
     rights = {};
@@ -75,7 +72,7 @@ std::error_code Files::rightsOf(const std::string& path, networkhost::Rights& ri
 
 std::error_code Files::makeDirectory(const std::string& path)
 {
-    device_.makeDirectory(path);
+    disk_.makeDirectory(path);
     return {};
 }
 
@@ -92,27 +89,27 @@ std::error_code Files::writerOf(const std::string& /*path*/, networkhost::Writer
 
 std::error_code Files::tryLock(const std::string& path, std::unique_ptr<Lock>& lock, std::string& holder)
 {
-    if (!device_.lock(path)) {
+    if (!disk_.lock(path)) {
         holder = networkhost::thisProcess();
         return errorOf(EWOULDBLOCK);
     }
-    lock = std::make_unique<HeldLock>(device_, path);
+    lock = std::make_unique<HeldLock>(disk_, path);
     return {};
 }
 
 std::error_code Files::probeLock(const std::string& path, std::string& holder) const
 {
-    if (!device_.lock(path)) {
+    if (!disk_.lock(path)) {
         holder = networkhost::thisProcess();
         return errorOf(EWOULDBLOCK);
     }
-    device_.unlock(path);
+    disk_.unlock(path);
     return {};
 }
 
 std::error_code Files::list(const std::string& directory, std::vector<std::string>& names) const
 {
-    const auto found = device_.list(directory);
+    const auto found = disk_.list(directory);
     if (!found) {
         return errorOf(ENOENT);
     }

@@ -2,20 +2,22 @@
 #pragma once
 
 #include "../networkhost/device/IFiles.h"
+#include "Disk.h"
 
+#include <memory>
 #include <string>
 #include <system_error>
 #include <vector>
 
 namespace networksimulation {
 
-class Device;
-
-/// The files of the simulated device. All have the rights of a new one, which are root's, and root writes them.
+/// The disk of a simulated device as the library sees it. All files have the rights of a new one of root, and the user
+/// of the test may change them.
 class Files : public networkhost::IFiles
 {
 public:
-    explicit Files(Device& device) : device_(device) {}
+    /// The disk outlives the files.
+    explicit Files(Disk& disk) : disk_(disk) {}
 
     std::error_code read(const std::string& path, std::string& text) const override;
     std::error_code list(const std::string& directory, std::vector<std::string>& names) const override;
@@ -32,7 +34,7 @@ public:
     std::error_code probeLock(const std::string& path, std::string& holder) const override;
 
 private:
-    Device& device_;
+    Disk& disk_;
 };
 
 } // namespace networksimulation

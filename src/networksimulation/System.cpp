@@ -23,10 +23,9 @@ std::string System::readFile(const std::string& path) const
 
 bool System::writeToConfFile(const std::string& path, const std::string& content)
 {
-    int error = EINVAL;
-    const bool isWritten = !content.empty() && device_.write(path, content, error);
-    errno = isWritten ? errno : error;
-    return isWritten;
+    const int error = content.empty() ? EINVAL : device_.disk().write(path, content).value();
+    errno = error == 0 ? errno : error;
+    return error == 0;
 }
 
 bool System::executeCmd(const std::string& command, std::string& output, std::string& errorOutput)

@@ -345,7 +345,7 @@ class Files : public networksimulation::Files
 {
 public:
     using Base = networksimulation::Files;
-    explicit Files(Device& device) : Base(device), device_(device) {}
+    explicit Files(Device& device) : Base(device.disk()), device_(device) {}
 
     std::error_code read(const std::string& path, std::string& text) const override
     {
