@@ -8,11 +8,8 @@
 #include "networkhost/text/NetworkAddress.h"
 #include "networksimulation/Hints.h"
 #include "networksimulation/Question.h"
-#include "networksimulation/System.h"
 
-#include <algorithm>
 #include <stdexcept>
-#include <string_view>
 #include <utility>
 
 namespace networksimulation {
@@ -21,42 +18,15 @@ namespace paths = velbase2::system::paths;
 
 namespace {
 
-constexpr const char* kNetworkd = "systemd-networkd";
-constexpr const char* kResolved = "systemd-resolved";
-constexpr std::string_view kRestart = "sudo /bin/systemctl restart ";
-constexpr std::string_view kAddGateway = "route add default gw ";
-
 constexpr const char* kLocalFile =
     "[Match]\nName=local\n\n[Network]\nLinkLocalAddressing=ipv6\nMulticastDNS=true\nAddress=192.168.10.1/24\n";
 constexpr const char* kRemoteFile = "[Match]\nName=remote\n\n[Network]\nDHCP=ipv4\n";
 
-std::vector<networkhost::DaemonState> healthyDaemons()
-{
-    return {{kNetworkd, "enabled", "active"}, {kResolved, "enabled", "active"}};
-}
-
-networkhost::DaemonState& stateOf(std::vector<networkhost::DaemonState>& daemons, const std::string& name)
-{
-    const auto daemon =
-        std::find_if(daemons.begin(), daemons.end(), [&name](const auto& state) { return state.name == name; });
-    if (daemon == daemons.end()) {
-        throw std::invalid_argument("no such daemon: " + name);
-    }
-    return *daemon;
-}
-
 Device* theDevice = nullptr; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): a loader has to find it
-
-bool startsWith(const std::string& text, std::string_view beginning)
-{
-    return text.compare(0, beginning.size(), beginning) == 0;
-}
 
 } // namespace
 
 Device::Device()
-    : daemons_(healthyDaemons()), system_(std::make_unique<System>(*this)), networkd_(kernel_, files_, schedule_),
-      resolved_(files_, schedule_)
 {
     if (theDevice != nullptr) {
         throw std::logic_error("there is a simulated device already");
@@ -106,7 +76,7 @@ Device& Device::current()
 
 std::unique_ptr<networkmanager::ISystemIF> Device::makeSystem()
 {
-    return std::make_unique<System>(*this);
+    return std::make_unique<System>(disk_, shell_);
 }
 
 std::chrono::milliseconds Device::now() const
@@ -136,9 +106,7 @@ void Device::reboot()
     if (faults_.hasGuards()) {
         networkhost::restoreAtBoot(*this, [](const std::string&) {});
     }
-    for (auto& daemon : daemons_) {
-        boot(daemon);
-    }
+    services_.boot();
     settle();
 }
 
@@ -238,19 +206,19 @@ void Device::failCommand(const std::string& command, const std::string& words)
 void Device::hang(const std::string& daemon)
 {
     const auto held = clock_.hold();
-    faults_.hang(stateOf(daemons_, daemon).name);
+    faults_.hang(services_.state(daemon).name);
 }
 
 void Device::setDaemon(const std::string& daemon, const std::string& enabled, const std::string& active)
 {
     const auto held = clock_.hold();
-    stateOf(daemons_, daemon) = {daemon, enabled, active};
+    services_.state(daemon) = {daemon, enabled, active};
 }
 
 std::vector<networkhost::DaemonState> Device::daemons()
 {
     const auto held = clock_.hold();
-    return daemons_;
+    return services_.states();
 }
 
 std::unique_ptr<networkhost::IQuestion> Device::ask(const std::string& interfaceName, const std::string& address,
@@ -272,16 +240,6 @@ void Device::removeNeighbour(const std::string& interfaceName, const std::string
 {
     const auto held = clock_.hold();
     neighbours_.erase({interfaceName, address});
-}
-
-void Device::boot(networkhost::DaemonState& daemon)
-{
-    daemon.active = "inactive";
-    if (daemon.enabled == "enabled") {
-        restart(daemon.name);
-    } else if (daemon.name == kNetworkd) {
-        networkd_.stop();
-    }
 }
 
 void Device::removeGuards()
@@ -306,9 +264,9 @@ void Device::repair()
 {
     const auto held = clock_.hold();
     const auto waiting = faults_.repair();
-    daemons_ = healthyDaemons();
+    services_.repair();
     for (const auto& daemon : waiting) {
-        restart(daemon);
+        services_.restart(daemon);
     }
 }
 
@@ -322,47 +280,6 @@ void Device::note(const Event& event)
 {
     const auto held = clock_.hold();
     events_.note(event);
-}
-
-bool Device::run(const std::string& command, std::string& errorOutput)
-{
-    const auto held = clock_.hold();
-    errorOutput.clear();
-    if (const auto words = faults_.ofCommand(command)) {
-        errorOutput = *words + '\n';
-        events_.note(failedToRun(command));
-        return false;
-    }
-    if (startsWith(command, kAddGateway)) {
-        errorOutput = kernel_.addDefaultRoute(command.substr(kAddGateway.size()));
-    } else if (startsWith(command, kRestart)) {
-        errorOutput = restart(command.substr(kRestart.size()));
-    } else if (command == "ip route flush 0/0") {
-        kernel_.flushDefaultRoutes();
-    } else if (command != "sudo /bin/systemctl daemon-reload") {
-        errorOutput = "sh: 1: " + command + ": not found\n";
-    }
-    events_.note(errorOutput.empty() ? ran(command) : failedToRun(command));
-    clock_.hint();
-    return errorOutput.empty();
-}
-
-std::string Device::restart(const std::string& daemon)
-{
-    auto& state = stateOf(daemons_, daemon);
-    if (state.enabled == "masked") {
-        return "Failed to restart " + daemon + ".service: Unit " + daemon + ".service is masked.\n";
-    }
-    state.active = "active";
-    if (faults_.holdUp(daemon)) {
-        return {};
-    }
-    if (daemon == kNetworkd) {
-        networkd_.restart();
-    } else if (daemon == kResolved) {
-        resolved_.restart();
-    }
-    return {};
 }
 
 } // namespace networksimulation

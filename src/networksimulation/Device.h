@@ -13,6 +13,9 @@
 #include "Files.h"
 #include "Kernel.h"
 #include "Schedule.h"
+#include "Services.h"
+#include "Shell.h"
+#include "System.h"
 
 #include <chrono>
 #include <map>
@@ -42,7 +45,7 @@ public:
     /// The one that there is. Throws std::logic_error without one.
     static Device& current();
 
-    networkmanager::ISystemIF& system() override { return *system_; }
+    networkmanager::ISystemIF& system() override { return system_; }
     networkhost::IFiles& files() override { return files_; }
     std::chrono::milliseconds now() const override;
     void pause(std::chrono::milliseconds duration) override { advance(duration); }
@@ -70,6 +73,9 @@ public:
 
     /// Files(device.disk()) are the files of this device.
     Disk& disk() { return disk_; }
+
+    /// System(device.disk(), device.shell()) is the system interface of this device.
+    Shell& shell() { return shell_; }
 
     // Time
 
@@ -147,13 +153,8 @@ public:
     void watch(Manager& manager);
 
 private:
-    friend class System;
-
     void showKernelAndDaemons();
     void setCable(const std::string& interfaceName, bool isPlugged);
-    bool run(const std::string& command, std::string& errorOutput);
-    std::string restart(const std::string& daemon); // the words of its failure
-    void boot(networkhost::DaemonState& daemon);
 
     Schedule schedule_;
     Clock clock_{schedule_};
@@ -162,12 +163,13 @@ private:
     Disk disk_{faults_, events_, clock_};
     Files files_{disk_};
     int boots_ = 0;
-    std::vector<networkhost::DaemonState> daemons_;
     std::set<std::pair<std::string, std::string>> neighbours_; // interface, address
     Kernel kernel_;
-    std::unique_ptr<networkmanager::ISystemIF> system_;
-    Networkd networkd_;
-    Resolved resolved_;
+    Networkd networkd_{kernel_, files_, schedule_};
+    Resolved resolved_{files_, schedule_};
+    Services services_{faults_, networkd_, resolved_};
+    Shell shell_{faults_, kernel_, services_, events_, clock_};
+    System system_{disk_, shell_};
 };
 
 template <class Manager>

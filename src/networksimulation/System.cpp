@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "networksimulation/System.h"
 
-#include "networksimulation/Device.h"
-
 #include <algorithm>
 #include <cerrno>
 
@@ -10,20 +8,19 @@ namespace networksimulation {
 
 std::vector<velbase2::nsa::common::structs::IpAddress> System::getAddresses(const std::string& interfaceName) const
 {
-    const auto held = device_.clock_.hold();
-    return device_.kernel_.addressesOf(interfaceName);
+    return shell_.addressesOf(interfaceName);
 }
 
 std::string System::readFile(const std::string& path) const
 {
-    auto text = device_.textOf(path);
+    auto text = disk_.read(path).value_or("");
     text.erase(std::remove(text.begin(), text.end(), '\n'), text.end());
     return text;
 }
 
 bool System::writeToConfFile(const std::string& path, const std::string& content)
 {
-    const int error = content.empty() ? EINVAL : device_.disk().write(path, content).value();
+    const int error = content.empty() ? EINVAL : disk_.write(path, content).value();
     errno = error == 0 ? errno : error;
     return error == 0;
 }
@@ -31,7 +28,7 @@ bool System::writeToConfFile(const std::string& path, const std::string& content
 bool System::executeCmd(const std::string& command, std::string& output, std::string& errorOutput)
 {
     output.clear();
-    return device_.run(command, errorOutput);
+    return shell_.run(command, errorOutput);
 }
 
 } // namespace networksimulation

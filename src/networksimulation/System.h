@@ -2,22 +2,23 @@
 #pragma once
 
 #include "../networkmanager/system/SystemIF.h"
+#include "Disk.h"
+#include "Shell.h"
 
 #include <string>
 #include <vector>
 
 namespace networksimulation {
 
-class Device;
-
-/// The real system interface, with the simulated device below it: what it makes of files and commands is the library's
-/// own. Logs neither writes nor failed commands.
+/// The real system interface over the disk and the shell of a simulated device. The library's own code decides which
+/// files are read and what is made of them. Logs neither writes nor failed commands.
 class System : public networkmanager::SystemIF
 {
 public:
     using SystemIF::executeCmd;
 
-    explicit System(Device& device) : device_(device) {}
+    /// Both outlive the system interface.
+    System(Disk& disk, Shell& shell) : disk_(disk), shell_(shell) {}
 
     std::vector<velbase2::nsa::common::structs::IpAddress>
     getAddresses(const std::string& interfaceName) const override;
@@ -26,7 +27,8 @@ public:
     bool executeCmd(const std::string& command, std::string& output, std::string& errorOutput) override;
 
 private:
-    Device& device_;
+    Disk& disk_;
+    Shell& shell_;
 };
 
 } // namespace networksimulation

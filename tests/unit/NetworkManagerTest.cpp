@@ -87,7 +87,7 @@ TEST_F(NetworkManager, WorksOnTheSystemThatReplacesItsOwn)
     const networksimulation::NetworkManagerData::Backend backend;
     networkmanager::detail::NetworkManagerImpl impl(backend, device.makeSystem());
     std::map<std::string, networkmanager::EthInterface>* registry = nullptr;
-    impl.injectSystemIF(std::make_unique<UnwritableSystem>(device), registry);
+    impl.injectSystemIF(std::make_unique<UnwritableSystem>(device.disk(), device.shell()), registry);
     EXPECT_EQ(registry, &impl.getInterfaces());
     EXPECT_FALSE(impl.setDnsDomain("x"));
 }

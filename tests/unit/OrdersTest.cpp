@@ -412,7 +412,7 @@ private:
 class System : public networksimulation::System
 {
 public:
-    explicit System(Device& device) : networksimulation::System(device), device_(device) {}
+    explicit System(Device& device) : networksimulation::System(device.disk(), device.shell()), device_(device) {}
     using networksimulation::System::executeCmd;
 
     bool executeCmd(const std::string& command, std::string& output, std::string& errorOutput) override

@@ -55,7 +55,7 @@ TEST_F(Refresher, PublishesEachFirstReadingAndThenOnlyChanges)
 TEST_F(Refresher, ReadsInAFixedOrderAndNoSpeedWhileTheLinkIsDown)
 {
     device.unplug("local");
-    ReadSystem system(device);
+    ReadSystem system(device.disk(), device.shell());
     networkmanager::Refresher(manager.getSignals(), manager.getInterfaces(), system).refresh();
     EXPECT_THAT(system.paths, ElementsAre("/sys/class/net/local/address", "/etc/systemd/network/01_local.network",
                                           "/sys/class/net/local/operstate", "/sys/class/net/local/duplex",
