@@ -56,8 +56,8 @@ bool everyRoute(const KernelRoute& /*route*/)
 
 } // namespace
 
-Networkd::Networkd(Kernel& kernel, const networkhost::IReadableFiles& files, Schedule& schedule)
-    : kernel_(kernel), files_(files), schedule_(schedule)
+Networkd::Networkd(Kernel& kernel, const networkhost::IReadableFiles& files, const FarEnds& farEnds, Schedule& schedule)
+    : kernel_(kernel), files_(files), farEnds_(farEnds), schedule_(schedule)
 {}
 
 void Networkd::restart()
@@ -123,9 +123,9 @@ void Networkd::configure(const std::string& interfaceName, const ConfiguredInter
 {
     schedule_.after(kAddresses, interfaceName, [=] { assignAddresses(interfaceName, wanted); });
     schedule_.after(kRoutes, interfaceName, [=] { addRoutes(interfaceName, wanted); });
-    if (wanted.dhcp && dhcpServers.count(interfaceName) > 0) {
-        schedule_.after(kLease, interfaceName,
-                        [=, server = dhcpServers.at(interfaceName)] { acquireLease(interfaceName, server); });
+    const auto server = farEnds_.dhcpServer(interfaceName);
+    if (wanted.dhcp && server) {
+        schedule_.after(kLease, interfaceName, [=] { acquireLease(interfaceName, *server); });
     }
 }
 

@@ -4,6 +4,7 @@
 #include "../networkhost/device/IFiles.h"
 #include "../networkhost/state/Configuration.h"
 #include "../networkhost/state/LiveState.h"
+#include "FarEnds.h"
 #include "Kernel.h"
 #include "Schedule.h"
 
@@ -13,23 +14,12 @@
 
 namespace networksimulation {
 
-/// What a DHCP server at the far end of an interface gives.
-struct DhcpServer
-{
-    std::string address;
-    std::string mask;
-    std::string router;
-    std::vector<std::string> dnsServers;
-};
-
 /// systemd-networkd: makes of the files what the kernel shows, step by step. Not thread-safe.
 class Networkd
 {
 public:
     /// All of these outlive it.
-    Networkd(Kernel& kernel, const networkhost::IReadableFiles& files, Schedule& schedule);
-
-    std::map<std::string, DhcpServer> dhcpServers; // by interface
+    Networkd(Kernel& kernel, const networkhost::IReadableFiles& files, const FarEnds& farEnds, Schedule& schedule);
 
     /// Takes all addresses and routes away, and brings those of the files.
     void restart();
@@ -56,6 +46,7 @@ private:
 
     Kernel& kernel_;
     const networkhost::IReadableFiles& files_;
+    const FarEnds& farEnds_;
     Schedule& schedule_;
     networkhost::Configuration configuration_; // as of the last start
     std::map<std::string, DhcpServer> leases_; // by interface

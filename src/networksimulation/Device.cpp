@@ -1,16 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "networksimulation/Device.h"
 
-#include "base/IpHelper.h"
 #include "base/Paths.h"
 #include "networkhost/change/Guard.h"
-#include "networkhost/text/Addresses.h"
-#include "networkhost/text/NetworkAddress.h"
 #include "networksimulation/Hints.h"
 #include "networksimulation/Question.h"
 
 #include <stdexcept>
-#include <utility>
 
 namespace networksimulation {
 
@@ -33,7 +29,7 @@ Device::Device()
     }
     kernel_.interfaces["local"] = {2, "02:00:c0:a8:0a:01", {}};
     kernel_.interfaces["remote"] = {3, "02:00:c0:a8:32:01", {}};
-    networkd_.dhcpServers["remote"] = {"192.168.50.100", "255.255.255.0", "192.168.50.1", {"192.168.50.1"}};
+    farEnds_.setDhcpServer("remote", {"192.168.50.100", "255.255.255.0", "192.168.50.1", {"192.168.50.1"}});
     for (const auto& directory :
          {std::string(paths::kNetworkDirectory), std::string(paths::kResolverDirectory),
           paths::ofInterface("01_local.network", ".d/"), paths::ofInterface("02_remote.network", ".d/")}) {
@@ -43,7 +39,9 @@ Device::Device()
     disk_.put(paths::ofInterface("01_local.network"), kLocalFile);
     disk_.put(paths::ofInterface("02_remote.network"), kRemoteFile);
     showKernelAndDaemons();
-    neighbours_ = {{"local", "192.168.10.2"}, {"remote", "192.168.50.1"}, {"remote", "192.168.50.2"}};
+    farEnds_.addNeighbour("local", "192.168.10.2");
+    farEnds_.addNeighbour("remote", "192.168.50.1");
+    farEnds_.addNeighbour("remote", "192.168.50.2");
     theDevice = this;
     reboot();
 }
@@ -110,64 +108,61 @@ void Device::reboot()
     settle();
 }
 
+void Device::changeLink(const std::string& interfaceName, bool hasChanged)
+{
+    if (hasChanged) {
+        networkd_.linkChanged(interfaceName);
+        clock_.hint();
+    }
+}
+
 void Device::plug(const std::string& interfaceName)
 {
-    setCable(interfaceName, true);
+    const auto held = clock_.hold();
+    changeLink(interfaceName, kernel_.setCable(interfaceName, true));
 }
 
 void Device::unplug(const std::string& interfaceName)
 {
-    setCable(interfaceName, false);
-}
-
-void Device::setCable(const std::string& interfaceName, bool isPlugged)
-{
     const auto held = clock_.hold();
-    auto& iface = kernel_.interfaces.at(interfaceName);
-    if (std::exchange(iface.hasCable, isPlugged) != isPlugged) {
-        networkd_.linkChanged(interfaceName);
-        clock_.hint();
-    }
+    changeLink(interfaceName, kernel_.setCable(interfaceName, false));
 }
 
 void Device::removeInterface(const std::string& interfaceName)
 {
     const auto held = clock_.hold();
-    auto& iface = kernel_.interfaces.at(interfaceName);
-    iface.isPresent = false;
-    iface.addresses.clear(); // the daemon sees to the routes
-    networkd_.linkChanged(interfaceName);
-    clock_.hint();
+    changeLink(interfaceName, kernel_.setPresent(interfaceName, false));
 }
 
 void Device::restoreInterface(const std::string& interfaceName)
 {
     const auto held = clock_.hold();
-    if (!std::exchange(kernel_.interfaces.at(interfaceName).isPresent, true)) {
-        networkd_.linkChanged(interfaceName);
-        clock_.hint();
-    }
+    changeLink(interfaceName, kernel_.setPresent(interfaceName, true));
 }
 
 void Device::setDhcpServer(const std::string& interfaceName, const DhcpServer& server)
 {
     const auto held = clock_.hold();
-    static_cast<void>(kernel_.interfaces.at(interfaceName));
-    if (server.address.empty()) {
-        networkd_.dhcpServers.erase(interfaceName);
-    } else {
-        networkd_.dhcpServers[interfaceName] = server;
-    }
+    static_cast<void>(kernel_.interfaces.at(interfaceName)); // throws for an unknown one
+    farEnds_.setDhcpServer(interfaceName, server);
+}
+
+void Device::addNeighbour(const std::string& interfaceName, const std::string& address)
+{
+    const auto held = clock_.hold();
+    farEnds_.addNeighbour(interfaceName, address);
+}
+
+void Device::removeNeighbour(const std::string& interfaceName, const std::string& address)
+{
+    const auto held = clock_.hold();
+    farEnds_.removeNeighbour(interfaceName, address);
 }
 
 void Device::addAddress(const std::string& interfaceName, const std::string& address)
 {
     const auto held = clock_.hold();
-    const auto own = networkhost::NetworkAddress::parseAsDaemons(address);
-    if (!own || own->text() != address) {
-        throw std::invalid_argument("not an address with its prefix length: " + address);
-    }
-    kernel_.interfaces.at(interfaceName).addresses.push_back({own->address(), own->mask(), 0, true});
+    kernel_.addAddress(interfaceName, address);
     clock_.hint();
 }
 
@@ -225,21 +220,8 @@ std::unique_ptr<networkhost::IQuestion> Device::ask(const std::string& interface
                                                     bool /*isOwn*/)
 {
     const auto held = clock_.hold();
-    const bool isThere =
-        kernel_.interfaces.at(interfaceName).hasCable && neighbours_.count({interfaceName, address}) > 0;
+    const bool isThere = kernel_.interfaces.at(interfaceName).hasCable && farEnds_.hasNeighbour(interfaceName, address);
     return std::make_unique<Question>(clock_, isThere);
-}
-
-void Device::addNeighbour(const std::string& interfaceName, const std::string& address)
-{
-    const auto held = clock_.hold();
-    neighbours_.insert({interfaceName, address});
-}
-
-void Device::removeNeighbour(const std::string& interfaceName, const std::string& address)
-{
-    const auto held = clock_.hold();
-    neighbours_.erase({interfaceName, address});
 }
 
 void Device::removeGuards()

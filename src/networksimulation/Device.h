@@ -9,6 +9,7 @@
 #include "Disk.h"
 #include "Event.h"
 #include "EventLog.h"
+#include "FarEnds.h"
 #include "Faults.h"
 #include "Files.h"
 #include "Kernel.h"
@@ -18,11 +19,8 @@
 #include "System.h"
 
 #include <chrono>
-#include <map>
 #include <memory>
-#include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace networksimulation {
@@ -154,7 +152,7 @@ public:
 
 private:
     void showKernelAndDaemons();
-    void setCable(const std::string& interfaceName, bool isPlugged);
+    void changeLink(const std::string& interfaceName, bool hasChanged);
 
     Schedule schedule_;
     Clock clock_{schedule_};
@@ -163,9 +161,9 @@ private:
     Disk disk_{faults_, events_, clock_};
     Files files_{disk_};
     int boots_ = 0;
-    std::set<std::pair<std::string, std::string>> neighbours_; // interface, address
+    FarEnds farEnds_;
     Kernel kernel_;
-    Networkd networkd_{kernel_, files_, schedule_};
+    Networkd networkd_{kernel_, files_, farEnds_, schedule_};
     Resolved resolved_{files_, schedule_};
     Services services_{faults_, networkd_, resolved_};
     Shell shell_{faults_, kernel_, services_, events_, clock_};

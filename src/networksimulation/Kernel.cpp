@@ -8,7 +8,9 @@
 #include <array>
 #include <cstdio>
 #include <sstream>
+#include <stdexcept>
 #include <tuple>
+#include <utility>
 
 #include <arpa/inet.h>
 
@@ -73,6 +75,29 @@ bool isNeighbour(const KernelAddress& own, const std::string& gateway)
 }
 
 } // namespace
+
+bool Kernel::setCable(const std::string& interfaceName, bool isPlugged)
+{
+    return std::exchange(interfaces.at(interfaceName).hasCable, isPlugged) != isPlugged;
+}
+
+bool Kernel::setPresent(const std::string& interfaceName, bool isPresent)
+{
+    auto& iface = interfaces.at(interfaceName);
+    if (!isPresent) {
+        iface.addresses.clear();
+    }
+    return std::exchange(iface.isPresent, isPresent) != isPresent;
+}
+
+void Kernel::addAddress(const std::string& interfaceName, const std::string& address)
+{
+    const auto own = NetworkAddress::parseAsDaemons(address);
+    if (!own || own->text() != address) {
+        throw std::invalid_argument("not an address with its prefix length: " + address);
+    }
+    interfaces.at(interfaceName).addresses.push_back({own->address(), own->mask(), 0, true});
+}
 
 std::vector<IpAddress> Kernel::addressesOf(const std::string& interfaceName) const
 {

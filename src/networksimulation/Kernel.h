@@ -47,6 +47,18 @@ public:
     std::map<std::string, KernelInterface> interfaces; // by name
     std::vector<KernelRoute> routes;                   // without those to the networks of the addresses
 
+    // Hardware and people. Unknown interfaces throw std::out_of_range. False when nothing changes.
+
+    bool setCable(const std::string& interfaceName, bool isPlugged);
+
+    /// An interface that vanishes loses its addresses; the daemon sees to the routes.
+    bool setPresent(const std::string& interfaceName, bool isPresent);
+
+    /// What "ip address add" does. The address has its prefix length; another text throws std::invalid_argument.
+    void addAddress(const std::string& interfaceName, const std::string& address);
+
+    // What the kernel shows
+
     /// IPv4 first, then the link-local address of IPv6. Empty when the interface is absent.
     std::vector<velbase2::nsa::common::structs::IpAddress> addressesOf(const std::string& interfaceName) const;
 
@@ -58,6 +70,8 @@ public:
 
     /// Whether the interface is in one network with the gateway.
     bool reaches(const std::string& interfaceName, const std::string& gateway) const;
+
+    // What daemons and commands do
 
     /// What "route add default gw" does: the text of its failure, or the empty text.
     std::string addDefaultRoute(const std::string& gateway);

@@ -20,6 +20,20 @@ TEST(SimulatedDevice, HasTheKernelsRouteTable)
                      "remote\t0132A8C0\t00000000\t0005\t0\t0\t1024\tFFFFFFFF\t0\t0\t0\n");
 }
 
+TEST(SimulatedDevice, HintsAtEachChangeOfALinkOnce)
+{
+    using Device = networksimulation::Device;
+    Device device;
+    const auto hints = device.openHints();
+    for (const auto change : {&Device::unplug, &Device::plug, &Device::removeInterface, &Device::restoreInterface}) {
+        (device.*change)("remote");
+        device.settle();
+        EXPECT_TRUE(hints->take({}));
+        (device.*change)("remote");
+        EXPECT_FALSE(hints->take({}));
+    }
+}
+
 TEST(SimulatedDevice, TellsWhatHappened)
 {
     networksimulation::Device device;
