@@ -3,6 +3,7 @@
 
 #include "base/Paths.h"
 #include "networkhost/change/Guard.h"
+#include "networksimulation/FactoryState.h"
 #include "networksimulation/Hints.h"
 #include "networksimulation/Question.h"
 
@@ -14,10 +15,6 @@ namespace paths = velbase2::system::paths;
 
 namespace {
 
-constexpr const char* kLocalFile =
-    "[Match]\nName=local\n\n[Network]\nLinkLocalAddressing=ipv6\nMulticastDNS=true\nAddress=192.168.10.1/24\n";
-constexpr const char* kRemoteFile = "[Match]\nName=remote\n\n[Network]\nDHCP=ipv4\n";
-
 Device* theDevice = nullptr; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): a loader has to find it
 
 } // namespace
@@ -27,21 +24,8 @@ Device::Device()
     if (theDevice != nullptr) {
         throw std::logic_error("there is a simulated device already");
     }
-    kernel_.interfaces["local"] = {2, "02:00:c0:a8:0a:01", {}};
-    kernel_.interfaces["remote"] = {3, "02:00:c0:a8:32:01", {}};
-    farEnds_.setDhcpServer("remote", {"192.168.50.100", "255.255.255.0", "192.168.50.1", {"192.168.50.1"}});
-    for (const auto& directory :
-         {std::string(paths::kNetworkDirectory), std::string(paths::kResolverDirectory),
-          paths::ofInterface("01_local.network", ".d/"), paths::ofInterface("02_remote.network", ".d/")}) {
-        disk_.makeDirectory(directory);
-    }
-    disk_.put(paths::kHostname, "device\n");
-    disk_.put(paths::ofInterface("01_local.network"), kLocalFile);
-    disk_.put(paths::ofInterface("02_remote.network"), kRemoteFile);
+    setFactoryState(kernel_, disk_, farEnds_);
     showKernelAndDaemons();
-    farEnds_.addNeighbour("local", "192.168.10.2");
-    farEnds_.addNeighbour("remote", "192.168.50.1");
-    farEnds_.addNeighbour("remote", "192.168.50.2");
     theDevice = this;
     reboot();
 }
