@@ -16,7 +16,7 @@ class Clock
 public:
     using Hold = std::unique_lock<std::recursive_mutex>;
 
-    /// The schedule outlives the clock. Who uses the schedule holds the clock.
+    /// The schedule outlives the clock. A caller of the schedule holds the clock.
     explicit Clock(Schedule& schedule) : schedule_(schedule) {}
 
     /// No other thread changes or reads the device until the result is destroyed.
@@ -24,7 +24,7 @@ public:
 
     std::chrono::milliseconds now() const;
 
-    /// Runs what is due meanwhile, and hints when that was anything.
+    /// Runs the actions that are due meanwhile, and hints when there was one.
     void advance(std::chrono::milliseconds duration);
 
     /// Advances until the schedule is empty.
@@ -33,7 +33,7 @@ public:
     /// Adds one to each event descriptor (see eventfd(2)), because something has changed.
     void hint();
 
-    /// The descriptor stays the caller's, who takes it away before closing it.
+    /// The caller keeps the descriptor, and removes it here before closing it.
     void addHints(int eventDescriptor);
     void removeHints(int eventDescriptor);
 

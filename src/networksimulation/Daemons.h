@@ -14,26 +14,26 @@
 
 namespace networksimulation {
 
-/// systemd-networkd: makes of the files what the kernel shows, step by step. Not thread-safe.
+/// systemd-networkd. It brings the addresses and routes of the files into the kernel, step by step. Not thread-safe.
 class Networkd
 {
 public:
-    /// All of these outlive it.
+    /// The arguments outlive the daemon.
     Networkd(Kernel& kernel, const networkhost::IReadableFiles& files, const FarEnds& farEnds, Schedule& schedule);
 
-    /// Takes all addresses and routes away, and brings those of the files.
+    /// Takes all addresses and routes away, and brings the ones of the files.
     void restart();
 
-    /// Takes all away, as when it is not started.
+    /// Takes all addresses and routes away, as if the daemon had not been started.
     void stop();
 
     /// The link of the interface came or went.
     void linkChanged(const std::string& interfaceName);
 
-    /// The text of the lease file of the interface with that index; empty without a lease.
+    /// Returns the text of the lease file of the interface with that index. It is empty without a lease.
     std::string leaseFile(const std::string& index) const;
 
-    /// The DNS servers of all leases.
+    /// Returns the DNS servers of all leases.
     std::vector<std::string> leasedDnsServers() const;
 
 private:
@@ -52,17 +52,17 @@ private:
     std::map<std::string, DhcpServer> leases_; // by interface
 };
 
-/// systemd-resolved. Not thread-safe.
+/// systemd-resolved. It reads its own files, and tells them and the leases to programs. Not thread-safe.
 class Resolved
 {
 public:
-    /// All of these outlive it.
+    /// The arguments outlive the daemon.
     Resolved(const networkhost::IReadableFiles& files, Schedule& schedule);
 
     /// Reads the files again.
     void restart();
 
-    /// The text of the file that names the servers it asks: its own, and those of leases.
+    /// Returns the text of the file that names the servers it asks, which are its own and the ones of leases.
     std::string resolvConf(const std::vector<std::string>& leasedDnsServers) const;
 
 private:

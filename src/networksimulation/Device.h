@@ -25,13 +25,14 @@
 
 namespace networksimulation {
 
-/// A device in memory: files, kernel, systemd-networkd and systemd-resolved, which take effect step by step on a clock
-/// that stands still until it is advanced.
+/// A device in memory, for tests. It has files, a kernel, systemd-networkd and systemd-resolved, which take effect step
+/// by step on a clock that stands still until it is advanced.
 ///
-/// A new one has booted and settled: `local` has 192.168.10.1/24, `remote` the lease 192.168.50.100/24 with the router
-/// and DNS server 192.168.50.1, both have their cables, and the host is called "device". There is at most one at a
-/// time; the backend of networksimulation::NetworkManagerData and File read it. Thread-safe; a slot of a manager that
-/// it watches may use it.
+/// A new device has booted and settled. `local` has 192.168.10.1/24, and `remote` has the lease 192.168.50.100/24 with
+/// the router and DNS server 192.168.50.1. Both have their cables, and the host is called "device".
+///
+/// There is at most one device at a time: networksimulation::NetworkManagerData and File read the one that there is.
+/// Thread-safe. A slot of a manager that the device watches may use the device.
 class Device : public networkhost::IDevice
 {
 public:
@@ -40,7 +41,7 @@ public:
     Device& operator=(const Device&) = delete;
     ~Device() override;
 
-    /// The one that there is. Throws std::logic_error without one.
+    /// Returns the device that there is. Throws std::logic_error without one.
     static Device& current();
 
     networkmanager::ISystemIF& system() override { return system_; }
@@ -48,11 +49,12 @@ public:
     std::chrono::milliseconds now() const override;
     void pause(std::chrono::milliseconds duration) override { advance(duration); }
 
-    /// True, until removeGuards(). No guard runs by itself: networkhost::guardTrials() is one, on the caller's thread.
+    /// These return true until removeGuards(). No guard runs by itself: networkhost::guardTrials() is one, on the
+    /// caller's thread.
     bool startGuard(const std::function<bool()>& isUp) override;
     bool hasBootGuard() override;
 
-    /// A wait on them advances the clock.
+    /// A wait for a hint advances the clock.
     std::unique_ptr<networkhost::IHints> openHints() override;
 
     std::vector<networkhost::DaemonState> daemons() override;
@@ -61,10 +63,10 @@ public:
     std::unique_ptr<networkhost::IQuestion> ask(const std::string& interfaceName, const std::string& address,
                                                 bool isOwn) override;
 
-    /// For a manager, which owns its system interface. The device outlives it.
+    /// Makes a system interface for a manager, which owns it. The device outlives it.
     std::unique_ptr<networkmanager::ISystemIF> makeSystem();
 
-    // Pieces of the device, for a test that puts something of its own over them. They live as long as the device.
+    // The pieces under the seams are for a test that has a seam of its own. They live as long as the device.
 
     /// Hints(device.clock()) are the hints of this device.
     Clock& clock() { return clock_; }
@@ -80,7 +82,7 @@ public:
     void advance(std::chrono::milliseconds duration);
     void advance(int milliseconds) { advance(std::chrono::milliseconds(milliseconds)); }
 
-    /// Until the daemons have nothing left to do.
+    /// Advances the clock until the daemons have nothing left to do.
     void settle();
 
     /// Rolls back a trial that was not confirmed, unless there are no guards, starts both daemons with the present
@@ -96,57 +98,62 @@ public:
     void removeInterface(const std::string& interfaceName);
     void restoreInterface(const std::string& interfaceName);
 
-    /// An empty address: there is no server any more. It counts at the next restart or new link.
+    /// A server with an empty address takes the present server away. The change counts at the next restart of
+    /// systemd-networkd or the next new link.
     void setDhcpServer(const std::string& interfaceName, const DhcpServer& server);
 
-    /// Others in the network of the interface have, or do not have, this address. At first, the far ends have
+    /// Somebody else in the network of the interface has this address, or has it no longer. At first there are
     /// 192.168.10.2, 192.168.50.1 and 192.168.50.2.
     void addNeighbour(const std::string& interfaceName, const std::string& address);
     void removeNeighbour(const std::string& interfaceName, const std::string& address);
 
-    /// By hand, as with "ip address add": "10.9.8.7/24". Throws std::invalid_argument for another text.
+    /// Adds an address such as "10.9.8.7/24" by hand, as "ip address add" does. Throws std::invalid_argument for a text
+    /// of another form.
     void addAddress(const std::string& interfaceName, const std::string& address);
 
-    // Files. These are no events.
+    // Files. These calls are not noted as events.
 
-    /// Empty when there is none. Below /sys, /proc and /run stands what kernel and daemons show, whatever is put there.
+    /// The text is empty when there is no file. What the kernel and the daemons show in /sys, /proc and /run is always
+    /// theirs, whatever is put there.
     std::string textOf(const std::string& path) const;
     void put(const std::string& path, const std::string& text);
 
-    // Locks of files. False when somebody has it.
+    // Locks of files
 
+    /// Returns false when somebody has the lock.
     bool lock(const std::string& path);
     void unlock(const std::string& path);
 
-    // Faults, until repair()
+    // Faults, which last until repair()
 
-    /// Writes to that path and its removal fail; `error` is an errno value.
+    /// Writes to that path and its removal fail with `error`, an errno value.
     void failWrite(const std::string& path, int error);
 
-    /// Commands that begin so do nothing and return 1, with these words on standard error.
+    /// Commands that begin with this text do nothing and return 1, with these words on standard error.
     void failCommand(const std::string& command, const std::string& words);
 
-    /// Restarts of the daemon, "systemd-networkd" or "systemd-resolved", return at once but take no effect. Throws
-    /// std::invalid_argument for another name.
+    /// Restarts of the daemon return at once but take no effect. The daemon is "systemd-networkd" or
+    /// "systemd-resolved"; another name throws std::invalid_argument.
     void hang(const std::string& daemon);
 
-    /// What systemd tells of the daemon. A masked one is not restarted; one that is not "enabled" is not there after a
-    /// reboot. Throws std::invalid_argument for another name.
+    /// Sets what systemd tells of the daemon. A masked daemon is not restarted, and a daemon that is not "enabled" does
+    /// not run after a reboot. Throws std::invalid_argument for another name.
     void setDaemon(const std::string& daemon, const std::string& enabled, const std::string& active = "active");
 
-    /// As on a device without the units of packaging/, and without velnetctl.
+    /// The device is then like one without the units of packaging/ and without velnetctl.
     void removeGuards();
 
-    /// Ends all faults; what hung goes on.
+    /// Ends all faults. Restarts that hung take effect.
     void repair();
 
     // Events
 
-    /// What happened since the last call, in order.
+    /// Returns what happened since the last call, in order.
     std::vector<Event> takeEvents();
     void note(const Event& event);
 
-    /// From here on, what the manager's requestStatus and cells emit is noted as well. The device outlives the manager.
+    /// From now on, everything that the manager's requestStatus and cells emit is noted as well. The device outlives
+    /// the manager.
     template <class Manager>
     void watch(Manager& manager);
 

@@ -15,30 +15,32 @@
 
 namespace networksimulation {
 
-/// The files, directories and locks of a simulated device. Changes are noted as events, and hinted. They fail where the
-/// faults say so, with an errno value. Thread-safe.
+/// The files, directories and locks of a simulated device. A change is noted as an event, and hinted. A change that the
+/// faults forbid fails with their errno value. Thread-safe.
 class Disk
 {
 public:
-    /// Makes the text of a shown file; empty when there is none. `rest` is what follows the path that is shown.
+    /// Makes the text of a shown file, or the empty text when there is no such file. `rest` follows the shown path.
     using Show = std::function<std::string(const std::string& rest)>;
 
-    /// All of these outlive the disk.
+    /// The arguments outlive the disk.
     Disk(const Faults& faults, EventLog& events, Clock& clock) : faults_(faults), events_(events), clock_(clock) {}
 
-    /// From now on, `show` makes the text of the file at that path, or of all files below it when it ends in a slash,
-    /// whatever is written there.
+    /// From now on, `show` makes the text of the file at that path, whatever is written there. A path that ends in a
+    /// slash stands for all files below it.
     void show(const std::string& path, Show show);
 
+    /// The result is empty when there is no such file.
     std::optional<std::string> read(const std::string& path) const;
 
-    /// The names in a directory, in byte order. Empty when there is no such directory. Shown files are not listed.
+    /// Returns the names in a directory, in byte order, without shown files. The result is empty when there is no such
+    /// directory.
     std::optional<std::vector<std::string>> list(const std::string& directory) const;
 
-    /// A directory with something in it needs not be made.
+    /// Makes an empty directory. A directory that holds something need not be made.
     void makeDirectory(const std::string& path);
 
-    /// ENOENT without the directory.
+    /// Fails with ENOENT when there is no such directory.
     std::error_code write(const std::string& path, const std::string& text);
 
     /// A missing file counts as removed.
@@ -46,10 +48,10 @@ public:
 
     std::error_code rename(const std::string& from, const std::string& to);
 
-    /// Writes without an event, and whatever the faults are.
+    /// Writes without an event, whatever the faults are.
     void put(const std::string& path, const std::string& text);
 
-    /// False when somebody has the lock of that file.
+    /// Returns false when somebody has the lock of that file.
     bool lock(const std::string& path);
     void unlock(const std::string& path);
 

@@ -6,7 +6,7 @@
 
 namespace networksimulation {
 
-/// Something that happened to a simulated device, or that a manager over it told. Made by the functions below.
+/// Something that happened to a simulated device, or that a manager over it told. The functions below make events.
 struct Event
 {
     std::string what;
@@ -20,10 +20,10 @@ inline bool operator!=(const Event& left, const Event& right)
     return !(left == right);
 }
 
-/// For failure messages of tests.
+/// Writes the event for the failure message of a test.
 std::ostream& operator<<(std::ostream& output, const Event& event);
 
-/// A file was replaced, or could not be.
+/// A file was replaced, or could not be replaced.
 Event wrote(const std::string& path, const std::string& text);
 Event failedToWrite(const std::string& path, const std::string& text);
 
@@ -33,14 +33,14 @@ Event removed(const std::string& path);
 /// A file got another name.
 Event renamed(const std::string& from, const std::string& to);
 
-/// A command was run and returned 0, or did not.
+/// A command was run. It returned 0, or it did not.
 Event ran(const std::string& command);
 Event failedToRun(const std::string& command);
 
 /// requestStatus emitted the text.
 Event emitted(const std::string& status);
 
-/// A cell emitted; the source is the interface's name or "host", the text as networkhost::toText() has it.
+/// A cell emitted. The source is the interface's name or "host", and the text is the one of networkhost::toText().
 Event published(const std::string& source, const std::string& cell, const std::string& text);
 
 } // namespace networksimulation

@@ -7,7 +7,7 @@
 
 namespace networksimulation {
 
-/// The file access of a loader over the simulated device that there is.
+/// Gives a loader the files of the simulated device that there is.
 class File
 {
 public:

@@ -47,25 +47,28 @@ public:
     std::map<std::string, KernelInterface> interfaces; // by name
     std::vector<KernelRoute> routes;                   // without those to the networks of the addresses
 
-    // Hardware and people. Unknown interfaces throw std::out_of_range. False when nothing changes.
+    // Hardware and people. Unknown interfaces throw std::out_of_range.
 
+    /// Returns false when nothing changes.
     bool setCable(const std::string& interfaceName, bool isPlugged);
 
-    /// An interface that vanishes loses its addresses; the daemon sees to the routes.
+    /// An interface that vanishes loses its addresses; the daemon sees to the routes. Returns false when it stays as it
+    /// is.
     bool setPresent(const std::string& interfaceName, bool isPresent);
 
-    /// What "ip address add" does. The address has its prefix length; another text throws std::invalid_argument.
+    /// Does what "ip address add" does. Throws std::invalid_argument unless the text is an address and its prefix
+    /// length.
     void addAddress(const std::string& interfaceName, const std::string& address);
 
     // What the kernel shows
 
-    /// IPv4 first, then the link-local address of IPv6. Empty when the interface is absent.
+    /// Returns IPv4 addresses first, then the link-local address of IPv6. An absent interface has none.
     std::vector<velbase2::nsa::common::structs::IpAddress> addressesOf(const std::string& interfaceName) const;
 
-    /// The text of /proc/net/route.
+    /// Returns the text of /proc/net/route.
     std::string routeTable() const;
 
-    /// A file of /sys/class/net/NAME/; empty when there is none.
+    /// Returns the text of a file in /sys/class/net/NAME/. It is empty when there is no such file.
     std::string attribute(const std::string& interfaceName, const std::string& name) const;
 
     /// Whether the interface is in one network with the gateway.
@@ -73,13 +76,13 @@ public:
 
     // What daemons and commands do
 
-    /// What "route add default gw" does: the text of its failure, or the empty text.
+    /// Does what "route add default gw" does. Returns the text of its failure, which is empty when it succeeds.
     std::string addDefaultRoute(const std::string& gateway);
 
-    /// What "ip route flush 0/0" does.
+    /// Does what "ip route flush 0/0" does.
     void flushDefaultRoutes();
 
-    /// Takes IPv4 addresses and routes from the interface, all that the predicates name.
+    /// Takes from the interface the IPv4 addresses and routes for which the predicates are true.
     void strip(const std::string& interfaceName, const std::function<bool(const KernelAddress&)>& goes,
                const std::function<bool(const KernelRoute&)>& routeGoes);
 

@@ -9,7 +9,7 @@
 
 namespace networksimulation {
 
-/// What a manager over the simulated device owns. The facade in a host's test:
+/// The data of a manager over the simulated device. A host's test uses the manager like this:
 ///
 ///     networksimulation::Device device;
 ///     networksimulation::NetworkManager manager;
@@ -24,7 +24,7 @@ struct NetworkManagerData
 
 using NetworkManager = networkmanager::detail::NetworkManager<NetworkManagerData>;
 
-/// One pass on the caller's thread, for a manager that is not started.
+/// Makes one pass on the caller's thread, for a manager that is not started.
 template <class Manager>
 void refresh(Manager& manager)
 {

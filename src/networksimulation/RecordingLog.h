@@ -10,9 +10,9 @@
 
 namespace networksimulation {
 
-/// Records the whole log as "LEVEL line" as long as it lives, and restores the default sink and level. Lines of another
-/// tag than the library's stand behind it. One at a time; `lines` is to be read while no other thread
-/// logs, and it outlives every manager that runs.
+/// Records the whole log as "LEVEL line" as long as it lives, and then restores the default sink and level. A line with
+/// another tag than the library's begins with that tag. There is at most one at a time, and it outlives every manager
+/// that runs. Read `lines` while no other thread logs.
 class RecordingLog
 {
 public:

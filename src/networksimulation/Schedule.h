@@ -8,17 +8,17 @@
 
 namespace networksimulation {
 
-/// Actions that are due at a time of a clock which stands still until it is advanced. Not thread-safe.
+/// Holds actions that are due at a time of a clock. The clock stands still until it is advanced. Not thread-safe.
 class Schedule
 {
 public:
     std::chrono::milliseconds now() const { return now_; }
 
-    /// `owner` is for cancel().
+    /// The action runs when that time has gone by, unless cancel() is called for its owner before.
     void after(std::chrono::milliseconds delay, const std::string& owner, std::function<void()> action);
     void cancel(const std::string& owner);
 
-    /// Runs what is due meanwhile, in the order of time. True for anything.
+    /// Runs the actions that are due meanwhile, in the order of time. Returns whether there was one.
     bool advance(std::chrono::milliseconds duration);
 
     bool isEmpty() const { return actions_.empty(); }

@@ -10,12 +10,12 @@
 
 namespace networksimulation {
 
-/// systemd, as far as it starts both daemons and tells their states. Unknown names of daemons throw
+/// The part of systemd that starts both daemons and tells their states. An unknown name of a daemon throws
 /// std::invalid_argument. Not thread-safe.
 class Services
 {
 public:
-    /// All of these outlive it. A new one takes both daemons for enabled and active, but starts none.
+    /// The arguments outlive it. Both daemons count as enabled and active, but boot() is the first to start them.
     Services(Faults& faults, Networkd& networkd, Resolved& resolved);
 
     const std::vector<networkhost::DaemonState>& states() const { return states_; }
@@ -24,10 +24,10 @@ public:
     /// Both daemons count as enabled and active again.
     void repair();
 
-    /// What "systemctl restart" does: the text of its failure, or the empty text.
+    /// Does what "systemctl restart" does. Returns the text of its failure, which is empty when it succeeds.
     std::string restart(const std::string& daemon);
 
-    /// Starts the daemons that are enabled, and stops the others.
+    /// Starts the daemons that are enabled, and leaves the others inactive.
     void boot();
 
 private:

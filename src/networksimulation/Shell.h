@@ -13,17 +13,19 @@
 
 namespace networksimulation {
 
-/// What the commands do on a simulated device. Each command is noted as an event, and hinted. Thread-safe.
+/// Runs commands on a simulated device. Each command is noted as an event, and hinted unless a fault keeps it from
+/// running. Thread-safe.
 class Shell
 {
 public:
-    /// All of these outlive the shell.
+    /// The arguments outlive the shell.
     Shell(const Faults& faults, Kernel& kernel, Services& services, EventLog& events, Clock& clock);
 
-    /// True when the command returns 0. Otherwise `errorOutput` says why, as the real command does on standard error.
+    /// Returns whether the command succeeds. Otherwise `errorOutput` says why, as the real command does on standard
+    /// error.
     bool run(const std::string& command, std::string& errorOutput);
 
-    /// What "ip address" tells of an interface: see Kernel.
+    /// Returns the addresses that "ip address" tells of an interface; see Kernel.
     std::vector<velbase2::nsa::common::structs::IpAddress> addressesOf(const std::string& interfaceName) const;
 
 private:

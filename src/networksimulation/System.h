@@ -11,7 +11,7 @@
 namespace networksimulation {
 
 /// The real system interface over the disk and the shell of a simulated device. The library's own code decides which
-/// files are read and what is made of them. Logs neither writes nor failed commands.
+/// files are read and how they are understood. Neither writes nor failed commands are logged.
 class System : public networkmanager::SystemIF
 {
 public:
