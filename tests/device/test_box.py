@@ -8,15 +8,14 @@ import subprocess
 
 import pytest
 
-from conftest import DEVICEBOX, VELNETCTL, Box
+from devicebox import PROJECT, VELNETCTL, Box
 
-PROJECT = DEVICEBOX.parents[2]
 CAP_SYS_TIME = 1 << 25
 
 
 @pytest.fixture
 def other_checkout(tmp_path, monkeypatch):
-    """What devicebox needs of the project, once more, in a path that needs quoting; with a cache of its own."""
+    """A second project with all that devicebox needs, in a path that needs quoting; with a cache of its own."""
     project = tmp_path / "with blank: and colon"
     for part in "tools/devicebox", "packaging":
         shutil.copytree(PROJECT / part, project / part, symlinks=True)

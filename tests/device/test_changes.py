@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: MIT
-"""A change that fails half way, with its outcome read from the kernel, and what a terminal shows of one."""
+"""Changes that fail half way, as the kernel shows them, and what a terminal shows of a plan."""
 import shlex
 
 import pytest
 
-from conftest import VELNETCTL, wait_until
+from devicebox import VELNETCTL, wait_until
 
 REMOTE = "/etc/systemd/network/02_remote.network"
 pytestmark = pytest.mark.usefixtures("settings")
@@ -26,7 +26,7 @@ def test_a_diff_has_control_characters_as_text_on_a_terminal_only(box):
     assert "-Domains=a\\x1b[2J\n" in box.exec("script", "-qec", change, "/dev/null").stdout
 
 
-def test_a_plan_leaves_a_neighbour_that_somebody_has_entered_for_good(box, settings):
+def test_a_plan_leaves_a_neighbour_that_somebody_has_entered_for_good(box):
     box.exec("ip", "neighbour", "replace", "192.168.50.9", "lladdr", "02:00:00:00:00:09", "dev", "remote")
     plan = box.velnetctl("set-ip", "remote", "192.168.50.20/24", "--gateway", "192.168.50.9", "--dry-run")
     assert "does not answer" not in plan.stderr

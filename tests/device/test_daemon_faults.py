@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Faults of commands, daemons and interfaces: what the host is told, that it goes on, that nothing of them is left."""
+"""Faults of commands, daemons and interfaces: the user hears of them, readers go on, and nothing of them is left."""
 import contextlib
 import re
 import socket
@@ -7,13 +7,11 @@ import subprocess
 
 import pytest
 
-from conftest import VELNETCTL, end_of_trial, wait_until
-from test_live import batch, has_address, lacks_address, routes
-from test_packaging import AS_VELNET, drop_in
+from devicebox import AS_VELNET, VELNETCTL, drop_in, ten_thousand_routes, wait_until
+from monitors import has_address, lacks_address
+from trials import end_of_trial, is_pending
 
 RULE = "/etc/sudoers.d/velnet-host"
-OF_RESOLVED = "/lib/systemd/system/systemd-resolved.service", "/lib/systemd/systemd-resolved", "/run/systemd/resolve"
-CRASHES = "/run/systemd/system/systemd-networkd.service.d"
 ADDRESS = "set-ip local 10.0.0.1 255.0.0.0"
 
 
@@ -26,13 +24,47 @@ def fault(box, begin, end):
         box.exec("sh", "-ec", end)
 
 
+def moved_away(box, *paths):
+    away = "".join(f"mv {path} {path}.away; " for path in paths)
+    back = "".join(f"mv {path}.away {path}; " for path in paths)
+    return fault(box, f"{away} systemctl daemon-reload", f"{back} systemctl daemon-reload")
+
+
+def no_sudo(box):
+    return moved_away(box, "/usr/bin/sudo")
+
+
+def sudo_refuses(box):
+    return moved_away(box, RULE)
+
+
+def sudo_asks(box):
+    return fault(box, f"cp -p {RULE} /run; sed -i 's/NOPASSWD: //; s/!fqdn/&, visiblepw/' {RULE}",
+                 f"mv /run/velnet-host {RULE}")
+
+
+def networkd_masked(box):
+    return fault(box, "systemctl mask systemd-networkd", "systemctl unmask systemd-networkd")
+
+
+def networkd_crashes(box):
+    crash = "ExecStart=\nExecStart=sh -c 'kill -KILL $$$$'"
+    return drop_in(box, "systemd-networkd", f"[Unit]\nStartLimitIntervalSec=0\n[Service]\n{crash}\n")
+
+
+def no_resolved(box):
+    box.exec("systemctl", "stop", "systemd-resolved")
+    program = "/lib/systemd/systemd-resolved"
+    return moved_away(box, "/lib/systemd/system/systemd-resolved.service", program, "/run/systemd/resolve")
+
+
 @pytest.fixture
 def nothing_is_left(box, settings):
     yield
-    of_hosts = "pgrep", "-lx", "velnetctl|scenario|sudo|systemctl|sh"
-    wait_until(lambda: box.exec(*of_hosts, check=False).stdout == "", "no process is left")
+    command = "pgrep", "-lx", "velnetctl|scenario|sudo|systemctl|sh"
+    wait_until(lambda: box.exec(*command, check=False).stdout == "", "no process is left")
     assert box.exec("find", "/etc/systemd", "-name", "*.new").stdout == ""
-    assert box.velnetctl("pending", check=False).returncode == 3
+    assert not is_pending(box)
     box.exec("sh", "-ec", "cd /etc/systemd/velnet; [ ! -e trials ] || flock -n trials/change.lock true")
 
 
@@ -46,28 +78,24 @@ def publishes(box, monitor):
         monitor.wait_for("local", "addresses", expected("10.9.8.7"))
 
 
-# As the user of the host, with a standard input at which nothing ever comes.
 def without_terminal(box, *command):
+    """Runs it as the user of the host, with a standard input that stays silent."""
     silent, far_end = socket.socketpair()
     with silent, far_end:
         return box.exec("setsid", "-w", *AS_VELNET, *command, stdin=silent, timeout=60, check=False)
 
 
-@pytest.mark.parametrize("begin, end, change, reason", [
-    ("mv /usr/bin/sudo /usr/bin/sudo.away", "mv /usr/bin/sudo.away /usr/bin/sudo", ADDRESS, "sudo: not found"),
-    (f"mv {RULE} /run", f"mv /run/velnet-host {RULE}", ADDRESS, "sudo: a terminal is required to read the password"),
-    (f"cp -p {RULE} /run; sed -i 's/NOPASSWD: //; s/!fqdn/&, visiblepw/' {RULE}", f"mv /run/velnet-host {RULE}",
-     ADDRESS, "sudo: no password was provided"),
-    ("systemctl mask systemd-networkd", "systemctl unmask systemd-networkd", ADDRESS, "service is masked."),
-    (f"mkdir -p {CRASHES}; printf '[Service]\nExecStart=\nExecStart=sh -c \"kill -KILL $$$$\"' >{CRASHES}/crashes.conf",
-     f"rm -r {CRASHES}; systemctl daemon-reload", ADDRESS, "Job for systemd-networkd.service failed"),
-    (f"systemctl stop systemd-resolved; mv {' '.join(OF_RESOLVED)} /var; systemctl daemon-reload",
-     "".join(f"mv /var/{path.split('/')[-1]} {path}; " for path in OF_RESOLVED) + "systemctl daemon-reload",
-     "set-dns 0 192.168.50.3", "Unit systemd-resolved.service not found."),
-], ids=["no sudo", "sudo refuses", "sudo asks", "networkd masked", "networkd crashes", "no resolved"])
-def test_a_change_that_does_not_reach_its_daemon(box, nothing_is_left, installed, monitor, begin, end, change, reason):
+@pytest.mark.parametrize("begin, change, reason", [
+    (no_sudo, ADDRESS, "sudo: not found"),
+    (sudo_refuses, ADDRESS, "sudo: a terminal is required to read the password"),
+    (sudo_asks, ADDRESS, "sudo: no password was provided"),
+    (networkd_masked, ADDRESS, "service is masked."),
+    (networkd_crashes, ADDRESS, "Job for systemd-networkd.service failed"),
+    (no_resolved, "set-dns 0 192.168.50.3", "Unit systemd-resolved.service not found."),
+])
+def test_a_change_that_does_not_reach_its_daemon(box, nothing_is_left, installed, monitor, begin, change, reason):
     before = files(box)
-    with fault(box, begin, end):
+    with begin(box):
         for options, whose in ("--force", "the old"), ("--force --try 9", "the previous"):
             refused = without_terminal(box, "velnetctl", *f"{change} {options}".split())
             assert refused.returncode == 1 and reason in refused.stderr
@@ -76,16 +104,16 @@ def test_a_change_that_does_not_reach_its_daemon(box, nothing_is_left, installed
             assert re.search(back, refused.stderr)
             assert files(box) == before
         publishes(box, monitor)
-        assert box.velnetctl("pending", check=False).returncode == 0
+        assert is_pending(box)
     state, why = end_of_trial(box)
-    assert state == "rolled back" and reason in why  # that of the beginning
+    assert state == "rolled back" and reason in why  # the fault is the first one
     assert without_terminal(box, "velnetctl", *change.split(), "--force", "--wait", "20").stdout == "OK\n"
 
 
 @pytest.mark.parametrize("options, code, address",
                          [("--wait 20", 0, "10.0.0.1/8"), ("--try 1 --wait 1", 1, "192.168.10.1/24")])
 def test_a_restart_that_hangs_stops_no_reader_and_no_guard(box, nothing_is_left, monitor, options, code, address):
-    hang = "TimeoutStartSec=infinity\nExecStartPre=sh -c 'while [ -e /run/hang ]; do sleep 0.1; done'"
+    hang = "TimeoutStartSec=infinity\nExecStartPre=timeout 99 sh -c 'while [ -e /run/hang ]; do sleep 0.1; done'"
     before = files(box)
     with (drop_in(box, "systemd-networkd", f"[Unit]\nStartLimitIntervalSec=0\n[Service]\n{hang}\n"),
           fault(box, "touch /run/hang", "rm /run/hang")):
@@ -99,7 +127,7 @@ def test_a_restart_that_hangs_stops_no_reader_and_no_guard(box, nothing_is_left,
         assert change.poll() is None
     assert change.wait(timeout=60) == code
     wait_until(lambda: box.ipv4("local") == [address], "the address is live")
-    wait_until(lambda: box.velnetctl("pending", check=False).returncode == 3, "no trial is pending")
+    wait_until(lambda: not is_pending(box), "no trial is pending")
     assert box.velnetctl("set-dns", "0", "192.168.50.3", "--wait", "20").stdout == "OK\n"
 
 
@@ -114,7 +142,7 @@ def test_a_daemon_that_a_reboot_does_not_bring_back_is_an_objection(box, nothing
 
 
 def make_local(box, mac):
-    """Anew, after it was deleted, with its far end."""
+    """Makes local and its far end anew, after it was deleted."""
     init = re.search(r"PID (\d+)", box.run("status").stdout)[1]
     for command in (f"link add local-peer type veth peer name local address {mac} netns {init}",
                     "address add 192.168.10.2/24 dev local-peer", "link set local-peer up"):
@@ -138,5 +166,5 @@ def test_an_interface_that_is_gone_and_comes_back_as_another_one(box, nothing_is
 
 def test_every_route_of_a_long_table_is_found(box):
     with fault(box, "true", "ip route flush dev local via 192.168.10.2"):
-        batch(box, routes("add"))
+        box.ip_batch(ten_thousand_routes("add"))
         assert len(box.status()["interfaces"]["local"]["liveRoutes"]) == 10000

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What lies in the way of files, what runs out, and a clock that jumps: told, got over, and nothing is left of it."""
+"""Obstacles in place of files, missing means, and a clock that jumps: all are told, and nothing of them is left."""
 import base64
 import os
 import pathlib
@@ -7,18 +7,21 @@ import re
 
 import pytest
 
-from conftest import VELNETCTL, Monitor, wait_until
-from test_live import has_address, lacks_address, velnetctl_inside
-from test_trial import ASIDE
+from devicebox import VELNETCTL, wait_until
+from monitors import Monitor, has_address, lacks_address, velnetctl_inside
+from trials import ASIDE
 
-# Its number of processes counts on the whole machine.
+# A user of nobody else, because the limit of its processes counts those on the whole machine.
 USER = 100000 + os.getpid()
 
-# Live already is what the files say: nobody waits for daemons.
+# The settings of all changes below are live already: nobody waits for daemons.
 PREPARE = ASIDE + f"""
-mount -o remount,nr_inodes=1k /etc/systemd; printf 'nameserver 10.0.0.5%s\\n' 0 1 9 >>../live
-printf '#!/bin/sh\\nexec "$@"\\n' | install /dev/stdin ../sudo; mount --bind ../sudo /usr/bin/sudo
-echo '[Resolve]' >../resolved.conf.d/dns_domain.conf; chown -R {USER}:velnet ../velnet
+mount -o remount,nr_inodes=1k /etc/systemd
+printf 'nameserver 10.0.0.5%s\\n' 0 1 9 >>../live
+printf '#!/bin/sh\\nexec "$@"\\n' | install /dev/stdin ../sudo
+mount --bind ../sudo /usr/bin/sudo
+echo '[Resolve]' >../resolved.conf.d/dns_domain.conf
+chown -R {USER}:velnet ../velnet
 mount -t tmpfs none /media
 exec prlimit --as=600000000 $velnetctl monitor --json
 """
@@ -30,7 +33,7 @@ DONE = "OK\n|Routes updated\n"
 
 
 @pytest.fixture
-def aside(box, installed):
+def beside(box, installed):
     """Runs scripts beside a monitor, which has files of its own, goes on after the fault, and finds nothing left."""
     monitor = Monitor(box, "unshare", "--mount", "sh", "-ec", PREPARE)
     monitor.wait_for("resolver", "domains", [])
@@ -41,7 +44,7 @@ def aside(box, installed):
         return box.exec("nsenter", "-m", "-t", inside, "sh", "-ec", tools + script).stdout
 
     def things():
-        # But for what a change is to leave.
+        """All files, descriptors and processes, but for those that a change is to leave."""
         others = "! -name trials ! -name '*.lock' ! -name 'rolled-*'"
         find = f"find . ../resolved.conf.d ../velnet {others} -printf '%p,%y,%m\\n'"
         return sorted(run(f"{find}; ls /proc/{inside}/fd; pgrep --ns {inside} --nslist mnt | wc -l").split())
@@ -64,27 +67,29 @@ def aside(box, installed):
     ("ln -s /etc/systemd/other $file", DONE),
     ("ln -s /etc/systemd/other $file; chown -h velnet $file", "a symbolic link or directory on the way"),
 ])
-def test_what_lies_in_the_place_of_a_file(aside, put, told):
-    aside("".join(f"file={file}; mv $file $file.old; {put}\n" for file in CHANGES))
-    aside("$limited $velnetctl status")
+def test_what_lies_in_the_place_of_a_file(beside, put, told):
+    beside("".join(f"file={file}; mv $file $file.old; {put}\n" for file in CHANGES))
+    beside("$limited $velnetctl status")
     for change in CHANGES.values():
-        assert re.search(told, aside(f"$limited $velnetctl {change} 2>&1 | tail -c 400"))
+        assert re.search(told, beside(f"$limited $velnetctl {change} 2>&1 | tail -c 400"))
     back = "chattr -i {0} || :; rm -r {0}; mv {0}.old {0}\n"
-    aside("rm -f ../other\n" + "".join(back.format(file) for file in CHANGES))
+    beside("rm -f ../other\n" + "".join(back.format(file) for file in CHANGES))
     for change in CHANGES.values():
-        assert re.search(DONE, aside(f"$velnetctl {change}"))
+        assert re.search(DONE, beside(f"$velnetctl {change}"))
 
 
 @pytest.mark.parametrize("limit, values", [
-    ("prlimit --nofile=$n", "3 17"), ("prlimit --as=$((n * 100000))", "76 95"),
+    ("prlimit --nofile=$n", "3 17"),
+    ("prlimit --as=$((n * 100000))", "76 95"),
     (f"prlimit --nproc=$n setpriv --reuid={USER} --regid=velnet --clear-groups", "1 5"),
 ])
-def test_a_change_without_means_is_done_or_undone(aside, limit, values):
-    told = aside(f"""mkdir /media/old; cp -a ../network ../resolved.conf.d ../velnet /media/old
+def test_a_change_without_means_is_done_or_undone(beside, limit, values):
+    told = beside(f"""mkdir /media/old; cp -a ../network ../resolved.conf.d ../velnet /media/old
         hash() {{ cat ../velnet/*.conf | sha256sum; }}
         for n in $(seq {values}); do
             echo "== $n"; {limit} $velnetctl apply ../new.json 2>&1 || echo "exit $?"; hash
-            rm ../velnet/*.conf; cp -a /media/old/. ..; done
+            rm ../velnet/*.conf; cp -a /media/old/. ..
+        done
         hash; rm -r /media/old""")
     *tries, last = told.split("== ")[1:]
     *_, done, new, old = last.splitlines()
@@ -95,24 +100,24 @@ def test_a_change_without_means_is_done_or_undone(aside, limit, values):
     assert "exit 1\n" in told
 
 
-def test_a_monitor_that_can_open_nothing_for_a_while(aside):
+def test_a_monitor_that_can_open_nothing_for_a_while(beside):
     for limit, gateway in (3, ""), (1024, "192.168.50.1"):
         text = f"[Resolve]\nDomains=of-{limit}.example\n"
-        aside(f"prlimit --pid {aside.inside} --nofile={limit}:; printf '{text}' >../resolved.conf.d/dns_domain.conf")
-        aside.monitor.wait_for("host", "gateway", gateway)
+        beside(f"prlimit --pid {beside.inside} --nofile={limit}:; printf '{text}' >../resolved.conf.d/dns_domain.conf")
+        beside.monitor.wait_for("host", "gateway", gateway)
 
 
-def test_memory_that_ends_in_the_middle_of_a_change(aside):
-    """The daemon's restart has more to say than there is room for."""
-    before = aside("cp ../systemctl ../quiet; echo 'head -c 99M /dev/zero' >>../systemctl; cat ../velnet/*.conf")
-    told = aside("prlimit --as=40000000 $velnetctl set-dns 0 10.0.0.59 2>&1 || true; cat ../velnet/*.conf")
+def test_memory_that_ends_in_the_middle_of_a_change(beside):
+    """The restart of the daemon prints more than the memory holds."""
+    before = beside("cp ../systemctl ../quiet; echo 'head -c 99M /dev/zero' >>../systemctl; cat ../velnet/*.conf")
+    told = beside("prlimit --as=40000000 $velnetctl set-dns 0 10.0.0.59 2>&1 || true; cat ../velnet/*.conf")
     assert told == "velnetctl: std::bad_alloc\n" + before
-    aside("cat ../quiet >../systemctl; rm ../quiet")
+    beside("cat ../quiet >../systemctl; rm ../quiet")
 
 
 @pytest.fixture
 def jump(box):
-    # Moves the wall clock of what runs with CLOCK.
+    """Moves the wall clock of the processes that run with CLOCK."""
     library = next(pathlib.Path("/usr/lib").glob("*/faketime/libfaketimeMT.so.1")).read_bytes()
     library = library.replace(b"\0timerfd_settime\0", b"\0timerfd_unknown\0")  # it would move every clock's
     box.exec("sh", "-c", "base64 -d >/var/ft.so", input=base64.b64encode(library).decode())
@@ -132,12 +137,12 @@ def test_a_monitor_goes_on_when_the_clock_jumps(box, jump):
     monitor.stop()
 
 
-def test_a_trial_ends_in_its_time_when_the_clock_jumps(aside, jump):
+def test_a_trial_ends_in_its_time_when_the_clock_jumps(beside, jump):
     change = f"export {CLOCK}; $velnetctl set-dns 2 10.0.0.59 --try"
     for by in ("+10h", "-10h"):
-        aside(f"{change} 60")
+        beside(f"{change} 60")
         jump(by)
-        assert aside(f"export {CLOCK}; timeout 2 $velnetctl guard || echo $?") == "124\n"  # it has something to guard
-        aside(f"$velnetctl rollback; {change} 1")
+        assert beside(f"export {CLOCK}; timeout 2 $velnetctl guard || echo $?") == "124\n"  # it has something to guard
+        beside(f"$velnetctl rollback; {change} 1")
         jump("+0")
-        wait_until(lambda: aside("$velnetctl pending || :").endswith("it was not confirmed in time\n"), "it ends")
+        wait_until(lambda: beside("$velnetctl pending || :").endswith("it was not confirmed in time\n"), "it ends")

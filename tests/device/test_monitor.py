@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""velnetctl monitor: what the manager publishes while the network under it changes."""
+"""velnetctl monitor: the changes that it publishes while the network changes, and how it ends."""
 import fcntl
 import os
 import re
@@ -9,7 +9,8 @@ import time
 
 import pytest
 
-from conftest import VELNETCTL, wait_until_stalled
+from devicebox import VELNETCTL
+from monitors import wait_until_stalled
 
 
 def test_a_pulled_cable_and_its_return_are_published(box, monitor):
@@ -37,14 +38,14 @@ def test_an_address_comes_and_goes(box, monitor):
 
 
 @pytest.mark.parametrize("end", [signal.SIGINT, signal.SIGTERM])
-def test_a_monitor_whose_reader_stalls_ends_all_the_same(box, end):
+def test_a_monitor_whose_reader_stalls_ends_all_the_same(box, tmp_path, end):
     reader, writer = os.pipe()
     os.write(writer, bytes(fcntl.fcntl(writer, fcntl.F_GETPIPE_SZ)))  # it is full, and nobody reads it
-    monitor = subprocess.Popen([*box.command, "exec", VELNETCTL, "-v", "monitor"],
-                               stdout=writer, stderr=subprocess.PIPE, text=True)
+    log = tmp_path / "log"
+    with log.open("w") as stderr:
+        monitor = subprocess.Popen([*box.command, "exec", VELNETCTL, "-v", "monitor"], stdout=writer, stderr=stderr)
     os.close(writer)
-    inside = wait_until_stalled(box, monitor)
-    box.exec("kill", f"-{end.name[3:]}", inside)
+    box.exec("kill", f"-{end.name[3:]}", wait_until_stalled(box, log))
     assert monitor.wait(timeout=20) == 1
     os.close(reader)
 

@@ -1,21 +1,19 @@
 # SPDX-License-Identifier: MIT
 """The Debian packages, on a device that has nothing else of the project: installed, upgraded, removed and purged."""
-import os
 import re
 import subprocess
 
 import pytest
 
-from conftest import Box, DEVICEBOX, change_every_setting, end_of_trial, wait_until
-from test_packaging import AS_VELNET
+from devicebox import AS_VELNET, NAME, PROJECT, Box, run_in_unit, wait_until
+from trials import end_of_trial, is_pending
 
-PROJECT = DEVICEBOX.parents[2]
 NAMES = "libvelnetworkmanager1", "libvelnetworkhost1", "velnetctl", "velnetworkmanager-host"
 UNITS = "velnet-guard.path", "velnet-guard-boot.service", "velnet-host.service"
 LOCAL = "/etc/systemd/network/01_local.network"
 TRIAL = "set-ip", "local", "192.168.10.9/24", "--require-boot-guard", "--try"
 
-# The same with a lower version, another sudo rule and other units.
+# Makes the same packages with a lower version, another sudo rule and other units.
 MAKE_OLDER = """
 cd /var/tmp
 version=$(dpkg-deb --field "$1" Version)
@@ -28,7 +26,7 @@ for package; do
     rm -r tree
 done"""
 
-# All that a package can leave, but for logs and dpkg's own files.
+# Lists all that a package can leave, but for logs and dpkg's own files.
 LIST = r"""
 find / -xdev '(' -path /var/log -o -path /var/lib/dpkg -o -path /var/tmp ')' -prune -o -printf '%p %y %m %u %g %l\n'
 getent passwd; getent group; systemctl list-unit-files --no-legend; systemctl list-units --no-legend --all 'velnet*'
@@ -38,9 +36,8 @@ systemctl show -P StartLimitIntervalUSec systemd-networkd systemd-resolved"""
 @pytest.fixture(scope="module")
 def device():
     subprocess.run([PROJECT / "tools/build-packages"], check=True)
-    box = Box(os.environ.get("DEVICEBOX_NAME", "check")[:7] + "-b", "velnetctl")
-    box.run("down")
-    subprocess.run([*box.command, "up"], check=True, env={**os.environ, "DEVICEBOX_BARE": "1"})
+    box = Box(NAME[:7] + "-b", "velnetctl")
+    box.boot(DEVICEBOX_BARE="1")
     yield box
     box.run("down")
 
@@ -48,16 +45,12 @@ def device():
 @pytest.fixture
 def bare(device):
     yield device
-    device.velnetctl("rollback", check=False)  # of a test that has failed
+    device.velnetctl("rollback", check=False)  # a test that failed may have left a trial
     device.exec("dpkg", "--purge", *NAMES)
 
 
 def packages():
     return [next((PROJECT / "build/packages").glob(f"{name}_*.deb")) for name in NAMES]
-
-
-def show(box, key, *units):
-    return box.exec("systemctl", "show", "-P", key, *units).stdout.split()
 
 
 def test_the_links_of_installed_documents_lead_somewhere(device, tmp_path):
@@ -67,6 +60,27 @@ def test_the_links_of_installed_documents_lead_somewhere(device, tmp_path):
     links = [(path, link) for path, text in documents.items() for link in re.findall(r"\]\(([^)#\s]+)[^)\s]*\)", text)]
     assert len(links) > 40
     assert not [(path, link) for path, link in links if "://" not in link and not (path.parent / link).exists()]
+
+
+def change_every_setting(box):
+    """Changes each setting as the host would, and goes back to the settings of the boot."""
+    def host(line):
+        assert run_in_unit(box, "velnetctl", *line.split()), line
+
+    box.write("/etc/systemd/resolved.conf.d/dns_server_0.conf", "[Resolve]\nDNS=192.168.50.3\n")  # left there by root
+    box.exec("systemd-tmpfiles", "--create", "velnet-host.conf")
+    host("set-ip remote 192.168.50.9/24")
+    wait_until(lambda: box.ipv4("remote") == ["192.168.50.9/24"], "remote has the static address and no other")
+    host("set-gateway 192.168.50.2")
+    wait_until(lambda: box.gateways() == ["192.168.50.2"], "remote has the gateway")
+    host("set-routes remote 10.1.0.0/16 via 192.168.50.2")
+    wait_until(lambda: box.routes("remote") == {("10.1.0.0/16", "192.168.50.2")}, "remote has the route")
+    for line in "set-dns 0 192.168.50.1", "set-dns 1 192.168.50.2", "set-domain velnet.example":
+        host(line)
+    assert box.exec("resolvectl", "dns").stdout.startswith("Global: 192.168.50.1 192.168.50.2\n")
+    assert box.exec("resolvectl", "domain").stdout.startswith("Global: velnet.example\n")
+    host("set-ip remote dhcp")
+    wait_until(lambda: box.gateways() == ["192.168.50.1"], "remote has its lease")
 
 
 def test_with_the_packages_alone_a_host_changes_every_setting_and_a_trial_is_rolled_back(bare):
@@ -85,17 +99,17 @@ def test_an_upgrade_brings_the_new_files_and_leaves_a_trial_to_its_guard(bare):
     bare.exec("sh", "-ec", MAKE_OLDER, "sh", *packages())
     bare.exec("sh", "-ec", "dpkg --install /var/tmp/older-*; systemctl start velnet-host")
     bare.velnetctl(*TRIAL, "99")
-    guard, host = show(bare, "MainPID", "velnet-guard", "velnet-host")
-    assert show(bare, "Description", "velnet-guard.path")[0] == "Older:"
+    guard, host = bare.show("MainPID", "velnet-guard", "velnet-host")
+    assert bare.show("Description", "velnet-guard.path")[0] == "Older:"
     bare.exec("dpkg", "--install", *packages())
-    assert show(bare, "Description", "velnet-guard.path")[0] == "Trial"
+    assert bare.show("Description", "velnet-guard.path")[0] == "Trial"
     assert "older" not in bare.read("/etc/sudoers.d/velnet-host")
-    assert show(bare, "ActiveState", "velnet-guard.path", "velnet-host") == ["active", "active"]
-    assert show(bare, "MainPID", "velnet-guard") == [guard] and show(bare, "MainPID", "velnet-host") != [host]
-    assert bare.velnetctl("pending").returncode == 0
+    assert bare.show("ActiveState", "velnet-guard.path", "velnet-host") == ["active", "active"]
+    assert bare.show("MainPID", "velnet-guard") == [guard] and bare.show("MainPID", "velnet-host") != [host]
+    assert is_pending(bare)
 
 
-# The layout of an earlier version, whose user could write to the daemons' directories, and what it may have made there.
+# Makes the layout of an earlier version, whose user could write to the daemons' directories, with traces of an attack.
 EARLIER = """
 cd /etc/systemd/network
 for link in *.network *.network.d/*.conf ../resolved.conf.d/*.conf; do
@@ -119,11 +133,13 @@ def test_an_upgrade_takes_over_the_settings_and_the_trial_of_an_earlier_version_
     text = bare.read(LOCAL)
     bare.exec("bash", "-ec", EARLIER)
     bare.exec("dpkg", "--install", *packages())
-    assert bare.read(LOCAL) == text and bare.velnetctl("pending").returncode == 0
+    assert bare.read(LOCAL) == text and is_pending(bare)
     stat = "cd /etc/systemd; stat -c '%n %U %a %F' network resolved.conf.d velnet/*.* network/* resolved.conf.d/*"
     made = set(bare.exec("sh", "-c", stat).stdout.splitlines())
-    assert {"network root 755 directory", "resolved.conf.d root 755 directory",
-            "velnet/01_local.network velnet 644 regular file", "network/01_local.network root 777 symbolic link",
+    assert {"network root 755 directory",
+            "resolved.conf.d root 755 directory",
+            "velnet/01_local.network velnet 644 regular file",
+            "network/01_local.network root 777 symbolic link",
             "velnet/dns_server_0.conf velnet 600 regular file",
             "resolved.conf.d/dns_server_1.conf root 640 regular file",
             "resolved.conf.d/dns_domain.conf root 777 symbolic link",
@@ -139,26 +155,26 @@ def test_an_upgrade_takes_over_the_settings_and_the_trial_of_an_earlier_version_
 def test_the_daemons_are_enabled_with_the_package_and_disabled_again_with_its_purge(bare):
     bare.exec("systemctl", "disable", "systemd-networkd")
     bare.exec("dpkg", "--install", *packages())
-    assert show(bare, "UnitFileState", "systemd-networkd", "systemd-resolved") == ["enabled", "enabled"]
+    assert bare.show("UnitFileState", "systemd-networkd", "systemd-resolved") == ["enabled", "enabled"]
     bare.exec("dpkg", "--purge", *NAMES)
-    assert show(bare, "UnitFileState", "systemd-networkd", "systemd-resolved") == ["disabled", "enabled"]
+    assert bare.show("UnitFileState", "systemd-networkd", "systemd-resolved") == ["disabled", "enabled"]
     bare.exec("systemctl", "enable", "systemd-networkd")
 
 
 def test_purged_they_leave_the_settings_and_nothing_else(bare):
     before = bare.exec("sh", "-ec", LIST).stdout
     bare.exec("dpkg", "--install", *packages())
-    assert show(bare, "UnitFileState", *UNITS) == ["enabled", "enabled", "disabled"]
-    assert show(bare, "ActiveState", *UNITS) == ["active", "inactive", "inactive"]
+    assert bare.show("UnitFileState", *UNITS) == ["enabled", "enabled", "disabled"]
+    assert bare.show("ActiveState", *UNITS) == ["active", "inactive", "inactive"]
     bare.exec(*AS_VELNET, "velnetctl", "set-routes", "local", "10.1.0.0/16", "via", "192.168.10.2")
     bare.exec("systemctl", "enable", "--now", "velnet-host")
     bare.velnetctl(*TRIAL, "99")
     refused = bare.exec("dpkg", "--remove", NAMES[3], check=False)
     assert refused.returncode == 1 and "set-ip local 192.168.10.9/24" in refused.stderr
-    assert show(bare, "ActiveState", *UNITS) == ["active", "inactive", "active"]
+    assert bare.show("ActiveState", *UNITS) == ["active", "inactive", "active"]
     bare.velnetctl("rollback")
     bare.exec("dpkg", "--remove", NAMES[3])
-    assert show(bare, "ActiveState", *UNITS) == ["inactive"] * 3
+    assert bare.show("ActiveState", *UNITS) == ["inactive"] * 3
     assert not bare.exec("pgrep", "-u", "velnet", check=False).stdout
     bare.exec("dpkg", "--purge", *NAMES)
     after = bare.exec("sh", "-ec", LIST).stdout

@@ -1,15 +1,18 @@
 # SPDX-License-Identifier: MIT
-"""packaging/: what it gives the host's user, what it keeps from it, and why the daemons have no start limit."""
+"""packaging/: the rights and the limits of the host's user, and the daemons without a start limit."""
 import shlex
 
 import pytest
 
-from conftest import drop_in, run_in_unit, wait_until
+from devicebox import AS_VELNET, drop_in, run_in_unit, wait_until
 
-AS_VELNET = ("setpriv", "--reuid=velnet", "--regid=velnet", "--init-groups", "--")
 DAEMONS = "systemd-networkd", "systemd-resolved"
-REFUSED = ("id", "-u systemd-network id", "-u systemd-network /bin/systemctl daemon-reload", "/bin/systemctl",
-           "/bin/systemctl stop systemd-networkd", "/bin/systemctl restart systemd-networkd foo",
+REFUSED = ("id",
+           "-u systemd-network id",
+           "-u systemd-network /bin/systemctl daemon-reload",
+           "/bin/systemctl",
+           "/bin/systemctl stop systemd-networkd",
+           "/bin/systemctl restart systemd-networkd foo",
            "/bin/systemctl restart systemd-journald")
 
 
@@ -23,19 +26,16 @@ def test_sudo_runs_the_three_commands_of_the_library_and_no_other(box):
     def sudo(command):
         return box.exec(*AS_VELNET, "sudo", "-n", *command.split(), check=False)
 
-    def starts():
-        return [box.exec("systemctl", "show", "-P", "InvocationID", daemon).stdout for daemon in DAEMONS]
-
     assert "/etc/sudoers.d/velnet-host: parsed OK" in box.exec("visudo", "-c").stdout  # checks owner and mode, too
-    before = starts()
+    before = box.show("InvocationID", *DAEMONS)
     assert [sudo(f"/bin/systemctl restart {daemon}").returncode for daemon in DAEMONS] == [0, 0]
-    after = starts()
+    after = box.show("InvocationID", *DAEMONS)
     assert before[0] != after[0] and before[1] != after[1]
     assert sudo("/bin/systemctl daemon-reload").returncode == 0
     for command in REFUSED:
         refused = sudo(command)
         assert refused.returncode == 1 and "password is required" in refused.stderr, command
-    assert starts() == after
+    assert box.show("InvocationID", *DAEMONS) == after
 
 
 def test_sudo_does_not_look_up_the_name_of_the_device(box):
@@ -52,10 +52,11 @@ def test_a_trial_begun_in_the_unit_is_none_of_an_earlier_boot(box, units, host):
     box.velnetctl("rollback")
 
 
-# Its host changes settings all the time, and ends when the change at work is done.
+# A host that changes settings all the time, and ends when the change at work is done.
 BUSY = """[Service]
 Restart=no
 Type=exec
+RuntimeMaxSec=90
 KillMode=mixed
 TimeoutStopSec=20
 ExecStart=
@@ -70,7 +71,7 @@ def test_the_unit_is_stopped_in_the_middle_of_a_change_without_waiting_for_it_fo
         wait_until(lambda: box.ipv4("local") == ["10.0.0.1/8"], "the host is at work")
         for verb in "restart", "stop":
             box.exec("systemctl", verb, "velnet-host")
-            assert box.exec("systemctl", "show", "-P", "Result", "velnet-host").stdout == "success\n"
+            assert box.show("Result", "velnet-host") == ["success"]
 
 
 def test_a_host_in_the_unit_writes_nowhere_else(box, host):
@@ -99,7 +100,7 @@ def test_no_message_queue_of_the_user_outlives_the_host(box, host):
 
 
 def test_resolved_has_no_start_limit_and_survives_many_dns_changes(box, settings):
-    assert box.exec("systemctl", "show", "-P", "StartLimitIntervalUSec", *DAEMONS).stdout.split() == ["0", "0"]
+    assert box.show("StartLimitIntervalUSec", *DAEMONS) == ["0", "0"]
     for number in range(1, 9):
         box.velnetctl("set-dns", "0", f"192.168.50.{number}")
     assert box.exec("resolvectl", "dns").stdout.startswith("Global: 192.168.50.8\n")

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""What the device has after a power cut: told by the box, and by a model of what strace shows of files and syncs."""
+"""Power cuts: those of the box, and those of a model of a disk, which follows the system calls that strace shows."""
 import ast
 import collections
 import itertools
@@ -8,8 +8,7 @@ import re
 
 import pytest
 
-from conftest import end_of_trial
-from test_trial import aside  # a fixture
+from trials import end_of_trial
 
 RECORDS = "/etc/systemd/velnet/trials"
 OWN, RESOLVED = "/etc/systemd/velnet", "/etc/systemd/resolved.conf.d"
@@ -23,7 +22,7 @@ STRACE = "strace -o /dev/null -e inject"
 @pytest.mark.parametrize("state, begin", [
     ("waiting|rolling back", f"{STRACE}=clone3:signal=KILL:when=3 {TRY}"),
     ("counting", TRY),
-    ("counting", f"chown root:root {OWN}/01_local.network; {TRY}"),  # which the guard cannot give back to root
+    ("counting", f"chown root:root {OWN}/01_local.network; {TRY}"),  # the guard cannot give it back to root
     ("rolling back", f"{TRY}; systemctl kill -s STOP velnet-guard\n"
                      f"{STRACE}=renameat:signal=KILL:when=2 velnetctl rollback"),
     ("confirmed", f"{TRY}; velnetctl confirm"),
@@ -35,16 +34,17 @@ def test_after_a_power_cut_the_old_settings_come_up_unless_the_others_were_confi
     old = settings()
     box.exec("sh", "-c", begin, check=False)
     files, _ = settings()
-    assert files != old[0] and re.search(f'"state": "({state})"', box.velnetctl("pending", "--json", check=False).stdout)
+    pending = box.velnetctl("pending", "--json", check=False).stdout
+    assert files != old[0] and re.search(f'"state": "({state})"', pending)
     box.run("cut")
     box.run("up")
     assert settings() == ((files, ["10.0.0.1/8"]) if state == "confirmed" else old)
     if state != "confirmed":
         assert end_of_trial(box) == ("rolled back", "the device was started before it was confirmed")
-        show = "systemctl", "show", "-P"
-        assert box.exec(*show, "Result", "velnet-guard-boot").stdout == "success\n"
-        restored = box.exec(*show, "ExecMainExitTimestampMonotonic", "velnet-guard-boot").stdout
-        assert 0 < int(restored) < int(box.exec(*show, "ExecMainStartTimestampMonotonic", "systemd-networkd").stdout)
+        assert box.show("Result", "velnet-guard-boot") == ["success"]
+        restored, = box.show("ExecMainExitTimestampMonotonic", "velnet-guard-boot")
+        started, = box.show("ExecMainStartTimestampMonotonic", "systemd-networkd")
+        assert 0 < int(restored) < int(started)
 
 
 class File:
@@ -53,15 +53,15 @@ class File:
 
 
 class Disk:
-    """What a power cut at this moment may leave of the calls so far."""
+    """The files that a power cut may leave after the calls so far."""
 
     def __init__(self):
-        self.seen = {}  # path: File, True for a directory, or None when it is gone; what is not here is as it was
+        self.seen = {}  # path: File, True for a directory, or None when it is gone; all others are as before
         self.durable = {}
-        self.pending = collections.defaultdict(list)  # of each directory: its changes since it was synced
+        self.pending = collections.defaultdict(list)  # directory: its changes since it was synced
 
     def call(self, name, text):
-        path = re.match(r"(?:\d+<([^>]*)>)?", text)[1]  # of what is open, or of the directory
+        path = re.match(r"(?:\d+<([^>]*)>)?", text)[1]  # the open file, or the directory
         if name == "write" and path in self.seen:
             self.seen[path].text += ast.literal_eval("b" + re.search(r'"(?:[^"\\]|\\.)*"', text)[0])
             self.seen[path].is_synced = False
@@ -77,14 +77,14 @@ class Disk:
             self.seen.update(self.pending[path][-1])
 
     def states(self):
-        """Of each directory, any number of its pending changes has happened, in their order."""
+        """In each directory, any number of its pending changes has happened, in their order."""
         for counts in itertools.product(*(range(len(changes) + 1) for changes in self.pending.values())):
             happened = [entries for changes, count in zip(self.pending.values(), counts) for entries in changes[:count]]
             yield dict(collections.ChainMap(*reversed(happened), self.durable))
 
 
 def verdict(state, old, new):
-    """What the device has after the next boot: its old files, as they are or by the record, or the new ones."""
+    """The files after the next boot: "old", "restored" by the record, "new", or a mixture, which is returned."""
     def text(path):  # None where there is no file, False where the text is unknown
         file = state.get(path, old.get(path))
         return file.is_synced and file.text.decode() if isinstance(file, File) else file

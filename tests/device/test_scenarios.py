@@ -1,33 +1,33 @@
 # SPDX-License-Identifier: MIT
-"""The same steps on the device box and on the simulated device: files, statuses, cells and kernel come out the same."""
+"""The same steps on the device box and on the simulated device; all that comes of them is the same."""
 import os
-import pathlib
 import random
 import subprocess
 
 import pytest
 
-SCENARIOS = os.environ["SCENARIOS"]
-RECORDED = pathlib.Path(__file__).resolve().parents[1] / "scenarios"
+from devicebox import PROJECT, SCENARIOS, Lines
+
 pytestmark = pytest.mark.usefixtures("settings")
 
 
 class Run:
-    """A scenario at work; each step returns what came of it."""
+    """The scenario program at work on a device."""
 
     def __init__(self, *command):
         self.process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                         stderr=subprocess.DEVNULL, text=True)
-        assert self.process.stdout.readline() == ".\n"  # it has looked at the device
+        self.lines = Lines(self.process.stdout)
+        self.answer("the first look at the device")
+
+    def answer(self, step):
+        """All that came of the step. The line "." ends it."""
+        return "".join(self.lines.take_until(lambda line: line == ".\n", f"{step} is done", limit=60)[:-1])
 
     def step(self, text):
         self.process.stdin.write(text + "\n")
         self.process.stdin.flush()
-        lines = []
-        while (line := self.process.stdout.readline()) != ".\n":
-            assert line, f"the scenario ended at: {text}"
-            lines.append(line)
-        return "".join(lines)
+        return self.answer(text)
 
 
 @pytest.fixture
@@ -47,8 +47,8 @@ def in_the_box(box):
 
 
 def recorded():
-    """Those that need no fault of a simulated device."""
-    for path in sorted(RECORDED.glob("*.txt")):
+    """The scenarios that need no fault of a simulated device."""
+    for path in sorted((PROJECT / "tests/scenarios").glob("*.txt")):
         for block in ("\n" + path.read_text()).split("\n== ")[1:]:
             heading, steps = block.split("\n", 1)
             if not heading.endswith("[simulated]"):

@@ -3,12 +3,13 @@
 import functools
 import json
 import operator
-import pathlib
 
 import jsonschema
 import pytest
 
-SCHEMA = json.loads((pathlib.Path(__file__).parents[2] / "docs/settings.schema.json").read_text())
+from devicebox import PROJECT
+
+SCHEMA = json.loads((PROJECT / "docs/settings.schema.json").read_text())
 REMOTE = {"address": "10.0.0.2/24", "routes": [{"destination": "10.1.0.0/16", "gateway": "10.0.0.3"}]}
 GOOD = json.dumps({"interfaces": {"local": {"address": "192.168.10.1/24"}, "remote": REMOTE}, "gateway": "10.0.0.1",
                    "dns": {"servers": ["10.0.0.53"], "domains": ["box.example"]}})

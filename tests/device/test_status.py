@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: MIT
-"""velnetctl status as a process; what it shows stands in tests/scenarios."""
+"""velnetctl status as a process; tests/scenarios tell its output."""
 import json
 import shlex
 
-from conftest import VELNETCTL
+from devicebox import VELNETCTL
 
 
 def test_status_needs_no_privilege_and_no_other_process_and_never_sleeps(box):

@@ -1,64 +1,27 @@
 # SPDX-License-Identifier: MIT
-"""A trial ends with the old files unless it was confirmed, whatever happens: told by stat, sha256sum, ip and strace."""
+"""A trial ends with the old files unless it was confirmed, whatever happens to its processes, files and terminal."""
 import collections
 import concurrent.futures
-import json
 import os
 import pty
 import re
+import select
 import shlex
 import subprocess
 
 import pytest
 
-from conftest import VELNETCTL, end_of_trial, wait_until
+from devicebox import VELNETCTL, wait_until
+from trials import end_of_trial, is_pending
 
 LOCAL = "/etc/systemd/network/01_local.network"
-NEW = json.dumps({"interfaces": {
-    "local": {"address": "192.168.10.1/24", "routes": [{"destination": "10.2.0.0/16", "gateway": "192.168.10.2"}]},
-    "remote": {"address": "dhcp"}}, "gateway": None, "dns": {"servers": ["10.0.0.53"], "domains": ["new.example"]}})
-
-# Files of its own, and no daemons: many trials can run at once. What the change asks for is live already. It replaces
-# three files and makes one.
-ASIDE = f"""
-mount -t tmpfs -o nr_inodes=96 none /mnt; cp -a /etc/systemd/. /mnt; mount --move /mnt /etc/systemd
-cd /etc/systemd/network; rm -rf ../velnet/trials
-printf '#!/bin/sh\\ncase $1 in is-*) exit 1; esac\\n' | install /dev/stdin ../systemctl
-mount --bind ../systemctl /usr/bin/systemctl; mount --bind /bin/false /usr/bin/systemd-run
-printf 'nameserver 10.0.0.53\\nsearch new.example\\n' >../live; mount --bind ../live /run/systemd/resolve/resolv.conf
-mkdir -p 01_local.network.d
-printf '[Route]\\nDestination=10.1.0.0/16\\nGateway=192.168.10.2\\n' >01_local.network.d/50-routes.conf
-for n in 0 1; do printf "[Resolve]\\nDNS=10.0.0.5$n\\n" >../resolved.conf.d/dns_server_$n.conf; done
-chown velnet:velnet ../velnet/*
-echo '{NEW}' >../new.json
-velnetctl={VELNETCTL} confirm="{VELNETCTL} confirm" rollback="{VELNETCTL} rollback" pending="{VELNETCTL} pending"
-change="{VELNETCTL} apply ../new.json"
-files() {{
-    echo "== $1"
-    find ../velnet -maxdepth 1 -type f ! -name '.*' -exec stat -c '%n %a %U %G' {{}} \\; \\
-        -exec sha256sum {{}} \\; | sort
-}}
-await_end() {{ timeout 15 sh -c "until $pending >/dev/null; [ \\$? = 3 ]; do sleep 0.1; done" || echo "== pending"; }}
-"""
 EVERY = "EVERY_CALL" in os.environ
 POOL = concurrent.futures.ThreadPoolExecutor(8)
 
 
-@pytest.fixture
-def aside(box):
-    """Runs a script with ASIDE; its output, split at the marks of files."""
-    box.exec("ip", "route", "add", "10.2.0.0/16", "via", "192.168.10.2")
-
-    def run(script):
-        result = box.exec("unshare", "--mount", "sh", "-ec", ASIDE + script)
-        return dict(part.split("\n", 1) for part in re.split("^== ", result.stdout, flags=re.MULTILINE)[1:])
-    yield run
-    box.exec("ip", "route", "del", "10.2.0.0/16")
-
-
 def at_each_call(aside, before, victim, effect, most, kind=""):
-    """Runs the victim again and again, with the effect at one of its system calls after the other. How its files are
-    old and new, the calls of this kind, and for each that was tried (all, or `most` of them) what it left."""
+    """Runs the victim again and again, with the effect at one of its system calls after the other. Returns the old and
+    new files, the calls of this kind, and for each call that was tried (at most `most` of them) the files after it."""
     told = aside(f"""files old; {before} >&2; echo '== calls'; strace -qqo /dev/fd/3 {victim} 3>&1 >&2
         $confirm >&2 || true; files new""")
     seen, calls = collections.Counter(), []
@@ -69,14 +32,20 @@ def at_each_call(aside, before, victim, effect, most, kind=""):
             calls.append((name, seen[name]))
     tried = calls if EVERY or len(calls) <= most else [calls[i * (len(calls) - 1) // (most - 1)] for i in range(most)]
     print(f"{victim}: {effect} at {len(tried)} of {len(calls)} calls")
-    return told, calls, zip(tried, POOL.map(lambda call: aside(f"""{before} >&2; echo '== answer'
-        strace -qqo /dev/null -e inject={call[0]}:{effect}:when={call[1]} {victim} 2>&1 && echo done
-        files now; await_end; files end"""), tried))
+
+    def run(call):
+        name, number = call
+        return aside(f"""{before} >&2; echo '== answer'
+            strace -qqo /dev/null -e inject={name}:{effect}:when={number} {victim} 2>&1 && echo done
+            files now; await_end; files end""")
+    return told, calls, zip(tried, POOL.map(run, tried))
 
 
 VICTIMS = pytest.mark.parametrize("before, victim", [
-    ("", "$change --try 1 --wait 5"), ("$change --try 3", "$confirm"), ("$change --try 3", "$rollback"),
-], ids=["trial", "confirm", "rollback"])
+    pytest.param("", "$change --try 1 --wait 5", id="trial"),
+    pytest.param("$change --try 3", "$confirm", id="confirm"),
+    pytest.param("$change --try 3", "$rollback", id="rollback"),
+])
 
 
 @VICTIMS
@@ -97,13 +66,13 @@ def test_with_any_call_failing_the_answer_is_what_is_left(aside, before, victim)
     def is_good(left):
         is_done = "done\n" in left["answer"]
         end = told["new" if is_done and victim == "$confirm" else "old"]
-        now = left["now"] if is_done or before else told["old"]  # what failed to begin is back at once
+        now = left["now"] if is_done or before else told["old"]  # a trial that cannot begin restores the files at once
         return "pending" not in left and (left["now"], left["end"]) == (now, end)
     assert not [(call, left["answer"]) for call, left in tries if not is_good(left)]
 
 
 @pytest.mark.parametrize("prepare, reason", [
-    ("while mktemp -p ..; do :; done", "No space left on device"),
+    ("for n in $(seq 99); do mktemp -p .. || break; done", "No space left on device"),
     ("mount -o remount,size=256k /etc/systemd; cat /dev/zero >../full || true", "No space left on device"),
     ("mount -o remount,ro /etc/systemd", "Read-only file system"),
     ('chown -R 0:0 ../velnet; change="setpriv --reuid=velnet --regid=velnet --init-groups $change"',
@@ -135,22 +104,27 @@ def test_without_units_the_next_caller_starts_the_guard_that_a_killed_one_could_
 
 
 class Terminal:
-    """A caller in a terminal of its own, with what is waited for in view."""
+    """A caller of velnetctl in a terminal of its own, which shows this text already."""
 
     def __init__(self, box, line="set-ip local 10.0.0.1/8 --try 2", shown="n goes back; it is rolled back in 2 s"):
-        self.process, self.master = pty.fork()
-        if not self.process:  # script passes the control keys on: they are not to end what leads into the box
-            command = f"exec env TERM=xterm {shlex.quote(VELNETCTL)} {line}"
-            os.execv(box.command[0], [*box.command, "exec", "script", "-qec", command, "/dev/null"])
+        self.master, terminal = pty.openpty()
+        # script passes the control keys on; otherwise they would end the command that leads into the box.
+        command = ["script", "-qec", f"exec env TERM=xterm {shlex.quote(VELNETCTL)} {line}", "/dev/null"]
+        self.process = subprocess.Popen(["setsid", "--ctty", *box.command, "exec", *command],
+                                        stdin=terminal, stdout=terminal, stderr=terminal)
+        os.close(terminal)
         self.shown = ""
         self.read_until(shown)
 
     def read_until(self, text):
-        while text not in self.shown:
-            self.shown += os.read(self.master, 4096).decode()
+        def is_shown():
+            if select.select([self.master], [], [], 0)[0]:
+                self.shown += os.read(self.master, 4096).decode()
+            return text in self.shown
+        wait_until(is_shown, f"the terminal shows {text}", limit=60)
 
     def exit_code(self):
-        return os.waitstatus_to_exitcode(os.waitpid(self.process, 0)[1])
+        return self.process.wait(timeout=60)
 
 
 @pytest.mark.parametrize("end", ["closed", "HUP", "TERM", "INT", "KILL"])
@@ -164,15 +138,22 @@ def test_the_end_of_its_caller_does_not_keep_a_trial(box, end):
         caller = re.search(r"by process (\d+)", box.velnetctl("pending").stdout)[1]
         box.exec("kill", "-" + end, caller)
     assert terminal.exit_code() != 0
-    assert box.velnetctl("pending", check=False).returncode == 0 and box.read(LOCAL) != before
+    assert is_pending(box) and box.read(LOCAL) != before
     assert end_of_trial(box) == ("rolled back", "it was not confirmed in time")
     assert box.read(LOCAL) == before
 
 
 @pytest.mark.parametrize("answer, state", [
-    ("\n", "confirmed"), (" Yes \n", "confirmed"), ("confirm\n", "confirmed"), ("n\n", "rolled back"),
-    ("q\n", "rolled back"), ("rollback\n", "rolled back"), ("", "rolled back"),
-    ("nay\ny\n", "confirmed"), ("yeah\nn\n", "rolled back")])  # what is no answer is asked for again
+    ("\n", "confirmed"),
+    (" Yes \n", "confirmed"),
+    ("confirm\n", "confirmed"),
+    ("n\n", "rolled back"),
+    ("q\n", "rolled back"),
+    ("rollback\n", "rolled back"),
+    ("", "rolled back"),
+    ("nay\ny\n", "confirmed"),  # "nay" and "yeah" are no answers: it asks again
+    ("yeah\nn\n", "rolled back"),
+])
 def test_an_answer_in_the_terminal_ends_the_countdown(box, settings, answer, state):
     terminal = Terminal(box)
     os.write(terminal.master, answer.encode())
@@ -210,7 +191,7 @@ def test_a_terminal_that_takes_no_escape_sequences_gets_none(box, settings):
 
 def test_a_unit_guards_a_trial_whose_caller_is_killed_and_comes_back_when_it_is_killed_itself(box, units):
     def guard():
-        return int(box.exec("systemctl", "show", "-P", "MainPID", "velnet-guard").stdout)
+        return int(box.show("MainPID", "velnet-guard")[0])
 
     before = box.read(LOCAL)
     trial = "set-ip", "local", "10.0.0.1/8", "--try", "5", "--wait", "2", "--require-boot-guard"

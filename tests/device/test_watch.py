@@ -1,16 +1,17 @@
 # SPDX-License-Identifier: MIT
-"""velnetctl watch, in a terminal: what people see on it."""
+"""velnetctl watch, as people see it in a terminal."""
 import re
 import shlex
 import subprocess
 
 import pytest
 
-from conftest import VELNETCTL, end_of_trial, wait_until
+from devicebox import VELNETCTL, wait_until
+from trials import end_of_trial
 
 
 class Screen:
-    """A terminal of 100 by 40 in which it runs, and cat after it."""
+    """A terminal of 100 by 40 in which velnetctl watch runs, and cat after it."""
 
     def __init__(self, socket, command):
         self.socket = socket
@@ -23,7 +24,7 @@ class Screen:
         return subprocess.run(command, check=True, capture_output=True, text=True).stdout
 
     def shows(self, pattern):
-        """The match with the text shown; what is marked, by reverse video, stands in brackets there."""
+        """The match with the text shown, which has brackets around marks (reverse video)."""
         shown = re.sub(r"\x1b\[[\d;]*\b7m(?:\x1b\[[\d;]*m)*([^\x1b]*)", r"[\1]", self.tmux("capture-pane", "-pe"))
         return re.search(pattern, re.sub(r"\x1b\[[\d;]*m", "", shown))
 
