@@ -27,7 +27,7 @@ def devicebox_of(project, *arguments):
     return subprocess.run([project / "tools/devicebox/devicebox", *arguments], capture_output=True, text=True)
 
 
-def test_a_command_has_the_capabilities_of_the_init_and_cannot_set_the_clock(box):
+def test_no_command_in_the_box_can_set_the_clock(box):
     def capabilities(process, kind):
         return int(re.search(rf"{kind}:\s*(\w+)", box.read(f"/proc/{process}/status"))[1], 16)
 
@@ -35,7 +35,7 @@ def test_a_command_has_the_capabilities_of_the_init_and_cannot_set_the_clock(box
     assert capabilities("self", "CapBnd") & CAP_SYS_TIME == 0
 
 
-def test_a_program_of_the_project_is_found_by_its_path_from_here(box):
+def test_a_relative_path_leads_into_the_project(box):
     found = box.exec("./velnetctl", "--version", cwd=pathlib.Path(VELNETCTL).parent)
     assert found.stdout.startswith("velnetctl ")
 
@@ -45,12 +45,12 @@ def test_a_name_that_would_not_work_is_refused(name):
     assert devicebox_of(PROJECT, "--name", name, "status").returncode == 2
 
 
-def test_a_second_checkout_does_not_take_the_box_of_the_first_for_its_own(booted_box, other_checkout):
+def test_a_box_belongs_to_one_checkout(booted_box, other_checkout):
     refused = devicebox_of(other_checkout, "--name", booted_box.command[-1], "up")
     assert refused.returncode == 1 and str(PROJECT) in refused.stderr
 
 
-def test_a_box_removes_no_files_that_it_did_not_make(booted_box, other_checkout):
+def test_a_box_removes_only_its_own_files(booted_box, other_checkout):
     name, cache = f"t{os.getpid()}", other_checkout.parent / "cache"
     made = pathlib.Path(re.search(r"root +(.*)/root\n", booted_box.run("status").stdout)[1])
     strangers = cache / "rootfs-mine/file", cache / f"new-{name}/file", cache / f"tmp.{name}/file"
@@ -68,7 +68,7 @@ def test_a_box_removes_no_files_that_it_did_not_make(booted_box, other_checkout)
     assert all(file.exists() for file in strangers)
 
 
-def test_after_a_power_cut_the_box_is_taken_down_without_a_rest():
+def test_a_box_that_was_cut_leaves_nothing_behind():
     name = f"t{os.getpid()}"
     box = Box(name)
     try:

@@ -93,7 +93,7 @@ def without_terminal(box, *command):
     (networkd_crashes, ADDRESS, "Job for systemd-networkd.service failed"),
     (no_resolved, "set-dns 0 192.168.50.3", "Unit systemd-resolved.service not found."),
 ])
-def test_a_change_that_does_not_reach_its_daemon(box, nothing_is_left, installed, monitor, begin, change, reason):
+def test_a_change_without_its_daemon_is_undone(box, nothing_is_left, installed, monitor, begin, change, reason):
     before = files(box)
     with begin(box):
         for options, whose in ("--force", "the old"), ("--force --try 9", "the previous"):
@@ -112,7 +112,7 @@ def test_a_change_that_does_not_reach_its_daemon(box, nothing_is_left, installed
 
 @pytest.mark.parametrize("options, code, address",
                          [("--wait 20", 0, "10.0.0.1/8"), ("--try 1 --wait 1", 1, "192.168.10.1/24")])
-def test_a_restart_that_hangs_stops_no_reader_and_no_guard(box, nothing_is_left, monitor, options, code, address):
+def test_a_restart_that_hangs_stops_nobody_else(box, nothing_is_left, monitor, options, code, address):
     hang = "TimeoutStartSec=infinity\nExecStartPre=timeout 99 sh -c 'while [ -e /run/hang ]; do sleep 0.1; done'"
     before = files(box)
     with (drop_in(box, "systemd-networkd", f"[Unit]\nStartLimitIntervalSec=0\n[Service]\n{hang}\n"),
@@ -131,7 +131,7 @@ def test_a_restart_that_hangs_stops_no_reader_and_no_guard(box, nothing_is_left,
     assert box.velnetctl("set-dns", "0", "192.168.50.3", "--wait", "20").stdout == "OK\n"
 
 
-def test_a_daemon_that_a_reboot_does_not_bring_back_is_an_objection(box, nothing_is_left):
+def test_a_disabled_daemon_is_an_objection(box, nothing_is_left):
     fault_of_networkd = "systemd-networkd is not enabled: after a reboot the device has no network"
     with fault(box, "systemctl disable systemd-networkd", "systemctl enable systemd-networkd"):
         refused = box.velnetctl("set-ip", "local", "10.0.0.1/8", check=False)
@@ -149,7 +149,7 @@ def make_local(box, mac):
         box.run("peer", "ip", *command.split())
 
 
-def test_an_interface_that_is_gone_and_comes_back_as_another_one(box, nothing_is_left, monitor):
+def test_an_interface_may_go_and_come_back(box, nothing_is_left, monitor):
     mac = box.ip("link", "show", "local")[0]["address"]
     box.exec("ip", "link", "delete", "local")
     try:

@@ -67,7 +67,7 @@ def beside(box, installed):
     ("ln -s /etc/systemd/other $file", DONE),
     ("ln -s /etc/systemd/other $file; chown -h velnet $file", "a symbolic link or directory on the way"),
 ])
-def test_what_lies_in_the_place_of_a_file(beside, put, told):
+def test_obstacles_are_told_and_links_followed(beside, put, told):
     beside("".join(f"file={file}; mv $file $file.old; {put}\n" for file in CHANGES))
     beside("$limited $velnetctl status")
     for change in CHANGES.values():
@@ -100,14 +100,14 @@ def test_a_change_without_means_is_done_or_undone(beside, limit, values):
     assert "exit 1\n" in told
 
 
-def test_a_monitor_that_can_open_nothing_for_a_while(beside):
+def test_a_monitor_survives_without_descriptors(beside):
     for limit, gateway in (3, ""), (1024, "192.168.50.1"):
         text = f"[Resolve]\nDomains=of-{limit}.example\n"
         beside(f"prlimit --pid {beside.inside} --nofile={limit}:; printf '{text}' >../resolved.conf.d/dns_domain.conf")
         beside.monitor.wait_for("host", "gateway", gateway)
 
 
-def test_memory_that_ends_in_the_middle_of_a_change(beside):
+def test_a_change_that_runs_out_of_memory_is_undone(beside):
     """The restart of the daemon prints more than the memory holds."""
     before = beside("cp ../systemctl ../quiet; echo 'head -c 99M /dev/zero' >>../systemctl; cat ../velnet/*.conf")
     told = beside("prlimit --as=40000000 $velnetctl set-dns 0 10.0.0.59 2>&1 || true; cat ../velnet/*.conf")
@@ -137,7 +137,7 @@ def test_a_monitor_goes_on_when_the_clock_jumps(box, jump):
     monitor.stop()
 
 
-def test_a_trial_ends_in_its_time_when_the_clock_jumps(beside, jump):
+def test_a_trial_keeps_its_time_if_the_clock_jumps(beside, jump):
     change = f"export {CLOCK}; $velnetctl set-dns 2 10.0.0.59 --try"
     for by in ("+10h", "-10h"):
         beside(f"{change} 60")

@@ -53,7 +53,7 @@ def packages():
     return [next((PROJECT / "build/packages").glob(f"{name}_*.deb")) for name in NAMES]
 
 
-def test_the_links_of_installed_documents_lead_somewhere(device, tmp_path):
+def test_installed_documents_have_no_dead_link(device, tmp_path):
     for package in (PROJECT / "build/packages").glob("*.deb"):
         subprocess.run(["dpkg-deb", "--extract", package, tmp_path], check=True)
     documents = {path: path.read_text() for path in tmp_path.glob("usr/share/doc/**/*.md")}
@@ -83,7 +83,7 @@ def change_every_setting(box):
     wait_until(lambda: box.gateways() == ["192.168.50.1"], "remote has its lease")
 
 
-def test_with_the_packages_alone_a_host_changes_every_setting_and_a_trial_is_rolled_back(bare):
+def test_the_packages_alone_make_a_working_device(bare):
     bare.exec("apt-get", "--yes", "install", *packages())
     change_every_setting(bare)
     before = bare.read(LOCAL)
@@ -95,7 +95,7 @@ def test_with_the_packages_alone_a_host_changes_every_setting_and_a_trial_is_rol
     wait_until(lambda: bare.ipv4("local") == ["192.168.10.1/24"], "local has its address again")
 
 
-def test_an_upgrade_brings_the_new_files_and_leaves_a_trial_to_its_guard(bare):
+def test_an_upgrade_leaves_a_trial_to_its_guard(bare):
     bare.exec("sh", "-ec", MAKE_OLDER, "sh", *packages())
     bare.exec("sh", "-ec", "dpkg --install /var/tmp/older-*; systemctl start velnet-host")
     bare.velnetctl(*TRIAL, "99")
@@ -127,7 +127,7 @@ $as_velnet sh -c 'rm -f ../resolved.conf.d/dns_domain.conf; ln -s /etc/shadow ..
 """
 
 
-def test_an_upgrade_takes_over_the_settings_and_the_trial_of_an_earlier_version_and_nothing_of_roots(bare):
+def test_an_upgrade_takes_over_an_earlier_version(bare):
     bare.exec("dpkg", "--install", *packages())
     bare.velnetctl(*TRIAL, "99")
     text = bare.read(LOCAL)
@@ -152,7 +152,7 @@ def test_an_upgrade_takes_over_the_settings_and_the_trial_of_an_earlier_version_
     bare.exec("sh", "-c", "cd /etc/systemd/network; rm -r ../resolved.conf.d *.before1 03* 01_old")
 
 
-def test_the_daemons_are_enabled_with_the_package_and_disabled_again_with_its_purge(bare):
+def test_a_purge_undoes_the_enabling_of_daemons(bare):
     bare.exec("systemctl", "disable", "systemd-networkd")
     bare.exec("dpkg", "--install", *packages())
     assert bare.show("UnitFileState", "systemd-networkd", "systemd-resolved") == ["enabled", "enabled"]
@@ -161,7 +161,7 @@ def test_the_daemons_are_enabled_with_the_package_and_disabled_again_with_its_pu
     bare.exec("systemctl", "enable", "systemd-networkd")
 
 
-def test_purged_they_leave_the_settings_and_nothing_else(bare):
+def test_a_purge_leaves_nothing_but_the_settings(bare):
     before = bare.exec("sh", "-ec", LIST).stdout
     bare.exec("dpkg", "--install", *packages())
     assert bare.show("UnitFileState", *UNITS) == ["enabled", "enabled", "disabled"]

@@ -22,7 +22,7 @@ def host(box, settings, installed):
     return lambda *command, **options: run_in_unit(box, *command, **options)
 
 
-def test_sudo_runs_the_three_commands_of_the_library_and_no_other(box):
+def test_sudo_runs_the_three_commands_and_no_other(box):
     def sudo(command):
         return box.exec(*AS_VELNET, "sudo", "-n", *command.split(), check=False)
 
@@ -38,14 +38,14 @@ def test_sudo_runs_the_three_commands_of_the_library_and_no_other(box):
     assert box.show("InvocationID", *DAEMONS) == after
 
 
-def test_sudo_does_not_look_up_the_name_of_the_device(box):
+def test_sudo_looks_up_no_device_name(box):
     unknown = "; ".join(f"mount --bind /dev/null /etc/{name}" for name in ("hosts", "nsswitch.conf", "resolv.conf"))
     script = f"{unknown}; sudo -n true; echo next >&2; {shlex.join(AS_VELNET)} sudo -n /bin/systemctl daemon-reload"
     of_root, of_velnet = box.exec("unshare", "--mount", "sh", "-ec", script).stderr.split("next\n")
     assert "unable to resolve host" in of_root and of_velnet == ""
 
 
-def test_a_trial_begun_in_the_unit_is_none_of_an_earlier_boot(box, units, host):
+def test_a_trial_of_the_unit_is_of_this_boot(box, units, host):
     """There, /proc is a new one, and in a container the kernel's own id of the boot is another one."""
     assert host("velnetctl", "set-ip", "local", "10.0.0.1/8", "--try", "99")
     assert '"state": "counting"' in box.velnetctl("pending", "--json").stdout
@@ -65,7 +65,7 @@ ExecStart=bash -c 'trap stop=1 TERM; until [ $$stop ]; do \\
 """
 
 
-def test_the_unit_is_stopped_in_the_middle_of_a_change_without_waiting_for_it_for_ever(box, settings, installed):
+def test_the_unit_stops_in_the_middle_of_a_change(box, settings, installed):
     with drop_in(box, "velnet-host", BUSY):
         box.exec("systemctl", "start", "velnet-host")
         wait_until(lambda: box.ipv4("local") == ["10.0.0.1/8"], "the host is at work")
@@ -88,18 +88,18 @@ def test_a_host_in_the_unit_writes_nowhere_else(box, host):
     ("NoExecPaths=", "cd /tmp; cp /bin/true velnet; ./velnet"),
     ("IPAddressDeny=", "echo text >/dev/udp/192.168.50.1/9"),
 ])
-def test_each_of_these_options_keeps_something_from_the_host(host, without, command):
+def test_these_options_keep_something_from_the_host(host, without, command):
     assert host("bash", "-ec", command, changes=without)
     assert not host("bash", "-ec", command)
 
 
-def test_no_message_queue_of_the_user_outlives_the_host(box, host):
+def test_no_message_queue_outlives_the_host(box, host):
     box.exec(*AS_VELNET, "ipcmk", "--queue")
     assert host("true", changes="RemoveIPC=no") and "velnet" in box.exec("ipcs", "--queues").stdout
     assert host("true") and "velnet" not in box.exec("ipcs", "--queues").stdout
 
 
-def test_resolved_has_no_start_limit_and_survives_many_dns_changes(box, settings):
+def test_resolved_survives_many_dns_changes(box, settings):
     assert box.show("StartLimitIntervalUSec", *DAEMONS) == ["0", "0"]
     for number in range(1, 9):
         box.velnetctl("set-dns", "0", f"192.168.50.{number}")

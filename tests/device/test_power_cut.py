@@ -27,7 +27,7 @@ STRACE = "strace -o /dev/null -e inject"
                      f"{STRACE}=renameat:signal=KILL:when=2 velnetctl rollback"),
     ("confirmed", f"{TRY}; velnetctl confirm"),
 ], ids=["waiting", "counting", "file of root", "rolling back", "confirmed"])
-def test_after_a_power_cut_the_old_settings_come_up_unless_the_others_were_confirmed(box, units, state, begin):
+def test_only_confirmed_settings_outlive_a_power_cut(box, units, state, begin):
     def settings():
         return box.exec("sh", "-c", "sha256sum /etc/systemd/network/*.network").stdout, box.ipv4("local")
 
@@ -100,7 +100,7 @@ def verdict(state, old, new):
 
 
 @pytest.mark.parametrize("end, last", [("confirm", "new"), ("rollback", "old")])
-def test_whatever_was_not_synced_the_files_are_never_mixed_after_the_boot(aside, end, last):
+def test_unsynced_writes_never_mix_the_files(aside, end, last):
     told = aside(f"""texts() {{ for file in {' '.join(CHANGED)}; do echo "== $1 $file"; cat $file || true; done; }}
         strace="strace -qqys 99999 -o /dev/fd/3 -e trace=/^(open|p?write|f.*sync|rename|(un|sym)?link|mkdir|f?trunc)"
         kill_guard() {{ pkill -KILL -f '[v]elnetctl guard --detach'; }}  # it is not traced, and would help

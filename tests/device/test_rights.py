@@ -45,13 +45,13 @@ def secret(box, units):
     f"rm {REMOTE}",
     f"cat {SECRET}",
 ])
-def test_the_user_cannot_make_move_or_read_what_is_roots(secret, velnet, attack):
+def test_users_cannot_make_move_or_read_roots_files(secret, velnet, attack):
     assert "Permission denied" in velnet(attack, check=False).stderr
 
 
 @pytest.mark.parametrize("target", ["/dev/null", SECRET, "/etc/shadow", "/proc/1/maps"])
 @pytest.mark.parametrize("who", [(), AS_VELNET], ids=["root", "velnet"])
-def test_a_link_of_the_user_leads_root_and_the_guard_nowhere(box, secret, velnet, who, target):
+def test_a_link_leads_root_and_the_guard_nowhere(box, secret, velnet, who, target):
     shadow = box.exec("stat", "-c", "%U:%G %a %s", "/etc/shadow").stdout
     box.exec(*who, VELNETCTL, *TRY, "99")
     velnet(f"ln -sfn {target} {OWN}/02_remote.network")
@@ -74,7 +74,7 @@ def signed(record):
     return f"{text}checksum {checksum ^ 2**64 - 1:016x}\n"
 
 
-def test_root_rolls_nothing_back_by_a_record_of_the_user_but_the_users_own_files(box, settings, velnet):
+def test_a_forged_record_spares_roots_files(box, settings, velnet):
     own = [f"{RESOLVED}/dns_server_{number}.conf" for number in (20, 21)]
     for path in own:
         box.exec("install", "-m", "600", "/dev/stdin", path, input="key\n")
@@ -89,14 +89,14 @@ def test_root_rolls_nothing_back_by_a_record_of_the_user_but_the_users_own_files
     assert "key" not in box.exec("sh", "-c", f"cat {OWN}/trials/*").stdout
 
 
-def test_what_keeps_a_reader_waiting_holds_up_neither_root_nor_the_daemon(box, settings, velnet):
+def test_a_fifo_holds_up_neither_root_nor_networkd(box, settings, velnet):
     velnet(f"cd {OWN}; rm 01_local.network; mkfifo 01_local.network")
     assert box.velnetctl(*TRY[:3], "--force").stdout == "OK\n"
     velnet(f"rm {OWN}/01_local.network.aside1")
     assert box.exec("systemctl", "is-active", "systemd-networkd").stdout == "active\n"
 
 
-def test_every_user_sees_the_settings_and_saves_no_part_of_them(box, settings, velnet):
+def test_no_user_saves_a_part_of_the_settings(box, settings, velnet):
     nobody = "setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups", "--", VELNETCTL
     assert '"address": "192.168.10.1/24"' in box.exec(*nobody, "save").stdout
     velnet(f"chmod 600 {OWN}/01_local.network")
@@ -104,7 +104,7 @@ def test_every_user_sees_the_settings_and_saves_no_part_of_them(box, settings, v
     assert refused.returncode == 1 and "cannot read /etc/systemd/network/01_local.network" in refused.stderr
 
 
-def test_what_root_puts_in_the_place_of_a_file_survives_a_trial_of_it(box, secret):
+def test_a_file_of_root_survives_a_trial(box, secret):
     box.velnetctl(*TRY, "99")
     box.exec("ln", "-sfn", "/dev/null", REMOTE)
     assert f"{REMOTE} is root's and stays as it is" in box.velnetctl("rollback").stderr
@@ -126,7 +126,7 @@ LOCK = "exec 9<>trials/{}.lock; flock -n 9 || true; echo ready; flock 9; read ||
 
 @pytest.mark.parametrize("hold", [LOCK.format("change"), LOCK.format("guard"), LOCK.format("caller"), LEASE],
                          ids=["change", "guard", "caller", "lease"])
-def test_root_rolls_back_whatever_the_user_holds_or_puts_in_the_way(box, units, velnet, hold):
+def test_root_rolls_back_with_the_user_in_the_way(box, units, velnet, hold):
     before = box.read(REMOTE)
     box.velnetctl(*TRY, "99")
     velnet(f"cd {OWN}; mkdir -p .02_remote.network.new/x trials/rollback/x trials/.rollback.new/x trials/rolled-back/x")
@@ -137,7 +137,7 @@ def test_root_rolls_back_whatever_the_user_holds_or_puts_in_the_way(box, units, 
     assert box.read(REMOTE) == before and not is_pending(box)
 
 
-def test_the_guard_works_as_the_user_and_root_only_restarts(box, units):
+def test_the_guard_as_root_only_restarts(box, units):
     box.velnetctl(*TRY, "99")
     threads = box.exec("ps", "-o", "user=,nlwp=,args=", "--ppid", "1", "-C", "velnetctl").stdout
     users = re.findall(r"^(\w+) .*velnetctl guard$", threads, re.MULTILINE)

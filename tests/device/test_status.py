@@ -6,7 +6,7 @@ import shlex
 from devicebox import VELNETCTL
 
 
-def test_status_needs_no_privilege_and_no_other_process_and_never_sleeps(box):
+def test_status_needs_no_privilege_and_no_pause(box):
     unprivileged = "setpriv", "--bounding-set=-all", "--inh-caps=-all"
     calls = "trace=execve,nanosleep,clock_nanosleep"
     trace = box.exec("strace", "-fe", calls, *unprivileged, VELNETCTL, "status", "--json")

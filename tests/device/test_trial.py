@@ -49,7 +49,7 @@ VICTIMS = pytest.mark.parametrize("before, victim", [
 
 
 @VICTIMS
-def test_killed_at_any_call_it_leaves_the_old_files_or_those_that_it_has_confirmed(aside, before, victim):
+def test_a_kill_at_any_call_leaves_no_mixed_files(aside, before, victim):
     told, calls, tries = at_each_call(aside, before, victim, "signal=KILL", 16)
 
     def expected(call):
@@ -59,7 +59,7 @@ def test_killed_at_any_call_it_leaves_the_old_files_or_those_that_it_has_confirm
 
 
 @VICTIMS
-def test_with_any_call_failing_the_answer_is_what_is_left(aside, before, victim):
+def test_with_any_call_failing_the_answer_is_true(aside, before, victim):
     changing = r"mkdirat|openat.*O_CREAT|write\([^12]|fsync|rename|unlink|fch|clone"
     told, _, tries = at_each_call(aside, before, victim, "error=ENOSPC", 12, changing)
 
@@ -78,14 +78,14 @@ def test_with_any_call_failing_the_answer_is_what_is_left(aside, before, victim)
     ('chown -R 0:0 ../velnet; change="setpriv --reuid=velnet --regid=velnet --init-groups $change"',
      "Permission denied"),
 ], ids=["no inodes", "disk full", "read-only", "no permission"])
-def test_what_cannot_be_written_is_told_and_left_as_it_was(aside, prepare, reason):
+def test_a_failed_write_is_told_and_undone(aside, prepare, reason):
     left = aside(f"""{prepare}; files old; echo '== answers'
         for options in '' '--try 1'; do $change $options 2>&1 || echo failed; done; files now; await_end""")
     assert re.fullmatch(f"(.*{reason}.*\n(velnetctl: .*\n)*failed\n){{2}}", left["answers"])
     assert left["now"] == left["old"]
 
 
-def test_a_mounted_file_is_written_in_place_by_a_plain_change_which_says_so_and_by_no_trial(aside):
+def test_a_mounted_file_takes_changes_but_no_trial(aside):
     left = aside("""cd 01_local.network.d; mount --bind 50-routes.conf 50-routes.conf; cd ..
         files old; echo '== trial'; $change --try 1 2>&1 || echo failed; files now; await_end
         echo '== change'; $change 2>&1; echo '== file'; cat 01_local.network.d/50-routes.conf""")
@@ -95,7 +95,7 @@ def test_a_mounted_file_is_written_in_place_by_a_plain_change_which_says_so_and_
 
 
 @pytest.mark.parametrize("visitor", ["$pending || true", "$velnetctl set-domain a.example || true"])
-def test_without_units_the_next_caller_starts_the_guard_that_a_killed_one_could_not_start(aside, visitor):
+def test_the_next_caller_starts_a_missing_guard(aside, visitor):
     left = aside(f"""strace -o /dev/null -e inject=clone3:signal=KILL:when=2 $change --try 1 --wait 1 >&2 || true
         ls ../velnet/trials/trial >&2; {visitor} >&2
         timeout 15 sh -c 'until [ -e ../velnet/trials/rolled-back ]; do sleep 0.1; done'
@@ -128,7 +128,7 @@ class Terminal:
 
 
 @pytest.mark.parametrize("end", ["closed", "HUP", "TERM", "INT", "KILL"])
-def test_the_end_of_its_caller_does_not_keep_a_trial(box, end):
+def test_the_end_of_its_caller_keeps_no_trial(box, end):
     before = box.read(LOCAL)
     terminal = Terminal(box)
     wait_until(lambda: "10.0.0.1/8" in box.ipv4("local"), "the new address is live")
@@ -154,7 +154,7 @@ def test_the_end_of_its_caller_does_not_keep_a_trial(box, end):
     ("nay\ny\n", "confirmed"),  # "nay" and "yeah" are no answers: it asks again
     ("yeah\nn\n", "rolled back"),
 ])
-def test_an_answer_in_the_terminal_ends_the_countdown(box, settings, answer, state):
+def test_an_answer_ends_the_countdown(box, settings, answer, state):
     terminal = Terminal(box)
     os.write(terminal.master, answer.encode())
     terminal.read_until("was " + state)
@@ -163,7 +163,7 @@ def test_an_answer_in_the_terminal_ends_the_countdown(box, settings, answer, sta
 
 
 @pytest.mark.parametrize("key", ["\x03", "\x04", "\x1c"])  # Ctrl-C, Ctrl-D, Ctrl-\\
-def test_who_leaves_the_terminal_hears_what_stands(box, settings, key):
+def test_leaving_the_terminal_leaves_the_trial(box, settings, key):
     terminal = Terminal(box, "set-ip local 10.0.0.1/8 --try 90s", "rolled back in 89 s")
     os.write(terminal.master, key.encode())
     terminal.read_until("velnetctl confirm keeps it, velnetctl rollback goes back at once")
@@ -172,14 +172,14 @@ def test_who_leaves_the_terminal_hears_what_stands(box, settings, key):
     assert box.velnetctl("rollback").stdout.endswith("was rolled back: velnetctl rollback was called\n")
 
 
-def test_who_leaves_the_terminal_before_the_change_is_live_ends_the_trial(box, settings):
+def test_leaving_before_it_is_live_ends_the_trial(box, settings):
     terminal = Terminal(box, "set-ip local dhcp --try 9 --wait 1m", "DHCP ... 59 s")
     os.write(terminal.master, b"\x03")
     terminal.read_until("velnetctl: set-ip local dhcp was not live yet: its guard rolls it back now")
     assert end_of_trial(box) == ("rolled back", "its process ended before it was live")
 
 
-def test_a_terminal_that_takes_no_escape_sequences_gets_none(box, settings):
+def test_a_dumb_terminal_gets_no_escape_sequences(box, settings):
     def shown(line):
         command = shlex.join(map(str, [*box.command, "exec", "env", "TERM=dumb", VELNETCTL, *line.split()]))
         return subprocess.run(["script", "-qec", command, "/dev/null"], check=False, stdin=subprocess.DEVNULL,
@@ -189,7 +189,7 @@ def test_a_terminal_that_takes_no_escape_sequences_gets_none(box, settings):
     assert "\33" not in "".join(output)
 
 
-def test_a_unit_guards_a_trial_whose_caller_is_killed_and_comes_back_when_it_is_killed_itself(box, units):
+def test_the_guards_unit_survives_every_kill(box, units):
     def guard():
         return int(box.show("MainPID", "velnet-guard")[0])
 
@@ -204,7 +204,7 @@ def test_a_unit_guards_a_trial_whose_caller_is_killed_and_comes_back_when_it_is_
     assert box.ipv4("local") == ["192.168.10.1/24"]
 
 
-def test_mode_owner_and_attributes_outlive_a_trial_and_a_change(box, units):
+def test_mode_owner_and_attributes_are_kept(box, units):
     seen = f"/proc/{re.search('PID (.*),', box.run('status').stdout)[1]}/root{LOCAL}"  # there is no setfattr inside
 
     def kept():

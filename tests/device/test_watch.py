@@ -40,7 +40,7 @@ def screen(box, tmp_path):
     shown.tmux("kill-server")
 
 
-def test_the_state_and_what_changes_are_shown(box, screen):
+def test_the_state_and_its_changes_are_shown(box, screen):
     for pattern in (r"name +velnet-device", r"gateway +192\.168\.50\.1 +live +192\.168\.50\.1, search none",
                     r"link +up, \d+ Mbit/s, full duplex +link +up, ", r"configured  192\.168\.10\.1/24  \(01_local",
                     r"configured  DHCP  \(02_remote"):
@@ -57,7 +57,7 @@ def test_the_state_and_what_changes_are_shown(box, screen):
 
 
 @pytest.mark.parametrize("key, state", [("c", "confirmed"), ("r", "rolled back")])
-def test_a_pending_trial_counts_down_until_a_key_ends_it(box, settings, screen, key, state):
+def test_a_key_ends_a_trial_that_counts_down(box, settings, screen, key, state):
     box.velnetctl("set-ip", "local", "10.8.9.1/8", "--try", "60")
     screen.wait_for("c keeps the setting, r goes back at once")
     screen.wait_for(r"rolled\s+back\s+in\s+5[0-6]\s+s\s")  # nothing but the time has changed
