@@ -12,8 +12,15 @@ install(TARGETS ${libraries} EXPORT VelNetworkManagerTargets
 if(VELNM_BUILD_VELNETCTL)
     install(TARGETS velnetctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
-install(DIRECTORY src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/velnetworkmanager
-    FILES_MATCHING PATTERN "*.h" PATTERN BoundedJson.h EXCLUDE PATTERN velnetctl EXCLUDE)
+list(TRANSFORM velnh_public_headers PREPEND networkhost/)
+foreach(header ${velnm_public_headers} ${velnh_public_headers})
+    get_filename_component(room ${header} DIRECTORY)
+    install(FILES src/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/velnetworkmanager/${room})
+endforeach()
+if(VELNM_BUILD_HOST)
+    install(DIRECTORY src/networksimulation DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/velnetworkmanager
+        FILES_MATCHING PATTERN "*.h")
+endif()
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/VelNetworkManager)
 configure_package_config_file(cmake/VelNetworkManagerConfig.cmake.in

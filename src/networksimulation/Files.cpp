@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "networksimulation/Files.h"
 
-#include "networkhost/device/LockHolder.h"
-
-#include <cerrno>
 #include <utility>
 
 #include <unistd.h>
@@ -11,9 +8,15 @@
 namespace networksimulation {
 namespace {
 
-std::error_code errorOf(int value)
+/// As the real device names the holder of a lock.
+std::string thisProcess()
 {
-    return {value, std::generic_category()};
+    return "process " + std::to_string(::getpid()) + " (" + ::program_invocation_short_name + ')';
+}
+
+std::error_code notFound()
+{
+    return std::make_error_code(std::errc::no_such_file_or_directory);
 }
 
 class HeldLock : public networkhost::IFiles::Lock
@@ -35,7 +38,7 @@ std::error_code Files::read(const std::string& path, std::string& text) const
 {
     const auto found = disk_.read(path);
     if (!found) {
-        return errorOf(ENOENT);
+        return notFound();
     }
     text = *found;
     return {};
@@ -48,7 +51,7 @@ std::error_code Files::replace(const std::string& path, const std::string& text,
 
 std::error_code Files::overwrite(const std::string& path, const std::string& text)
 {
-    return disk_.read(path) ? replace(path, text) : errorOf(ENOENT);
+    return disk_.read(path) ? replace(path, text) : notFound();
 }
 
 std::error_code Files::remove(const std::string& path)
@@ -64,7 +67,7 @@ std::error_code Files::rename(const std::string& from, const std::string& to)
 std::error_code Files::rightsOf(const std::string& path, networkhost::Rights& rights) const
 {
     if (!disk_.read(path) && !disk_.list(path)) {
-        return errorOf(ENOENT);
+        return notFound();
     }
     rights = {};
     return {};
@@ -78,7 +81,7 @@ std::error_code Files::makeDirectory(const std::string& path)
 
 std::error_code Files::moveAside(const std::string& /*path*/)
 {
-    return errorOf(EINVAL); // there are only regular files
+    return std::make_error_code(std::errc::invalid_argument); // there are only regular files
 }
 
 std::error_code Files::writerOf(const std::string& /*path*/, networkhost::Writer& writer) const
@@ -90,8 +93,8 @@ std::error_code Files::writerOf(const std::string& /*path*/, networkhost::Writer
 std::error_code Files::tryLock(const std::string& path, std::unique_ptr<Lock>& lock, std::string& holder)
 {
     if (!disk_.lock(path)) {
-        holder = networkhost::thisProcess();
-        return errorOf(EWOULDBLOCK);
+        holder = thisProcess();
+        return std::make_error_code(std::errc::operation_would_block);
     }
     lock = std::make_unique<HeldLock>(disk_, path);
     return {};
@@ -100,8 +103,8 @@ std::error_code Files::tryLock(const std::string& path, std::unique_ptr<Lock>& l
 std::error_code Files::probeLock(const std::string& path, std::string& holder) const
 {
     if (!disk_.lock(path)) {
-        holder = networkhost::thisProcess();
-        return errorOf(EWOULDBLOCK);
+        holder = thisProcess();
+        return std::make_error_code(std::errc::operation_would_block);
     }
     disk_.unlock(path);
     return {};
@@ -111,7 +114,7 @@ std::error_code Files::list(const std::string& directory, std::vector<std::strin
 {
     const auto found = disk_.list(directory);
     if (!found) {
-        return errorOf(ENOENT);
+        return notFound();
     }
     names = *found;
     return {};

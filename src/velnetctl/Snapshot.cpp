@@ -2,8 +2,8 @@
 #include "Snapshot.h"
 
 #include "Configured.h"
-#include "networkhost/plan/DaemonHealth.h"
 #include "networkhost/state/Backend.h"
+#include "networkhost/state/DaemonHealth.h"
 #include "networkhost/state/Missing.h"
 #include "networkhost/state/Text.h"
 #include "networkhost/text/Checks.h"

@@ -7,7 +7,7 @@
 #include "Text.h"
 #include "Trial.h"
 #include "networkhost/loop/Cells.h"
-#include "networkhost/plan/DaemonHealth.h"
+#include "networkhost/state/DaemonHealth.h"
 #include "networkhost/state/Missing.h"
 #include "networkhost/state/Text.h"
 #include "networkhost/text/Checks.h"

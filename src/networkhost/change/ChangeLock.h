@@ -9,7 +9,7 @@
 #include <memory>
 #include <string>
 
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 /// Held while the configuration is changed through this library: changes take turns, in other processes, too.
 struct ChangeLock
@@ -31,4 +31,4 @@ Outcome refusalOf(IDevice& device, const Plan& plan, bool force);
 /// Why the plan must not be carried out now, although it has its turn; empty when it may.
 std::string conflictOf(IDevice& device, const Plan& plan);
 
-} // namespace networkhost
+} // namespace gnu::visibility("hidden")]]networkhost

@@ -4,6 +4,7 @@
 #include "base/Paths.h"
 #include "networkhost/change/ChangeLock.h"
 #include "networkhost/change/Steps.h"
+#include "networkhost/plan/PlannedFiles.h"
 #include "networkhost/state/LiveState.h"
 #include "networkhost/state/Missing.h"
 #include "networkhost/state/TrialRecord.h"

@@ -7,7 +7,7 @@
 #include <chrono>
 #include <string>
 
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 struct RollBackOptions
 {
@@ -23,4 +23,4 @@ struct RollBackOptions
 /// the trial stays pending, and this can be called again. A file that cannot be put back holds up none of the others.
 Outcome rollBackTrial(IDevice& device, const std::string& why, const RollBackOptions& options);
 
-} // namespace networkhost
+} // namespace gnu::visibility("hidden")]]networkhost

@@ -10,7 +10,7 @@
 #include <vector>
 
 /// The steps of a change: files and commands. The caller holds the change lock.
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 /// Runs the commands of the plan and writes its files. Stops at the first step that fails. `allowsInPlace`: see
 /// apply().
@@ -19,4 +19,4 @@ Outcome runSteps(IDevice& device, const Plan& plan, bool allowsInPlace);
 /// Makes the daemons read the files again, each that reads one of them. Those that did not, in words; "" when all did.
 std::string restartDaemons(IDevice& device, const std::vector<SavedFile>& files);
 
-} // namespace networkhost
+} // namespace gnu::visibility("hidden")]]networkhost

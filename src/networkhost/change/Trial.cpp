@@ -6,8 +6,8 @@
 #include "networkhost/change/RollBack.h"
 #include "networkhost/change/Steps.h"
 #include "networkhost/device/LockHolder.h"
-#include "networkhost/plan/DaemonHealth.h"
 #include "networkhost/plan/Neighbours.h"
+#include "networkhost/plan/PlanDaemons.h"
 #include "networkhost/state/Missing.h"
 #include "networkhost/state/TrialRecord.h"
 #include "networkhost/state/TrialState.h"
@@ -86,7 +86,7 @@ Outcome arm(IDevice& device, const TrialRecord& record)
         files.remove(paths::kTrial); // it may be there, but for its sync
         return failed(paths::kTrial, error);
     }
-    if (!startGuard(device)) {
+    if (!wakeGuard(device)) {
         files.remove(paths::kTrial);
         return refused("no guard came up that would roll the trial back");
     }

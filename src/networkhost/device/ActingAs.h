@@ -5,7 +5,7 @@
 
 #include <sys/types.h>
 
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 /// As long as it lives, this thread of root has the rights of another user and no capability. One at a time for each
 /// thread.
@@ -28,4 +28,4 @@ private:
     bool isActing_ = false;
 };
 
-} // namespace networkhost
+} // namespace gnu::visibility("hidden")]]networkhost

@@ -3,9 +3,9 @@
 
 #include <chrono>
 
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 /// The time since the boot. Goes on while the device sleeps.
 std::chrono::milliseconds timeSinceBoot();
 
-} // namespace networkhost
+} // namespace gnu::visibility("hidden")]]networkhost

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 /// Reads the states from the output of `systemctl show --property=Id,LoadState,UnitFileState,ActiveState`.
 std::vector<DaemonState> parseDaemonStates(const std::string& output);
@@ -14,4 +14,4 @@ std::vector<DaemonState> parseDaemonStates(const std::string& output);
 /// Whether the daemon runs and comes back after a reboot, as files show it: the usual case, without a process.
 bool isPlainlyThere(const std::string& daemon);
 
-} // namespace networkhost
+} // namespace gnu::visibility("hidden")]]networkhost

@@ -3,7 +3,7 @@
 
 #include <string>
 
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 /// The process that has locked what is open, as "process 812 (velnetctl)"; "another process" when the kernel does not
 /// tell.
@@ -12,4 +12,4 @@ std::string lockHolder(int fd);
 /// "process 812 (velnetctl)" of this process.
 std::string thisProcess();
 
-} // namespace networkhost
+} // namespace gnu::visibility("hidden")]]networkhost

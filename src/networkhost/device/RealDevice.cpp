@@ -5,6 +5,7 @@
 #include "base/Paths.h"
 #include "networkhost/device/Clock.h"
 #include "networkhost/device/DaemonStates.h"
+#include "networkhost/device/RealFiles.h"
 #include "networkhost/device/RealHints.h"
 #include "networkhost/device/RealNeighbours.h"
 #include "networkhost/text/Words.h"
@@ -58,7 +59,7 @@ private:
 } // namespace
 
 RealDevice::RealDevice(std::string velnetctl)
-    : velnetctl_(std::move(velnetctl)), system_(std::make_unique<RealSystem>())
+    : velnetctl_(std::move(velnetctl)), system_(std::make_unique<RealSystem>()), files_(std::make_unique<RealFiles>())
 {}
 
 std::chrono::milliseconds RealDevice::now() const

@@ -3,7 +3,6 @@
 
 #include "../../networkmanager/system/ISystemIF.h"
 #include "IDevice.h"
-#include "RealFiles.h"
 
 #include <chrono>
 #include <functional>
@@ -21,7 +20,7 @@ public:
     explicit RealDevice(std::string velnetctl = "velnetctl");
 
     networkmanager::ISystemIF& system() override { return *system_; }
-    IFiles& files() override { return files_; }
+    IFiles& files() override { return *files_; }
     std::chrono::milliseconds now() const override;
     void pause(std::chrono::milliseconds duration) override;
     bool startGuard(const std::function<bool()>& isUp) override;
@@ -35,7 +34,7 @@ private:
 
     std::string velnetctl_;
     std::unique_ptr<networkmanager::ISystemIF> system_;
-    RealFiles files_;
+    std::unique_ptr<IFiles> files_;
 };
 
 } // namespace networkhost

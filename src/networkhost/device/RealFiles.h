@@ -3,7 +3,7 @@
 
 #include "IFiles.h"
 
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 /// The files of the device that the process runs on. Reads regular files only (EINVAL), below 16 MiB (EFBIG).
 class RealFiles : public IFiles
@@ -23,4 +23,4 @@ public:
     std::error_code probeLock(const std::string& path, std::string& holder) const override;
 };
 
-} // namespace networkhost
+} // namespace gnu::visibility("hidden")]]networkhost

@@ -8,7 +8,7 @@
 #include <set>
 #include <string>
 
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 /// Those of the kernel: links, addresses and IPv4 routes, and the files with their directories. Needs no privilege.
 class RealHints : public IHints
@@ -33,4 +33,4 @@ private:
     bool isExhausted_ = false; // the user has no watches left
 };
 
-} // namespace networkhost
+} // namespace gnu::visibility("hidden")]]networkhost

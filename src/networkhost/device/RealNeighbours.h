@@ -7,7 +7,7 @@
 #include <string>
 
 /// Questions by ARP, without an IP packet. Empty without the right to ask, or without the interface. Thread-safe.
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 /// The kernel's own question for a neighbour (CAP_NET_ADMIN).
 std::unique_ptr<IQuestion> askForNeighbour(const std::string& interfaceName, const std::string& address);
@@ -15,4 +15,4 @@ std::unique_ptr<IQuestion> askForNeighbour(const std::string& interfaceName, con
 /// Whether somebody else has an address that this device has (CAP_NET_RAW). Closing it takes some 10 ms.
 std::unique_ptr<IQuestion> askForTwin(const std::string& interfaceName, const std::string& address);
 
-} // namespace networkhost
+} // namespace gnu::visibility("hidden")]]networkhost

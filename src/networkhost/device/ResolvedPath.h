@@ -8,7 +8,7 @@
 #include <string>
 #include <system_error>
 
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 /// Where a file lies, or is to lie: nobody can lead it elsewhere any more by changing names on the way. As long as it
 /// lives, the thread has the rights of the user whose directories it has come to. For one thread, one at a time.
@@ -29,4 +29,4 @@ inline std::error_code errorOf(int value)
 /// write to. ELOOP for all of that.
 std::error_code resolve(const std::string& path, ResolvedPath& resolved);
 
-} // namespace networkhost
+} // namespace gnu::visibility("hidden")]]networkhost

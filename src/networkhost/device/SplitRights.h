@@ -5,7 +5,7 @@
 
 #include <functional>
 
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 /// Calls work(device). Where the records of trials belong to another user than the caller, which is root, the process
 /// splits in two before: a child that has become this user calls it, and the caller, as root, runs the commands that
@@ -13,4 +13,4 @@ namespace networkhost {
 /// failed.
 bool splitRights(IDevice& device, const std::function<void(IDevice& device)>& work);
 
-} // namespace networkhost
+} // namespace gnu::visibility("hidden")]]networkhost

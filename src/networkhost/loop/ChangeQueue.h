@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 /// Runs changes on threads of its own, in the order in which they were added: the next one begins when the one before
 /// it has ended, or waits until the device shows what it has changed. Signals are blocked there. One thread at a time
@@ -70,4 +70,4 @@ private:
     std::vector<std::thread> threads_;
 };
 
-} // namespace networkhost
+} // namespace gnu::visibility("hidden")]]networkhost

@@ -36,9 +36,9 @@ std::unique_ptr<IHints> openHints(IDevice& device)
 
 } // namespace
 
-struct LiveUpdates::Parts
+struct [[gnu::visibility("hidden")]] LiveUpdates::Parts
 {
-    Parts(IDevice& ofDevice, HostSignals& host, std::map<std::string, networkmanager::EthInterface>& interfaces)
+    Parts(IDevice & ofDevice, HostSignals & host, std::map<std::string, networkmanager::EthInterface> & interfaces)
         : device(ofDevice), refresher(host, interfaces, ofDevice.system()), hints(openHints(ofDevice)),
           timer(ownedOrThrow("timerfd_create", ::timerfd_create(CLOCK_BOOTTIME, TFD_CLOEXEC | TFD_NONBLOCK))),
           all(openEpoll())

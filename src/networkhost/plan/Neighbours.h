@@ -12,7 +12,7 @@
 #include <vector>
 
 /// Whether others in a network answer for an address (ARP). Where the question cannot be asked, nothing is claimed.
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 /// A question that has been asked for a plan.
 struct AskedNeighbour
@@ -39,4 +39,4 @@ std::vector<std::string> faultsOfNeighbours(const IDevice& device, const std::ve
 /// their addresses somebody else has as well.
 std::vector<std::string> unansweredOrTaken(IDevice& device, const Plan& plan);
 
-} // namespace networkhost
+} // namespace gnu::visibility("hidden")]]networkhost

@@ -58,7 +58,4 @@ Outcome outcomeOf(const Plan& plan, bool force = false);
 /// still lacks, in words (see missing()); empty when the settings are live. For plans that apply() has carried out.
 std::string waitUntilLive(IDevice& device, const Plan& plan, std::chrono::milliseconds limit);
 
-/// The part of a configuration that the plan's files make up: their interfaces, and systemd-resolved.
-Configuration touchedBy(const Plan& plan, const Configuration& configuration);
-
 } // namespace networkhost

@@ -1,12 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "networkhost/plan/PlannedFiles.h"
 
+#include "base/Paths.h"
 #include "networkhost/text/Words.h"
+#include "networkmanager/BuiltInInterfaces.h"
 
 #include <algorithm>
 #include <set>
 
 namespace networkhost {
+
+namespace paths = velbase2::system::paths;
+
 namespace {
 
 const FileChange* find(const Plan& plan, const std::string& path)
@@ -46,6 +51,25 @@ std::error_code PlannedFiles::list(const std::string& directory, std::vector<std
     }
     names.assign(all.begin(), all.end());
     return {};
+}
+
+Configuration touchedBy(const Plan& plan, const Configuration& configuration)
+{
+    const auto isTouched = [&plan](const std::string& beginning) {
+        return std::any_of(plan.files.begin(), plan.files.end(),
+                           [&](const auto& file) { return startsWith(file.path, beginning); });
+    };
+    Configuration touched;
+    for (const auto& builtIn : networkmanager::kBuiltInInterfaces) {
+        if (isTouched(paths::ofInterface(builtIn.networkFile))) {
+            touched.interfaces[builtIn.name] = configuration.interfaces.at(builtIn.name);
+        }
+    }
+    if (isTouched(paths::kResolverDirectory)) {
+        touched.dnsServers = configuration.dnsServers;
+        touched.searchDomains = configuration.searchDomains;
+    }
+    return touched;
 }
 
 } // namespace networkhost

@@ -8,7 +8,7 @@
 #include <system_error>
 #include <vector>
 
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 /// The files as they will be.
 class PlannedFiles : public IReadableFiles
@@ -25,4 +25,7 @@ private:
     const Plan& plan_;
 };
 
-} // namespace networkhost
+/// The part of a configuration that the plan's files make up: their interfaces, and systemd-resolved.
+Configuration touchedBy(const Plan& plan, const Configuration& configuration);
+
+} // namespace gnu::visibility("hidden")]]networkhost

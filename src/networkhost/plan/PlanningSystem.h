@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 /// A system interface that reads from the device, and notes writes and commands in a plan instead of doing them.
 class PlanningSystem : public networkmanager::SystemIF
@@ -47,4 +47,4 @@ private:
     bool mayFail_ = false;
 };
 
-} // namespace networkhost
+} // namespace gnu::visibility("hidden")]]networkhost

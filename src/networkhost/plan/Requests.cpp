@@ -2,9 +2,9 @@
 #include "networkhost/plan/Requests.h"
 
 #include "base/IpHelper.h"
+#include "networkhost/plan/DnsServers.h"
 #include "networkhost/plan/PlanningSystem.h"
 #include "networkhost/plan/Review.h"
-#include "networkhost/plan/Settings.h"
 #include "networkhost/state/Backend.h"
 #include "networkhost/state/Configuration.h"
 #include "networkhost/state/Missing.h"

@@ -2,11 +2,12 @@
 #include "networkhost/plan/Review.h"
 
 #include "base/Paths.h"
-#include "networkhost/plan/DaemonHealth.h"
 #include "networkhost/plan/Neighbours.h"
 #include "networkhost/plan/Objections.h"
+#include "networkhost/plan/PlanDaemons.h"
 #include "networkhost/plan/PlannedFiles.h"
 #include "networkhost/state/DaemonFile.h"
+#include "networkhost/state/DaemonHealth.h"
 #include "networkhost/state/LiveState.h"
 #include "networkhost/state/Text.h"
 #include "networkhost/state/TrialState.h"

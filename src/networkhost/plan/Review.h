@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 /// The lines of the old text that the new one drops though nobody asked for it, as a hand-written "MTUBytes=1400" or a
 /// second address.
@@ -22,4 +22,4 @@ void review(IDevice& device, Plan& plan, const std::string& advice = {});
 /// change is refused: the settings may be on trial.
 Plan reviewed(IDevice& device, Plan plan, const std::string& advice = {});
 
-} // namespace networkhost
+} // namespace gnu::visibility("hidden")]]networkhost

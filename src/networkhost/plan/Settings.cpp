@@ -3,6 +3,7 @@
 
 #include "base/IpHelper.h"
 #include "base/Paths.h"
+#include "networkhost/plan/DnsServers.h"
 #include "networkhost/plan/PlannedFiles.h"
 #include "networkhost/plan/PlanningSystem.h"
 #include "networkhost/plan/Review.h"

@@ -21,10 +21,6 @@ std::string saveSettings(const IReadableFiles& files);
 /// faults, and when a file that the library does not write asks for something else.
 Plan planSettings(IDevice& device, const std::string& document);
 
-/// Adds to the plan what makes these, in that order, all the servers that systemd-resolved asks besides those of
-/// leases; nothing when they are already. Returns why that is not possible; empty when it is.
-std::string addDnsServers(IDevice& device, const std::vector<std::string>& servers, Plan& plan);
-
 /// What is wrong with the document, each with its place: "interfaces.remote.routes[1].gateway: not an IPv4 address".
 /// For text that is no JSON, the first fault with line and column. After 100 faults one line tells how many more there
 /// are. A document of more than 1 MiB, or of more than 8 levels, is refused unread.

@@ -7,7 +7,7 @@
 #include <vector>
 
 /// The document of all settings, and the configuration that it stands for. Thread-safe.
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 /// See saveSettings().
 std::string toDocument(const Configuration& configuration);
@@ -19,4 +19,4 @@ Configuration parseDocument(const std::string& document, std::vector<std::string
 /// The same with its routes in order of text, each once: their order means nothing.
 Configuration sorted(Configuration configuration);
 
-} // namespace networkhost
+} // namespace gnu::visibility("hidden")]]networkhost

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 /// A section of a file as systemd's daemons read it, which is not how the library's own loader reads it: blanks are
 /// trimmed, a line may go on in the next one, and a key may stand more than once.
@@ -24,4 +24,4 @@ std::vector<DaemonSection> parseDaemonFile(const std::string& text);
 /// Appends the words of `value` to the list as the daemons do it: an empty value empties the list.
 void assignList(std::vector<std::string>& list, const std::string& value);
 
-} // namespace networkhost
+} // namespace gnu::visibility("hidden")]]networkhost

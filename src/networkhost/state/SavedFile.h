@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 /// A file as it was before a change.
 struct SavedFile
@@ -25,4 +25,4 @@ std::string checksumOf(const std::string& text);
 bool isBack(const IFiles& files, const SavedFile& saved);
 bool areBack(const IFiles& files, const std::vector<SavedFile>& saved);
 
-} // namespace networkhost
+} // namespace gnu::visibility("hidden")]]networkhost

@@ -11,7 +11,7 @@
 
 /// The record of a trial: all that is needed to go back, in a directory on the file system of the configuration, so
 /// that both last or both vanish. Its name says what it means, and one rename changes that.
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 struct TrialRecord
 {
@@ -58,4 +58,4 @@ bool closeRestored(IFiles& files);
 /// The directory of the records, and the one that it lies in.
 std::error_code makeTrialDirectory(IFiles& files);
 
-} // namespace networkhost
+} // namespace gnu::visibility("hidden")]]networkhost

@@ -107,21 +107,17 @@ TrialState endOfTrial(IDevice& device)
     return state;
 }
 
-bool startGuard(IDevice& device)
+bool wakeGuard(IDevice& device)
 {
+    const auto state = trialState(device);
+    if (!state.isPending() || state.kind == TrialState::Kind::Unreadable) {
+        return true;
+    }
     return device.startGuard([&device] {
         std::string holder;
         return device.files().probeLock(paths::kGuardLock, holder) == std::errc::operation_would_block ||
                !trialState(device).isPending(); // it has ended meanwhile
     });
-}
-
-void wakeGuard(IDevice& device)
-{
-    const auto state = trialState(device);
-    if (state.isPending() && state.kind != TrialState::Kind::Unreadable) {
-        startGuard(device);
-    }
 }
 
 } // namespace networkhost

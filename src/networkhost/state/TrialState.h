@@ -35,10 +35,8 @@ TrialState trialState(IDevice& device);
 /// The same, but waits while a roll-back is at work, 30 s at most.
 TrialState endOfTrial(IDevice& device);
 
-/// Sees that a guard is there for the pending trial. False when none came up.
-bool startGuard(IDevice& device);
-
-/// Starts a guard for a pending trial that has lost its own: both were killed, and systemd has none.
-void wakeGuard(IDevice& device);
+/// Starts a guard for the pending trial when none is there. False when none came up. A trial that has lost its guard
+/// needs it: systemd starts one again where it has the units.
+bool wakeGuard(IDevice& device);
 
 } // namespace networkhost

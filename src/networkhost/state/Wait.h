@@ -6,7 +6,7 @@
 #include <chrono>
 #include <functional>
 
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 /// Returns when isOver() is true, the limit is over, or it is broken off. It is asked at once, and whenever something
 /// may have changed.
@@ -29,4 +29,4 @@ void setWaiting(IWaiting* waiting);
 /// Whether the waits of this thread are broken off.
 bool isBrokenOff();
 
-} // namespace networkhost
+} // namespace gnu::visibility("hidden")]]networkhost

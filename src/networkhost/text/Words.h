@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace networkhost {
+namespace [[gnu::visibility("hidden")]] networkhost {
 
 /// Without the blanks, tabs and carriage returns at both ends.
 std::string trimmed(std::string_view text);
@@ -19,4 +19,4 @@ std::vector<std::string> linesOf(const std::string& text);
 bool startsWith(std::string_view text, std::string_view beginning) noexcept;
 bool endsWith(std::string_view text, std::string_view end) noexcept;
 
-} // namespace networkhost
+} // namespace gnu::visibility("hidden")]]networkhost

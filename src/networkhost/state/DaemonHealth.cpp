@@ -1,16 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include "networkhost/plan/DaemonHealth.h"
-
-#include "base/Paths.h"
-#include "networkhost/text/Words.h"
+#include "networkhost/state/DaemonHealth.h"
 
 #include <algorithm>
 #include <initializer_list>
-#include <utility>
 
 namespace networkhost {
-
-namespace paths = velbase2::system::paths;
 
 namespace {
 
@@ -72,29 +66,6 @@ std::vector<std::string> faultsOf(const DaemonState& daemon)
 {
     std::vector<std::string> faults{bootFaultOf(daemon), presentFaultOf(daemon)};
     faults.erase(std::remove(faults.begin(), faults.end(), std::string()), faults.end());
-    return faults;
-}
-
-std::vector<DaemonState> daemonsOf(IDevice& device, const Plan& plan)
-{
-    auto daemons = device.daemons();
-    const auto isNotConcerned = [&plan](const DaemonState& daemon) {
-        const std::string directory = daemon.name == kNetworkd ? paths::kNetworkDirectory : paths::kResolverDirectory;
-        return std::none_of(plan.files.begin(), plan.files.end(),
-                            [&](const auto& file) { return startsWith(file.path, directory); });
-    };
-    daemons.erase(std::remove_if(daemons.begin(), daemons.end(), isNotConcerned), daemons.end());
-    return daemons;
-}
-
-std::vector<std::string> daemonFaults(IDevice& device, const Plan& plan)
-{
-    std::vector<std::string> faults;
-    for (const auto& daemon : daemonsOf(device, plan)) {
-        if (auto fault = bootFaultOf(daemon); !fault.empty()) {
-            faults.push_back(std::move(fault));
-        }
-    }
     return faults;
 }
 

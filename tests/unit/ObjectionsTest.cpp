@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 // What the scenarios cannot show: settings by hand that the daemons do not understand, and the defaults of options.
+#include "networkhost/plan/Objections.h"
+
 #include "networkhost/change/Apply.h"
 #include "networkhost/change/Trial.h"
-#include "networkhost/plan/Objections.h"
 #include "networkhost/plan/Requests.h"
 #include "networksimulation/Device.h"
 
@@ -11,7 +12,7 @@
 using networkhost::ConfiguredInterface;
 using testing::ElementsAre;
 
-TEST(Concerns, NameTheSettingAndItsFault)
+TEST(Objections, NameTheSettingAndItsFault)
 {
     const auto of = [](const ConfiguredInterface& remote) {
         return networkhost::objectionsTo({{{"remote", remote}}, {}, {}}, {});
@@ -31,7 +32,7 @@ TEST(Concerns, NameTheSettingAndItsFault)
     EXPECT_THAT(of({{"10.0.0.0/31"}, false, "10.0.0.1", {}}), ElementsAre());              // no broadcast address
 }
 
-TEST(Concerns, RefuseAPlanUnlessItIsForced)
+TEST(Objections, RefuseAPlanUnlessItIsForced)
 {
     networksimulation::Device device;
     const auto plan = networkhost::planIp(device, "local", {"10.0.0.0", "255.0.0.0", false, ""});

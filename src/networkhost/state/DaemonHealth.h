@@ -2,7 +2,6 @@
 #pragma once
 
 #include "../device/IDevice.h"
-#include "Plan.h"
 
 #include <string>
 #include <vector>
@@ -19,11 +18,5 @@ std::string presentFaultOf(const DaemonState& daemon);
 
 /// Both, as far as there are any.
 std::vector<std::string> faultsOf(const DaemonState& daemon);
-
-/// Those of the daemons that read the plan's files.
-std::vector<DaemonState> daemonsOf(IDevice& device, const Plan& plan);
-
-/// What would keep them from applying the plan's files after a reboot. Empty also when systemd cannot be asked.
-std::vector<std::string> daemonFaults(IDevice& device, const Plan& plan);
 
 } // namespace networkhost
