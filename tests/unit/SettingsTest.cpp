@@ -4,7 +4,7 @@
 #include "networkhost/change/Apply.h"
 #include "networksimulation/Device.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 using networkhost::planSettings;
 using networkhost::saveSettings;
@@ -71,6 +71,14 @@ TEST(Settings, HaveAllFaultsTold)
         "dns.servers: a list is expected",
         "dns.domains[0]: a word without blanks, control characters and backslashes is expected"};
     EXPECT_EQ(faults, expected);
-    EXPECT_EQ(networkhost::faultsOfSettings("{\n  \"gateway\": nil}").at(0).find("line 2, column 15: syntax error"),
-              0U);
+}
+
+TEST(Settings, TellThePlaceOfASyntaxError)
+{
+    const auto fault = [](const char* document) { return networkhost::faultsOfSettings(document).at(0); };
+    EXPECT_EQ(fault("{\n  \"gateway\": nil}"), "line 2, column 15: syntax error while parsing value - invalid literal; "
+                                               "last read: '\"gateway\": ni'");
+    EXPECT_THAT(fault(""), testing::StartsWith("line 1, column 1: syntax error"));
+    EXPECT_THAT(fault("{}\n\n]"), testing::StartsWith("line 3, column 1: syntax error"));
+    EXPECT_THAT(fault("{\n\"dns\":\n"), testing::StartsWith("line 3, column 1: syntax error")); // behind the last byte
 }

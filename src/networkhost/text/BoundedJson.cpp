@@ -3,7 +3,9 @@
 
 #include "networkhost/text/Checks.h"
 
+#include <algorithm>
 #include <map>
+#include <string_view>
 #include <utility>
 
 namespace networkhost {
@@ -34,7 +36,7 @@ std::string shortened(const std::string& text, std::size_t most)
 class Builder : public nlohmann::json_sax<Json>
 {
 public:
-    Builder(Json& root, Faults& faults) : root_(root), faults_(faults) {}
+    Builder(const std::string& text, Json& root, Faults& faults) : text_(text), root_(root), faults_(faults) {}
 
     const std::string& failure() const { return failure_; }
 
@@ -65,15 +67,15 @@ public:
         return true;
     }
 
-    bool parse_error(std::size_t /*position*/, const std::string& /*token*/,
+    bool parse_error(std::size_t position, const std::string& /*token*/,
                      const nlohmann::detail::exception& error) override
     {
-        failure_ = error.what(); // "[json.exception.parse_error.101] parse error at line 1, column 2: ..."
-        for (const std::string beginning : {"] ", "parse error at "}) {
-            if (const auto position = failure_.find(beginning); position != std::string::npos) {
-                failure_.erase(0, position + beginning.size());
-            }
-        }
+        const auto before = std::string_view(text_).substr(0, position);
+        const auto line = std::count(before.begin(), before.end(), '\n') + 1;
+        const auto column = position - (before.rfind('\n') + 1); // npos + 1 is 0
+        const std::string words = error.what(); // "[...] parse error at line 1, column 2: syntax error while ..."
+        failure_ = "line " + std::to_string(line) + ", column " + std::to_string(column) +
+                   words.substr(std::min(words.find(": "), words.size()));
         return false;
     }
 
@@ -133,6 +135,7 @@ private:
         return place;
     }
 
+    const std::string& text_;
     Json& root_;
     Faults& faults_;
     std::vector<Level> levels_;
@@ -162,7 +165,7 @@ std::vector<std::string> Faults::texts() const
 Json parseBounded(const std::string& text, Faults& faults)
 {
     Json json;
-    Builder builder(json, faults);
+    Builder builder(text, json, faults);
     if (text.size() > kMostBytes) {
         faults.add("larger than 1 MiB");
     } else if (Json::sax_parse(text, &builder)) {

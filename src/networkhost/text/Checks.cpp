@@ -5,7 +5,8 @@
 #include "networkhost/text/Addresses.h"
 
 #include <algorithm>
-#include <string_view>
+#include <array>
+#include <cstdio>
 
 namespace networkhost {
 
@@ -91,17 +92,15 @@ std::string faultOfText(const std::string& text, bool allowsLineFeeds)
 
 std::string printable(const std::string& text)
 {
-    constexpr std::string_view kHexDigits = "0123456789abcdef";
     std::string result;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const char character = text[i];
         // Terminals also take U+0080 to U+009F as control characters.
         const bool isPartOfControl = i > 0 && text[i - 1] == '\xC2' && (character & '\xE0') == '\x80';
         if (isControl(character) || isPartOfControl) {
-            const auto byte = static_cast<unsigned char>(character);
-            result += "\\x";
-            result += kHexDigits[byte >> 4U];
-            result += kHexDigits[byte & 0xFU];
+            std::array<char, 5> escaped{};
+            std::snprintf(escaped.data(), escaped.size(), "\\x%02x", static_cast<unsigned int>(character) & 0xFFU);
+            result += escaped.data();
         } else {
             result += character;
         }
