@@ -75,7 +75,7 @@ TEST(ConfigHandler, FindsTheMask)
     EXPECT_EQ(parseSubnetMask("inet6 ::1/128"), "");
 }
 
-TEST(ConfigHandler, TakesTheAddressOrElse24ForAMissingPrefixLength)
+TEST(ConfigHandler, UsesTheAddressOr24WithoutAPrefixLength)
 {
     EXPECT_EQ(parseSubnetMask("inet 9.0.0.2 x"), "255.128.0.0");
     for (const char* prefix : {"abc", "99999999999", "", " 8"}) {

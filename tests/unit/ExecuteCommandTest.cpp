@@ -83,7 +83,7 @@ TEST(ExecuteCommand, DoesNotWaitForChildrenThatTheHostForks)
     EXPECT_EQ(commands.wait_for(std::chrono::seconds(30)), std::future_status::ready);
 }
 
-TEST(ExecuteCommand, ServesManyThreadsInAHostThatIgnoresOrReapsItsChildren)
+TEST(ExecuteCommand, ServesThreadsOfAHostThatReapsChildren)
 {
     for (const auto handler : {SIG_IGN, reapAnyChild}) {
         const auto previous = std::signal(SIGCHLD, handler);
@@ -98,7 +98,7 @@ TEST(ExecuteCommand, ServesManyThreadsInAHostThatIgnoresOrReapsItsChildren)
     }
 }
 
-TEST(ExecuteCommand, GivesTheHostsEnvironmentWithLocaleAndPathOfItsOwn)
+TEST(ExecuteCommand, SetsLocaleAndPathOfTheHostsEnvironment)
 {
     OwnProcess([] {
         ::setenv("PATH", "/sbin:/bin:/usr/bin:/usr/sbinx", 1);
@@ -144,7 +144,7 @@ TEST(ExecuteCommand, WorksInAHostWithoutStandardStreams)
     });
 }
 
-TEST(ExecuteCommand, SaysWhatTheOuterShellSaysWhenItCannotStartTheInnerOne)
+TEST(ExecuteCommand, TellsThatTheInnerShellCannotStart)
 {
     OwnProcess([] {
         // As a user who has no other process, so that the limit allows one process more each time.
@@ -165,7 +165,7 @@ TEST(ExecuteCommand, SaysWhatTheOuterShellSaysWhenItCannotStartTheInnerOne)
     });
 }
 
-TEST(ExecuteCommand, LeavesNeitherAZombieNorADescriptorWhenMemoryRunsOut)
+TEST(ExecuteCommand, LeavesNothingWhenMemoryRunsOut)
 {
     const auto before = countDescriptors();
     largestAllocation = 100000;

@@ -72,7 +72,7 @@ TEST_F(LiveUpdates, ThatIsNeverQuietRefreshTheCellsAllTheSame)
     }
 }
 
-TEST_F(LiveUpdates, MakeUpForWhatASlotThatThrewHasKeptFromTheCells)
+TEST_F(LiveUpdates, RefreshCellsAgainAfterASlotThrew)
 {
     refreshes();
     remote.link.connect([](const auto&) { throw std::runtime_error("slot"); });
@@ -149,7 +149,7 @@ private:
 
 } // namespace
 
-TEST_F(LiveUpdates, BeginTheNextChangeWhileATrialWaitsAndBreakTheWaitOffAtTheEnd)
+TEST_F(LiveUpdates, BeginTheNextChangeWhileATrialWaits)
 {
     StandingDevice standing(device);
     updates.emplace(standing, manager);

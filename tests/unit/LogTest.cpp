@@ -9,7 +9,7 @@
 using networksimulation::RecordingLog;
 using namespace velbase2::system::log;
 
-TEST(Log, WritesALineWithThePriorityOfItsLevelAndWithoutControlCharactersToStandardError)
+TEST(Log, WritesPriorityAndPrintableTextToStderr)
 {
     RecordingLog().lines.clear(); // a sink comes and goes
     testing::internal::CaptureStderr();

@@ -32,7 +32,7 @@ TEST(EthernetInterfaces, AreLocalAndRemoteWhichHoldsTheGateway)
     EXPECT_THAT([&] { manager.getInterface("eth9"); }, ThrowsMessage<std::out_of_range>("map::at"));
 }
 
-TEST(EthernetInterfaces, HaveOneHolderOfTheGatewayAndKeepWhatIsRegisteredUnderTheSameName)
+TEST(EthernetInterfaces, KeepOneGatewayHolderAndRegisteredNames)
 {
     networkmanager::EthernetInterfaces registry;
     EXPECT_THAT([&] { registry.addInterface("eth9", "9", true, true, true); },
@@ -56,7 +56,7 @@ TEST_F(NetworkManager, LoadsTheFilesOfItsInterfacesWhenItIsMade)
                 ElementsAre(_, "2 load network configuration for: local", "2 load network configuration for: remote"));
 }
 
-TEST_F(NetworkManager, RefreshesAgainAndAgainInOneThreadUntilItIsStoppedOrDestroyed)
+TEST_F(NetworkManager, RefreshesInOneThreadUntilItIsStopped)
 {
     auto another = std::make_unique<networksimulation::NetworkManager>();
     another->start();

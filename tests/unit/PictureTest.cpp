@@ -38,7 +38,7 @@ TEST(PictureTest, MarksForAWhileTheRowsThatWereNotThere)
     EXPECT_EQ(shown(picture, 80, 24, 7s), before + "  addresses   10.0.0.2/8\n              10.0.0.1/8\n" + after);
 }
 
-TEST(PictureTest, WrapsBetweenWordsOrCharactersAndStandsCloserInALowWindow)
+TEST(PictureTest, WrapsLinesAndFitsALowWindow)
 {
     Picture picture;
     picture.show({{"resolver", {{"live", "10.0.0.53, search ab.\u00fc\u00fc\u00fc\u00fc.example", {}, {}}}}}, 1s);
@@ -47,7 +47,7 @@ TEST(PictureTest, WrapsBetweenWordsOrCharactersAndStandsCloserInALowWindow)
                                          "              \u00fc.example\nlast changes\n  none yet (q ends this)\n");
 }
 
-TEST(PictureTest, HasAPendingTrialOnTopAFinishedOneInALineAtTheEndAndTellsHowMuchDoesNotFit)
+TEST(PictureTest, PutsAPendingTrialFirstAndAFinishedOneLast)
 {
     Picture picture;
     picture.show({{"local", {{"mac", "02::", {}, {}}, {"live", "none", {}, {}}}}}, 1s);

@@ -52,7 +52,7 @@ TEST_F(Refresher, PublishesEachFirstReadingAndThenOnlyChanges)
     EXPECT_THAT(pass(), ElementsAre(published("host", "hostname", "other")));
 }
 
-TEST_F(Refresher, ReadsInAFixedOrderAndNoSpeedWhileTheLinkIsDown)
+TEST_F(Refresher, ReadsInAFixedOrderAndNoSpeedWithoutALink)
 {
     device.unplug("local");
     ReadSystem system(device.disk(), device.shell());
@@ -64,7 +64,7 @@ TEST_F(Refresher, ReadsInAFixedOrderAndNoSpeedWhileTheLinkIsDown)
                                           "/sys/class/net/remote/duplex", "/proc/net/route", "/etc/hostname"));
 }
 
-TEST_F(Refresher, EndsThePassWhenASlotThrowsAndKeepsWhatItHasAssigned)
+TEST_F(Refresher, KeepsAssignedCellsWhenASlotThrows)
 {
     manager.getInterfaces().at("local").link.connect([](const auto&) { throw std::runtime_error("slot"); });
     EXPECT_THROW(pass(), std::runtime_error);

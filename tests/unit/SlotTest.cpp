@@ -28,7 +28,7 @@ TEST_F(SetIpSlots, RunsAloneUntilItsSlotsHaveReturnedOrThrown)
     request();
 }
 
-TEST_F(SetRoutesSlots, EmitsAnInvalidArgumentOfASlotAndTellsWhetherTheFileStands)
+TEST_F(SetRoutesSlots, EmitsAnInvalidArgumentOfASlot)
 {
     const std::string route = "dst=1.1.1.1 gw=2.2.2.2";
     const std::string file = "/etc/systemd/network/01_local.network.d/50-routes.conf";

@@ -16,7 +16,7 @@ using velbase2::nsa::common::enums::IpAddressFamily;
 using velbase2::nsa::common::structs::IpAddress;
 using Lines = std::vector<std::string>;
 
-TEST(SocketReader, GivesTheAddressesOfTheInterfaceInTheKernelsOrder)
+TEST(SocketReader, GivesAddressesInTheKernelsOrder)
 {
     inANetworkOf("ip link add name eth9 type bridge; ip link set eth9 up; ip addr add 192.0.2.1/24 dev eth9; "
                  "ip addr add 10.0.0.1/9 dev eth9; ip addr add 2001:db8::a/64 dev eth9; ip link add name eth90 type "

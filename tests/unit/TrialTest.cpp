@@ -44,7 +44,7 @@ networkhost::Outcome startTrial(networkhost::IDevice& device)
 
 } // namespace
 
-TEST(Trial, IsNotConfirmedBeforeItIsLiveAndGoesBackAtOnceWhenItsProcessIsKilledBeforeThat)
+TEST(Trial, GoesBackWhenItsProcessIsKilledBeforeItIsLive)
 {
     struct Killed
     {};
@@ -95,7 +95,7 @@ TEST(Trial, GoesOnUntilTheDaemonsCanBeRestarted)
     EXPECT_EQ(readLiveState(device).interfaces.at("remote").addresses.front().address, "192.168.50.100");
 }
 
-TEST(Trial, RestartsTheDaemonsOnceAndTellsOnceOfAFileThatDoesNotComeBack)
+TEST(Trial, RestartsOnceForAFileThatDoesNotComeBack)
 {
     EventfulDevice device;
     ASSERT_TRUE(startTrial(device).isDone);
@@ -144,7 +144,7 @@ TEST(Trial, EndsWhenItsProcessDoesNotGoOn)
     EXPECT_EQ(trialState(device).why, "it was not live in time, and its process does not go on");
 }
 
-TEST(Trial, MakesWayForAnotherChangeWhenThePreviousSettingsDoNotBecomeLive)
+TEST(Trial, MakesWayWhenPreviousSettingsAreNotLive)
 {
     networksimulation::Device device;
     ASSERT_TRUE(startTrial(device).isDone);

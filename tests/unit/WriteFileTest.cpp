@@ -54,7 +54,7 @@ struct WriteFile : testing::Test
     const std::string path = directory.file("x");
 };
 
-TEST_F(WriteFile, ReplacesTheWholeContentAndKeepsTheModeWhichIs0644OfANewFileWhateverTheUmask)
+TEST_F(WriteFile, ReplacesTheContentAndKeepsTheMode)
 {
     const auto umaskOfTheHost = ::umask(0077);
     EXPECT_FALSE(writeFile(path, kLong));
@@ -75,7 +75,7 @@ TEST_F(WriteFile, SaysWhyAFileCannotBeOpened)
     EXPECT_EQ(writeFile(path, kLong), std::errc::no_such_device_or_address);
 }
 
-TEST_F(WriteFile, GivesUpForAWriterAndNotForAReaderWhoHasTheLock)
+TEST_F(WriteFile, WaitsForAWriterButNotForAReader)
 {
     EXPECT_FALSE(writeFile(path, kLong));
     const FileDescriptor reader(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
@@ -89,7 +89,7 @@ TEST_F(WriteFile, GivesUpForAWriterAndNotForAReaderWhoHasTheLock)
     EXPECT_EQ(textOf(path), kShort);
 }
 
-TEST_F(WriteFile, WritesToTheNewFileWhenTheFileIsReplacedBeforeItsTurn)
+TEST_F(WriteFile, WritesToTheFileThatReplacedItMeanwhile)
 {
     EXPECT_FALSE(writeFile(path, kLong));
     EXPECT_FALSE(writeFile(directory.file("new"), kLong));
