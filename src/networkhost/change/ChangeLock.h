@@ -9,7 +9,9 @@
 #include <memory>
 #include <string>
 
-namespace [[gnu::visibility("hidden")]] networkhost {
+#pragma GCC visibility push(hidden)
+
+namespace networkhost {
 
 /// Held while the configuration is changed through this library: changes take turns, in other processes, too.
 struct ChangeLock
@@ -31,4 +33,6 @@ Outcome refusalOf(IDevice& device, const Plan& plan, bool force);
 /// Why the plan must not be carried out now, although it has its turn; empty when it may.
 std::string conflictOf(IDevice& device, const Plan& plan);
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

@@ -7,7 +7,9 @@
 #include <chrono>
 #include <string>
 
-namespace [[gnu::visibility("hidden")]] networkhost {
+#pragma GCC visibility push(hidden)
+
+namespace networkhost {
 
 struct RollBackOptions
 {
@@ -23,4 +25,6 @@ struct RollBackOptions
 /// the trial stays pending, and this can be called again. A file that cannot be put back holds up none of the others.
 Outcome rollBackTrial(IDevice& device, const std::string& why, const RollBackOptions& options);
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

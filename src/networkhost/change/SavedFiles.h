@@ -10,8 +10,10 @@
 #include <system_error>
 #include <vector>
 
+#pragma GCC visibility push(hidden)
+
 /// The files of a change as they were before it, and how they come back. The caller holds the change lock.
-namespace [[gnu::visibility("hidden")]] networkhost {
+namespace networkhost {
 
 /// The files of the plan as they are now.
 std::vector<SavedFile> savedFilesOf(const IFiles& files, const Plan& plan);
@@ -30,4 +32,6 @@ struct Restored
 /// anything else that somebody with more rights has put there meanwhile, stays; `notes` tells of it.
 Restored restoreFiles(IFiles& files, const std::vector<SavedFile>& saved, std::vector<std::string>& notes);
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

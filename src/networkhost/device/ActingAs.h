@@ -5,7 +5,9 @@
 
 #include <sys/types.h>
 
-namespace [[gnu::visibility("hidden")]] networkhost {
+#pragma GCC visibility push(hidden)
+
+namespace networkhost {
 
 /// As long as it lives, this thread of root has the rights of another user and no capability. One at a time for each
 /// thread.
@@ -28,4 +30,6 @@ private:
     bool isActing_ = false;
 };
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

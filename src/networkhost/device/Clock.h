@@ -3,9 +3,13 @@
 
 #include <chrono>
 
-namespace [[gnu::visibility("hidden")]] networkhost {
+#pragma GCC visibility push(hidden)
+
+namespace networkhost {
 
 /// The time since the boot. Goes on while the device sleeps.
 std::chrono::milliseconds timeSinceBoot();
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

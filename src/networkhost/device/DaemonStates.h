@@ -6,7 +6,9 @@
 #include <string>
 #include <vector>
 
-namespace [[gnu::visibility("hidden")]] networkhost {
+#pragma GCC visibility push(hidden)
+
+namespace networkhost {
 
 /// Reads the states from the output of `systemctl show --property=Id,LoadState,UnitFileState,ActiveState`.
 std::vector<DaemonState> parseDaemonStates(const std::string& output);
@@ -14,4 +16,6 @@ std::vector<DaemonState> parseDaemonStates(const std::string& output);
 /// Whether the daemon runs and comes back after a reboot, as files show it: the usual case, without a process.
 bool isPlainlyThere(const std::string& daemon);
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

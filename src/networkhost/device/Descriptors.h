@@ -3,9 +3,11 @@
 
 #include "../../base/FileDescriptor.h"
 
+#pragma GCC visibility push(hidden)
+
 /// Descriptors for event loops: closed at exec, and above the standard streams, one of which may be closed. They throw
 /// std::system_error when there are none left.
-namespace [[gnu::visibility("hidden")]] networkhost {
+namespace networkhost {
 
 /// Takes the descriptor over. Throws std::system_error with errno and the name of the call for a negative one.
 velbase2::system::FileDescriptor ownedOrThrow(const char* call, int fd);
@@ -15,4 +17,6 @@ velbase2::system::FileDescriptor openEpoll();
 /// Makes the epoll descriptor readable while the other one is.
 void addTo(int epoll, int fd);
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

@@ -3,7 +3,9 @@
 
 #include <string>
 
-namespace [[gnu::visibility("hidden")]] networkhost {
+#pragma GCC visibility push(hidden)
+
+namespace networkhost {
 
 /// The process that has locked what is open, as "process 812 (velnetctl)"; "another process" when the kernel does not
 /// tell.
@@ -12,4 +14,6 @@ std::string lockHolder(int fd);
 /// "process 812 (velnetctl)" of this process.
 std::string thisProcess();
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

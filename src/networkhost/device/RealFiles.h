@@ -3,7 +3,9 @@
 
 #include "IFiles.h"
 
-namespace [[gnu::visibility("hidden")]] networkhost {
+#pragma GCC visibility push(hidden)
+
+namespace networkhost {
 
 /// The files of the device that the process runs on. Reads regular files only (EINVAL), below 16 MiB (EFBIG).
 class RealFiles : public IFiles
@@ -23,4 +25,6 @@ public:
     std::error_code probeLock(const std::string& path, std::string& holder) const override;
 };
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

@@ -8,7 +8,9 @@
 #include <set>
 #include <string>
 
-namespace [[gnu::visibility("hidden")]] networkhost {
+#pragma GCC visibility push(hidden)
+
+namespace networkhost {
 
 /// Those of the kernel: links, addresses and IPv4 routes, and the files with their directories. Needs no privilege.
 class RealHints : public IHints
@@ -33,4 +35,6 @@ private:
     bool isExhausted_ = false; // the user has no watches left
 };
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

@@ -6,8 +6,10 @@
 #include <memory>
 #include <string>
 
+#pragma GCC visibility push(hidden)
+
 /// Questions by ARP, without an IP packet. Empty without the right to ask, or without the interface. Thread-safe.
-namespace [[gnu::visibility("hidden")]] networkhost {
+namespace networkhost {
 
 /// The kernel's own question for a neighbour (CAP_NET_ADMIN).
 std::unique_ptr<IQuestion> askForNeighbour(const std::string& interfaceName, const std::string& address);
@@ -15,4 +17,6 @@ std::unique_ptr<IQuestion> askForNeighbour(const std::string& interfaceName, con
 /// Whether somebody else has an address that this device has (CAP_NET_RAW). Closing it takes some 10 ms.
 std::unique_ptr<IQuestion> askForTwin(const std::string& interfaceName, const std::string& address);
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

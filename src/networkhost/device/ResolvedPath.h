@@ -8,7 +8,9 @@
 #include <string>
 #include <system_error>
 
-namespace [[gnu::visibility("hidden")]] networkhost {
+#pragma GCC visibility push(hidden)
+
+namespace networkhost {
 
 /// Where a file lies, or is to lie: nobody can lead it elsewhere any more by changing names on the way. As long as it
 /// lives, the thread has the rights of the user whose directories it has come to. For one thread, one at a time.
@@ -29,4 +31,6 @@ inline std::error_code errorOf(int value)
 /// write to. ELOOP for all of that.
 std::error_code resolve(const std::string& path, ResolvedPath& resolved);
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

@@ -5,7 +5,9 @@
 
 #include <functional>
 
-namespace [[gnu::visibility("hidden")]] networkhost {
+#pragma GCC visibility push(hidden)
+
+namespace networkhost {
 
 /// Calls work(device). Where the records of trials belong to another user than the caller, which is root, the process
 /// splits in two before: a child that has become this user calls it, and the caller, as root, runs the commands that
@@ -13,4 +15,6 @@ namespace [[gnu::visibility("hidden")]] networkhost {
 /// failed.
 bool splitRights(IDevice& device, const std::function<void(IDevice& device)>& work);
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

@@ -11,7 +11,9 @@
 #include <thread>
 #include <vector>
 
-namespace [[gnu::visibility("hidden")]] networkhost {
+#pragma GCC visibility push(hidden)
+
+namespace networkhost {
 
 /// Runs changes on threads of its own, in the order in which they were added: the next one begins when the one before
 /// it has ended, or waits until the device shows what it has changed. Signals are blocked there. One thread at a time
@@ -70,4 +72,6 @@ private:
     std::vector<std::thread> threads_;
 };
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

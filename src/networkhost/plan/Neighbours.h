@@ -11,8 +11,10 @@
 #include <string>
 #include <vector>
 
+#pragma GCC visibility push(hidden)
+
 /// Whether others in a network answer for an address (ARP). Where the question cannot be asked, nothing is claimed.
-namespace [[gnu::visibility("hidden")]] networkhost {
+namespace networkhost {
 
 /// A question that has been asked for a plan.
 struct AskedNeighbour
@@ -39,4 +41,6 @@ std::vector<std::string> faultsOfNeighbours(const IDevice& device, const std::ve
 /// their addresses somebody else has as well.
 std::vector<std::string> unansweredOrTaken(IDevice& device, const Plan& plan);
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

@@ -7,8 +7,10 @@
 #include <string>
 #include <vector>
 
+#pragma GCC visibility push(hidden)
+
 /// What is doubtful about a configuration that the library and the daemons take, in sentences. Thread-safe.
-namespace [[gnu::visibility("hidden")]] networkhost {
+namespace networkhost {
 
 /// What would cut the device off, or never become live: addresses that are no host's, two interfaces in one subnet, a
 /// gateway or a route that leads nowhere, a search domain that is none. The live addresses of interfaces with DHCP
@@ -19,4 +21,6 @@ std::vector<std::string> objectionsTo(const Configuration& configuration, const 
 /// Routes from which the live gateway is misread.
 std::vector<std::string> misreadRoutes(const Configuration& configuration);
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

@@ -7,8 +7,10 @@
 #include <string>
 #include <vector>
 
+#pragma GCC visibility push(hidden)
+
 /// The daemons that have to read a plan's files.
-namespace [[gnu::visibility("hidden")]] networkhost {
+namespace networkhost {
 
 /// Those of the daemons that read the plan's files.
 std::vector<DaemonState> daemonsOf(IDevice& device, const Plan& plan);
@@ -16,4 +18,6 @@ std::vector<DaemonState> daemonsOf(IDevice& device, const Plan& plan);
 /// What would keep them from applying the plan's files after a reboot. Empty also when systemd cannot be asked.
 std::vector<std::string> daemonFaults(IDevice& device, const Plan& plan);
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

@@ -8,7 +8,9 @@
 #include <system_error>
 #include <vector>
 
-namespace [[gnu::visibility("hidden")]] networkhost {
+#pragma GCC visibility push(hidden)
+
+namespace networkhost {
 
 /// The files as they will be.
 class PlannedFiles : public IReadableFiles
@@ -28,4 +30,6 @@ private:
 /// The part of a configuration that the plan's files make up: their interfaces, and systemd-resolved.
 Configuration touchedBy(const Plan& plan, const Configuration& configuration);
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

@@ -9,7 +9,9 @@
 #include <string>
 #include <vector>
 
-namespace [[gnu::visibility("hidden")]] networkhost {
+#pragma GCC visibility push(hidden)
+
+namespace networkhost {
 
 /// A system interface that reads from the device, and notes writes and commands in a plan instead of doing them.
 class PlanningSystem : public networkmanager::SystemIF
@@ -47,4 +49,6 @@ private:
     bool mayFail_ = false;
 };
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

@@ -7,7 +7,9 @@
 #include <string>
 #include <vector>
 
-namespace [[gnu::visibility("hidden")]] networkhost {
+#pragma GCC visibility push(hidden)
+
+namespace networkhost {
 
 /// The lines of the old text that the new one drops though nobody asked for it, as a hand-written "MTUBytes=1400" or a
 /// second address.
@@ -22,4 +24,6 @@ void review(IDevice& device, Plan& plan, const std::string& advice = {});
 /// change is refused: the settings may be on trial.
 Plan reviewed(IDevice& device, Plan plan, const std::string& advice = {});
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

@@ -6,8 +6,10 @@
 #include <string>
 #include <vector>
 
+#pragma GCC visibility push(hidden)
+
 /// The document of all settings, and the configuration that it stands for. Thread-safe.
-namespace [[gnu::visibility("hidden")]] networkhost {
+namespace networkhost {
 
 /// See saveSettings().
 std::string toDocument(const Configuration& configuration);
@@ -19,4 +21,6 @@ Configuration parseDocument(const std::string& document, std::vector<std::string
 /// The same with its routes in order of text, each once: their order means nothing.
 Configuration sorted(Configuration configuration);
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

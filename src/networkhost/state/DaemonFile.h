@@ -5,7 +5,9 @@
 #include <utility>
 #include <vector>
 
-namespace [[gnu::visibility("hidden")]] networkhost {
+#pragma GCC visibility push(hidden)
+
+namespace networkhost {
 
 /// A section of a file as systemd's daemons read it, which is not how the library's own loader reads it: blanks are
 /// trimmed, a line may go on in the next one, and a key may stand more than once.
@@ -24,4 +26,6 @@ std::vector<DaemonSection> parseDaemonFile(const std::string& text);
 /// Appends the words of `value` to the list as the daemons do it: an empty value empties the list.
 void assignList(std::vector<std::string>& list, const std::string& value);
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

@@ -16,7 +16,7 @@ std::string checksumOf(const std::string& text)
     boost::crc_optimal<64, 0x42F0E1EBA9EA3693, ~std::uint64_t{0}, ~std::uint64_t{0}, true, true> sum; // CRC-64/XZ
     sum.process_bytes(text.data(), text.size());
     std::array<char, 17> digits{};
-    std::snprintf(digits.data(), digits.size(), "%016" PRIx64, std::uint64_t{sum.checksum()});
+    static_cast<void>(std::snprintf(digits.data(), digits.size(), "%016" PRIx64, std::uint64_t{sum.checksum()}));
     return digits.data();
 }
 

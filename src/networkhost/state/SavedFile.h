@@ -7,7 +7,9 @@
 #include <string>
 #include <vector>
 
-namespace [[gnu::visibility("hidden")]] networkhost {
+#pragma GCC visibility push(hidden)
+
+namespace networkhost {
 
 /// A file as it was before a change.
 struct SavedFile
@@ -25,4 +27,6 @@ std::string checksumOf(const std::string& text);
 bool isBack(const IFiles& files, const SavedFile& saved);
 bool areBack(const IFiles& files, const std::vector<SavedFile>& saved);
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

@@ -9,9 +9,11 @@
 #include <system_error>
 #include <vector>
 
+#pragma GCC visibility push(hidden)
+
 /// The record of a trial: all that is needed to go back, in a directory on the file system of the configuration, so
 /// that both last or both vanish. Its name says what it means, and one rename changes that.
-namespace [[gnu::visibility("hidden")]] networkhost {
+namespace networkhost {
 
 struct TrialRecord
 {
@@ -58,4 +60,6 @@ bool closeRestored(IFiles& files);
 /// The directory of the records, and the one that it lies in.
 std::error_code makeTrialDirectory(IFiles& files);
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

@@ -6,7 +6,9 @@
 #include <chrono>
 #include <functional>
 
-namespace [[gnu::visibility("hidden")]] networkhost {
+#pragma GCC visibility push(hidden)
+
+namespace networkhost {
 
 /// Returns when isOver() is true, the limit is over, or it is broken off. It is asked at once, and whenever something
 /// may have changed.
@@ -29,4 +31,6 @@ void setWaiting(IWaiting* waiting);
 /// Whether the waits of this thread are broken off.
 bool isBrokenOff();
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

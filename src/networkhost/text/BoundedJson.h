@@ -7,9 +7,11 @@
 
 #include <nlohmann/json.hpp>
 
+#pragma GCC visibility push(hidden)
+
 /// JSON that anybody may have written: reading it takes time and memory in proportion to its size. Thread-safe.
 /// Not installed, because no installed header needs nlohmann-json.
-namespace [[gnu::visibility("hidden")]] networkhost {
+namespace networkhost {
 
 /// The first 100 faults, and how many more there are.
 class Faults
@@ -33,4 +35,6 @@ nlohmann::ordered_json parseBounded(const std::string& text, Faults& faults);
 /// A key as it may stand in a fault: printable, and not much of it.
 std::string shownKey(const std::string& key);
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop

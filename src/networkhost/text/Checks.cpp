@@ -99,7 +99,8 @@ std::string printable(const std::string& text)
         const bool isPartOfControl = i > 0 && text[i - 1] == '\xC2' && (character & '\xE0') == '\x80';
         if (isControl(character) || isPartOfControl) {
             std::array<char, 5> escaped{};
-            std::snprintf(escaped.data(), escaped.size(), "\\x%02x", static_cast<unsigned int>(character) & 0xFFU);
+            static_cast<void>(
+                std::snprintf(escaped.data(), escaped.size(), "\\x%02x", static_cast<unsigned int>(character) & 0xFFU));
             result += escaped.data();
         } else {
             result += character;

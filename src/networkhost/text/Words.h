@@ -5,7 +5,9 @@
 #include <string_view>
 #include <vector>
 
-namespace [[gnu::visibility("hidden")]] networkhost {
+#pragma GCC visibility push(hidden)
+
+namespace networkhost {
 
 /// Without the blanks, tabs and carriage returns at both ends.
 std::string trimmed(std::string_view text);
@@ -19,4 +21,6 @@ std::vector<std::string> linesOf(const std::string& text);
 bool startsWith(std::string_view text, std::string_view beginning) noexcept;
 bool endsWith(std::string_view text, std::string_view end) noexcept;
 
-} // namespace gnu::visibility("hidden")]]networkhost
+} // namespace networkhost
+
+#pragma GCC visibility pop
