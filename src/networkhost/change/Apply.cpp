@@ -45,7 +45,7 @@ Outcome apply(IDevice& device, const Plan& plan, const ApplyOptions& options)
     if (plan.files.empty()) {
         return outcomeOf(plan);
     }
-    if (const auto outcome = refusalOf(device, plan, options.force); !outcome.isDone) {
+    if (auto outcome = refusalOf(device, plan, options.force); !outcome.isDone) {
         return outcome;
     }
     const auto turn = lockChanges(device);

@@ -260,7 +260,7 @@ Outcome tryOut(IDevice& device, const Plan& plan, const TrialOptions& options)
         return outcomeOf(plan);
     }
     const bool isRebootCovered = device.hasBootGuard();
-    if (const auto outcome = refusalOfTrial(device, plan, options, isRebootCovered); !outcome.isDone) {
+    if (auto outcome = refusalOfTrial(device, plan, options, isRebootCovered); !outcome.isDone) {
         return outcome;
     }
     Turns turns;

@@ -24,7 +24,7 @@ struct SavedFile
 std::string checksumOf(const std::string& text);
 
 /// Whether the file is as it was.
-bool isBack(const IFiles& files, const SavedFile& saved);
+bool isBack(const IFiles& files, const SavedFile& file);
 bool areBack(const IFiles& files, const std::vector<SavedFile>& saved);
 
 } // namespace networkhost
