@@ -45,13 +45,12 @@ bool Observer::dispatch()
 void Observer::reportConfiguration()
 {
     const auto configuration = networkhost::readConfiguration(device_.files());
-    for (const auto& [name, iface] : cells_.interfaces) {
+    for (auto& [name, iface] : cells_.interfaces) {
         const auto& configured = configuration.interfaces.at(name);
         reportOnChange({name, "configured", configuredText(configured), configuredJson(configured)});
         auto loaded = iface;
         networkhost::Backend(device_.files()).load(loaded);
-        const auto routes = loaded.routes.get().value_or("");
-        reportOnChange({name, "routes", printable(toText(routes)), toJson(routes)});
+        iface.routes.assign_and_signal(loaded.routes.get().value_or("")); // no refresh does
     }
     const auto& [interfaces, servers, domains] = configuration;
     reportOnChange({"resolver", "servers", printable(toText(servers)), servers});

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Json.h"
+#include "Snapshot.h"
 #include "networkhost/device/IDevice.h"
 #include "networkhost/loop/LiveUpdates.h"
 #include "networkhost/state/Configuration.h"
@@ -20,7 +21,7 @@ namespace velnetctl {
 struct Change
 {
     std::string source; // an interface, "host" or "resolver"
-    std::string name;   // of a cell; of what no cell follows: "configured", "routes", "servers", "domains"
+    std::string name;   // of a cell, or "configured", "servers", "domains"
     std::string text;   // for people
     Json value;         // for programs
 };
@@ -38,6 +39,10 @@ public:
     /// See LiveUpdates.
     int fd() const { return updates_.fd(); }
     bool dispatch();
+
+    /// The cells as they are, and what else there is to see at this moment.
+    Snapshot snapshot() const { return readSnapshot(device_, cells_.host, cells_.interfaces); }
+
     template <class Do, class Done>
     void start(Do change, Done done)
     {
@@ -49,11 +54,10 @@ private:
     struct Cells
     {
         HostSignals& getSignals() { return host; }
-        std::map<std::string, networkmanager::EthInterface>& getInterfaces() { return interfaces; }
+        Interfaces& getInterfaces() { return interfaces; }
 
         HostSignals host;
-        std::map<std::string, networkmanager::EthInterface> interfaces =
-            networkmanager::EthernetInterfaces().interfaces;
+        Interfaces interfaces = networkmanager::EthernetInterfaces().interfaces;
     };
 
     void reportConfiguration();

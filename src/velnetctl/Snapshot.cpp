@@ -22,9 +22,6 @@ namespace {
 
 Row linkRow(const EthInterface& iface)
 {
-    if (!iface.macAddress.get()) {
-        return {"link", "absent", Color::Red, {}};
-    }
     if (!iface.link.get().value_or(false)) {
         return {"link", "down", Color::Red, {}};
     }
@@ -42,17 +39,18 @@ Section sectionOf(const EthInterface& iface, const Snapshot& snapshot)
 {
     const auto configuration = onlyInterface(snapshot.configured, iface.name);
     const auto configured = configuredText(configuration.interfaces.at(iface.name));
-    Section section{iface.name, {linkRow(iface)}};
+    const auto& live = snapshot.live.interfaces.at(iface.name);
+    Section section{iface.name, {live.isPresent ? linkRow(iface) : Row{"link", "absent", Color::Red, {}}}};
     const auto add = [&section](const char* label, const std::string& text) {
         section.rows.push_back({label, text, {}, {}});
     };
     add("configured", configured + "  (" + iface.networkFile + ')');
     add("routes", printable(toText(iface.routes.get().value_or(""))));
-    if (!iface.macAddress.get()) {
+    if (!live.isPresent) {
         return section;
     }
     add("live", toText(iface.ipSettings.get().value_or(IpSettings())));
-    for (const auto& address : snapshot.live.interfaces.at(iface.name).addresses) {
+    for (const auto& address : live.addresses) {
         add("addresses", toText(std::vector{address}));
     }
     add("mac", printable(iface.macAddress.get().value_or("")));
@@ -64,17 +62,27 @@ Section sectionOf(const EthInterface& iface, const Snapshot& snapshot)
 
 } // namespace
 
-void read(networkhost::IDevice& device, Snapshot& snapshot)
+Snapshot readSnapshot(networkhost::IDevice& device)
 {
-    auto daemons = std::async([&device] { return device.daemons(); }); // half of the time; without a thread, afterwards
-    for (auto& entry : snapshot.interfaces) {
+    HostSignals host;
+    auto interfaces = networkmanager::EthernetInterfaces().interfaces;
+    for (auto& entry : interfaces) {
         networkhost::Backend(device.files()).load(entry.second);
     }
     // One pass on this thread: a manager's start() and stop() would take its period of 2 seconds.
-    networkmanager::Refresher(snapshot.host, snapshot.interfaces, device.system()).refresh();
-    snapshot.configured = networkhost::readConfiguration(device.files());
-    snapshot.live = networkhost::readLiveState(device);
-    snapshot.daemons = daemons.get();
+    networkmanager::Refresher(host, interfaces, device.system()).refresh();
+    return readSnapshot(device, host, interfaces);
+}
+
+Snapshot readSnapshot(networkhost::IDevice& device, const HostSignals& host, const Interfaces& interfaces)
+{
+    auto daemons = std::async([&device] { return device.daemons(); }); // half of the time; without a thread, afterwards
+    return {host.hostname.get(),
+            host.gateway.get(),
+            interfaces,
+            networkhost::readConfiguration(device.files()),
+            networkhost::readLiveState(device),
+            daemons.get()};
 }
 
 std::vector<Section> sectionsOf(const Snapshot& snapshot)
@@ -82,8 +90,7 @@ std::vector<Section> sectionsOf(const Snapshot& snapshot)
     const auto& [interfaces, servers, domains] = snapshot.configured;
     std::vector<Section> sections{
         {"host",
-         {{"name", printable(toText(snapshot.host.hostname.get())), {}, {}},
-          {"gateway", toText(snapshot.host.gateway.get()), {}, {}}}},
+         {{"name", printable(toText(snapshot.hostname)), {}, {}}, {"gateway", toText(snapshot.gateway), {}, {}}}},
         {"resolver",
          {{"configured", resolverText(servers, domains), {}, {}},
           {"live", resolverText(snapshot.live.dnsServers, snapshot.live.searchDomains), {}, {}}}}};

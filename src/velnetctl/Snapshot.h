@@ -15,18 +15,24 @@
 
 namespace velnetctl {
 
-/// All that is shown of a device, of one moment.
+using Interfaces = std::map<std::string, networkmanager::EthInterface>;
+
+/// Everything that velnetctl shows of a device at one moment.
 struct Snapshot
 {
-    HostSignals host;
-    std::map<std::string, networkmanager::EthInterface> interfaces = networkmanager::EthernetInterfaces().interfaces;
+    std::string hostname;
+    std::string gateway;
+    Interfaces interfaces; // the cells of one that has gone keep what they had: live.interfaces tells that
     networkhost::Configuration configured;
     networkhost::LiveState live;
     std::vector<networkhost::DaemonState> daemons;
 };
 
 /// Reads everything once, without a manager's thread.
-void read(networkhost::IDevice& device, Snapshot& snapshot);
+Snapshot readSnapshot(networkhost::IDevice& device);
+
+/// Copies cells that have just been refreshed, and reads the rest.
+Snapshot readSnapshot(networkhost::IDevice& device, const HostSignals& host, const Interfaces& interfaces);
 
 /// "link        up, 1000 Mbit/s", without control characters.
 struct Row

@@ -72,16 +72,17 @@ Json interfaceJson(const EthInterface& iface, const Snapshot& snapshot)
 {
     const auto configuration = onlyInterface(snapshot.configured, iface.name);
     const auto& configured = configuration.interfaces.at(iface.name);
-    Json json = {{"present", iface.macAddress.get().has_value()},
+    const auto& live = snapshot.live.interfaces.at(iface.name);
+    Json json = {{"present", live.isPresent},
                  {"networkFile", iface.networkFile},
                  {"configured", toJson(settingsOf(configured))},
                  {"configuredAddresses", configured.addresses}};
     networkhost::forEachCell(iface, [&json](const char* name, const auto& cell) { json[name] = toJson(cell.get()); });
-    if (!iface.macAddress.get()) {
+    if (!live.isPresent) {
         json["live"] = nullptr; // the cell still holds what the files say
     }
     json["liveRoutes"] = Json::array();
-    for (const auto& route : snapshot.live.interfaces.at(iface.name).routes) {
+    for (const auto& route : live.routes) {
         json["liveRoutes"].push_back(toText(route));
     }
     json["lacks"] = missing(configuration, snapshot.live);
@@ -93,7 +94,7 @@ void printStatusJson(Session& session, const Snapshot& snapshot, const TrialStat
 {
     Json status = {
         {"trial", trial.isPending() ? toJson(trial) : Json()},
-        {"host", {{"hostname", snapshot.host.hostname.get()}, {"gateway", snapshot.host.gateway.get()}}},
+        {"host", {{"hostname", snapshot.hostname}, {"gateway", snapshot.gateway}}},
         {"resolver",
          {{"configured", {{"servers", snapshot.configured.dnsServers}, {"domains", snapshot.configured.searchDomains}}},
           {"live", {{"servers", snapshot.live.dnsServers}, {"domains", snapshot.live.searchDomains}}}}},
@@ -115,8 +116,7 @@ void printStatusJson(Session& session, const Snapshot& snapshot, const TrialStat
 
 void printStatus(Session& session, const std::vector<std::string>& interfaceNames, bool json)
 {
-    Snapshot snapshot;
-    read(session.device, snapshot);
+    const auto snapshot = readSnapshot(session.device);
     std::vector<std::string> names;
     for (const auto& entry : snapshot.interfaces) {
         if (interfaceNames.empty() || contains(interfaceNames, entry.first)) {

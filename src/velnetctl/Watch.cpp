@@ -210,9 +210,7 @@ bool watch(Session& session)
             trialKeys.take(keys, trial);
         }
         if (observer.dispatch()) {
-            Snapshot snapshot;
-            read(device, snapshot);
-            auto sections = sectionsOf(snapshot);
+            auto sections = sectionsOf(observer.snapshot());
             std::rotate(sections.begin(), sections.begin() + 2, sections.end()); // the interfaces come first
             picture.show(sections, device.now());
             isComplete = true;

@@ -56,6 +56,15 @@ def test_the_state_and_its_changes_are_shown(box, screen):
     screen.wait_for(r"^local\n  link +up(.*\n)+\.\.\. \d+ more lines\n")
 
 
+def test_an_interface_that_goes_is_shown_as_absent(box, screen):
+    box.exec("sh", "-ec", "ip link set local down; ip link set local name away")
+    try:
+        screen.wait_for(r"link +\[absent\] +link +up")
+    finally:
+        box.exec("sh", "-ec", "ip link set away name local; ip link set local up")
+    screen.wait_for(r"link +\[up\]")
+
+
 @pytest.mark.parametrize("key, state", [("c", "confirmed"), ("r", "rolled back")])
 def test_a_key_ends_a_trial_that_counts_down(box, settings, screen, key, state):
     box.velnetctl("set-ip", "local", "10.8.9.1/8", "--try", "60")
