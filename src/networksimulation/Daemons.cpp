@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+#include <boost/algorithm/string/join.hpp>
+
 namespace networksimulation {
 
 using networkhost::ConfiguredInterface;
@@ -185,12 +187,8 @@ std::string Networkd::leaseFile(const std::string& index) const
 {
     for (const auto& [name, lease] : leases_) {
         if (std::to_string(kernel_.interfaces.at(name).index) == index) {
-            std::string servers;
-            for (const auto& server : lease.dnsServers) {
-                servers += (servers.empty() ? "" : " ") + server;
-            }
             return "# This is private data. Do not parse.\nADDRESS=" + lease.address + "\nNETMASK=" + lease.mask +
-                   "\nROUTER=" + lease.router + "\nDNS=" + servers + '\n';
+                   "\nROUTER=" + lease.router + "\nDNS=" + boost::algorithm::join(lease.dnsServers, " ") + '\n';
         }
     }
     return {};

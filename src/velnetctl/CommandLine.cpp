@@ -18,6 +18,7 @@
 #include <map>
 
 #include <CLI/CLI.hpp>
+#include <boost/algorithm/string/join.hpp>
 
 namespace velnetctl {
 namespace {
@@ -95,13 +96,11 @@ std::string checkInterfaceName(const std::string& name)
         return {};
     }
     std::vector<std::string> names;
-    std::string known;
     for (const auto& entry : registry.interfaces) {
         names.push_back(entry.first);
-        known += (known.empty() ? "" : ", ") + entry.first;
     }
-    return "unknown interface '" + networkhost::printable(name) + "'; the managed interfaces are: " + known +
-           suggestion(name, names);
+    return "unknown interface '" + networkhost::printable(name) +
+           "'; the managed interfaces are: " + boost::algorithm::join(names, ", ") + suggestion(name, names);
 }
 
 /// The library writes some texts into files as they stand: nothing in them may end a line there.
@@ -155,13 +154,10 @@ std::string checkTime(const std::string& text, std::chrono::seconds least)
 /// "dst=D gw=G ..." of the words "D via G ...", or of words in the library's own form already.
 std::string routesText(const std::vector<std::string>& words)
 {
-    std::string text;
     if (words.size() == 1 || (!words.empty() && words.front().rfind("dst=", 0) == 0)) {
-        for (const auto& word : words) {
-            text += (text.empty() ? "" : " ") + word;
-        }
-        return text;
+        return boost::algorithm::join(words, " ");
     }
+    std::string text;
     for (std::size_t i = 0; i < words.size(); i += 3) {
         if (i + 2 >= words.size() || words[i + 1] != "via") {
             throw CLI::ValidationError("ROUTE", std::string("expected ") + kRouteForms);

@@ -7,8 +7,6 @@
 #include "networkhost/state/TrialState.h"
 #include "networkhost/state/Wait.h"
 
-#include <optional>
-
 namespace networkhost {
 
 namespace paths = velbase2::system::paths;
@@ -42,12 +40,6 @@ ChangeLock lockWithin(IDevice& device, const char* path, milliseconds limit, con
         }
         device.pause(kPause);
     }
-}
-
-std::optional<std::string> textOf(const IFiles& files, const std::string& path)
-{
-    std::string text;
-    return files.read(path, text) ? std::nullopt : std::optional(text);
 }
 
 } // namespace

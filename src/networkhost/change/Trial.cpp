@@ -12,6 +12,7 @@
 #include "networkhost/state/TrialRecord.h"
 #include "networkhost/state/TrialState.h"
 #include "networkhost/state/Wait.h"
+#include "networkhost/text/Words.h"
 
 #include <algorithm>
 
@@ -23,12 +24,6 @@ using std::chrono::milliseconds;
 namespace {
 
 using Sentences = std::vector<std::string>;
-
-std::string secondsText(milliseconds time)
-{
-    constexpr milliseconds kSecond(1000);
-    return std::to_string((std::max(time, milliseconds(0)) + kSecond - milliseconds(1)) / kSecond) + " s";
-}
 
 Outcome done()
 {
@@ -218,7 +213,6 @@ Outcome recordTrial(IDevice& device, const Plan& plan, const TrialOptions& optio
 Outcome begin(IDevice& device, const Plan& plan, const TrialOptions& options, Turns& turns, TrialRecord& record)
 {
     if (auto outcome = recordTrial(device, plan, options, turns, record); !outcome.isDone) {
-        turns.change.lock.reset();
         return outcome;
     }
     auto outcome = runSteps(device, plan, false);

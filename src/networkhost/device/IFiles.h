@@ -2,8 +2,10 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 namespace networkhost {
@@ -22,6 +24,13 @@ public:
     /// The names in a directory, in byte order.
     virtual std::error_code list(const std::string& directory, std::vector<std::string>& names) const = 0;
 };
+
+/// The text of a file; nothing when it cannot be read.
+inline std::optional<std::string> textOf(const IReadableFiles& files, const std::string& path)
+{
+    std::string text;
+    return files.read(path, text) ? std::nullopt : std::optional(std::move(text));
+}
 
 struct Writer
 {

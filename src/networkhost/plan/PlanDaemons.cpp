@@ -15,13 +15,13 @@ namespace paths = velbase2::system::paths;
 std::vector<DaemonState> daemonsOf(IDevice& device, const Plan& plan)
 {
     auto daemons = device.daemons();
-    const auto isNotConcerned = [&plan](const DaemonState& daemon) {
+    const auto readsNoFile = [&plan](const DaemonState& daemon) {
         const std::string directory =
             daemon.name == "systemd-networkd" ? paths::kNetworkDirectory : paths::kResolverDirectory;
         return std::none_of(plan.files.begin(), plan.files.end(),
                             [&](const auto& file) { return startsWith(file.path, directory); });
     };
-    daemons.erase(std::remove_if(daemons.begin(), daemons.end(), isNotConcerned), daemons.end());
+    daemons.erase(std::remove_if(daemons.begin(), daemons.end(), readsNoFile), daemons.end());
     return daemons;
 }
 

@@ -52,9 +52,7 @@ std::vector<std::string> added(const std::vector<std::string>& before, std::vect
 
 bool asksForServers(const IReadableFiles& files, const std::string& path)
 {
-    std::string text;
-    files.read(path, text);
-    const auto sections = parseDaemonFile(text);
+    const auto sections = parseDaemonFile(textOf(files, path).value_or(""));
     return std::any_of(sections.begin(), sections.end(),
                        [](const auto& section) { return !section.valueOf("DNS").empty(); });
 }

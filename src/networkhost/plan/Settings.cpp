@@ -95,9 +95,7 @@ bool isSlot(const std::string& path)
 
 bool asksForDns(const IReadableFiles& files, const std::string& path)
 {
-    std::string text;
-    files.read(path, text);
-    for (const auto& section : parseDaemonFile(text)) {
+    for (const auto& section : parseDaemonFile(textOf(files, path).value_or(""))) {
         for (const auto& [key, value] : section.entries) {
             if (key == "DNS" || key == "Domains") {
                 return true;

@@ -21,8 +21,7 @@ namespace {
 
 std::vector<DaemonSection> readSections(const IReadableFiles& files, const std::string& path)
 {
-    std::string text;
-    return files.read(path, text) ? std::vector<DaemonSection>() : parseDaemonFile(text);
+    return parseDaemonFile(textOf(files, path).value_or(""));
 }
 
 /// networkd's values that ask for a lease of IPv4.

@@ -16,18 +16,11 @@ namespace paths = velbase2::system::paths;
 
 namespace {
 
-std::string readText(const IFiles& files, const std::string& path)
-{
-    std::string text;
-    files.read(path, text);
-    return text;
-}
-
 Lease readLease(IDevice& device, const std::string& interfaceName)
 {
     const auto index = device.system().readFile(paths::kInterfaceStates + interfaceName + "/ifindex");
     Lease lease;
-    for (const auto& line : linesOf(readText(device.files(), paths::kLeases + index))) {
+    for (const auto& line : linesOf(textOf(device.files(), paths::kLeases + index).value_or(""))) {
         const auto separator = line.find('=');
         const auto key = line.substr(0, separator);
         const auto words = wordsOf(separator == std::string::npos ? "" : line.substr(separator + 1));
@@ -64,7 +57,7 @@ std::vector<Route> routesOf(const std::string& table, const std::string& interfa
 
 void readResolver(const IFiles& files, LiveState& live)
 {
-    for (const auto& line : linesOf(readText(files, paths::kResolverState))) {
+    for (const auto& line : linesOf(textOf(files, paths::kResolverState).value_or(""))) {
         const auto words = wordsOf(line);
         for (std::size_t i = 1; i < words.size(); ++i) {
             if (words.front() == "nameserver") {
@@ -82,7 +75,7 @@ LiveState readLiveState(IDevice& device)
 {
     LiveState live;
     const auto& system = device.system();
-    const auto table = readText(device.files(), paths::kRouteTable);
+    const auto table = textOf(device.files(), paths::kRouteTable).value_or("");
     for (const auto& builtIn : networkmanager::kBuiltInInterfaces) {
         auto& iface = live.interfaces[builtIn.name];
         iface.isPresent = !system.getMacAddress(builtIn.name).empty();

@@ -3,6 +3,8 @@
 
 #include "networkhost/text/Addresses.h"
 
+#include <boost/algorithm/string/join.hpp>
+
 namespace networkhost {
 
 using velbase2::nsa::common::IpSettings;
@@ -53,11 +55,7 @@ std::string toText(const Route& route)
 
 std::string toText(const std::vector<std::string>& texts)
 {
-    std::string joined;
-    for (const auto& text : texts) {
-        joined += (joined.empty() ? "" : ", ") + text;
-    }
-    return toText(joined);
+    return toText(boost::algorithm::join(texts, ", "));
 }
 
 } // namespace networkhost

@@ -5,6 +5,7 @@
 #include "networkhost/device/Failure.h"
 #include "networkhost/state/TrialRecord.h"
 #include "networkhost/state/Wait.h"
+#include "networkhost/text/Words.h"
 
 #include <algorithm>
 #include <iterator>
@@ -13,16 +14,6 @@ namespace networkhost {
 
 namespace paths = velbase2::system::paths;
 using std::chrono::milliseconds;
-
-namespace {
-
-std::string secondsText(milliseconds time)
-{
-    constexpr milliseconds kSecond(1000);
-    return std::to_string((std::max(time, milliseconds(0)) + kSecond - milliseconds(1)) / kSecond) + " s";
-}
-
-} // namespace
 
 bool TrialState::isPending() const
 {

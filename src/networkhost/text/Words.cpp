@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "networkhost/text/Words.h"
 
+#include <algorithm>
 #include <iterator>
 #include <sstream>
 
@@ -30,6 +31,11 @@ std::vector<std::string> linesOf(const std::string& text)
         lines.push_back(line);
     }
     return lines;
+}
+
+std::string secondsText(std::chrono::milliseconds time)
+{
+    return std::to_string(std::max<long long>(std::chrono::ceil<std::chrono::seconds>(time).count(), 0)) + " s";
 }
 
 bool startsWith(std::string_view text, std::string_view beginning) noexcept

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,6 +18,9 @@ std::vector<std::string> wordsOf(const std::string& text);
 
 /// The lines without their line ends.
 std::vector<std::string> linesOf(const std::string& text);
+
+/// "12 s": whole seconds, rounded up, and not less than none.
+std::string secondsText(std::chrono::milliseconds time);
 
 bool startsWith(std::string_view text, std::string_view beginning) noexcept;
 bool endsWith(std::string_view text, std::string_view end) noexcept;

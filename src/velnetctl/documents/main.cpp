@@ -11,10 +11,12 @@
 #include <sstream>
 
 #include <CLI/CLI.hpp>
+#include <boost/algorithm/string/join.hpp>
 
 /// Makes the manual page and the completion of velnetctl: a template, with the parts that the table of verbs gives.
 namespace {
 
+using boost::algorithm::join;
 using Options = std::vector<const CLI::Option*>;
 
 std::vector<const CLI::App*> verbsOf(const CLI::App& app)
@@ -48,15 +50,6 @@ Options ownOptionsOf(const CLI::App& verb)
     auto options = optionsOf(verb);
     options.erase(std::remove(options.begin(), options.end(), verb.get_help_ptr()), options.end());
     return options;
-}
-
-std::string joined(const std::vector<std::string>& words, const std::string& separator)
-{
-    std::string text;
-    for (const auto& word : words) {
-        text += (text.empty() ? "" : separator) + word;
-    }
-    return text;
 }
 
 // --- The manual page: roff with the macros of man(7) ---
@@ -127,7 +120,7 @@ std::string manualOfVerbs(const CLI::App& app)
         for (const auto* option : ownOptionsOf(*verb)) {
             names.push_back(bold(longName(*option)));
         }
-        page += names.empty() ? "" : ".br\nOptions: " + joined(names, ", ") + ".\n";
+        page += names.empty() ? "" : ".br\nOptions: " + join(names, ", ") + ".\n";
         for (const auto* place : placesOf(*verb)) {
             if (place->has_description()) {
                 page += ".TP\n" + italic(place->get_name(true)) + '\n' + prose(place->get_description()) + '\n';
@@ -227,8 +220,8 @@ std::string entryOfTable(const std::string& verb, const Options& options, const 
             values.push_back(names.back() + '=' + offeredFor(option->get_type_name(), option->get_description()));
         }
     }
-    return "    '" + verb + "')\n        options='" + joined(names, " ") + "'\n        values='" + joined(values, " ") +
-           "' repeats=" + (repeats ? "yes" : "''") + "\n        places=(" + joined(places, " ") + ")\n        ;;\n";
+    return "    '" + verb + "')\n        options='" + join(names, " ") + "'\n        values='" + join(values, " ") +
+           "' repeats=" + (repeats ? "yes" : "''") + "\n        places=(" + join(places, " ") + ")\n        ;;\n";
 }
 
 std::string completionTable(const CLI::App& app)
@@ -237,7 +230,7 @@ std::string completionTable(const CLI::App& app)
     for (const auto* verb : verbsOf(app)) {
         verbs.push_back(verb->get_name());
     }
-    auto table = entryOfTable("", optionsOf(app), {'\'' + joined(verbs, " ") + '\''}, false);
+    auto table = entryOfTable("", optionsOf(app), {'\'' + join(verbs, " ") + '\''}, false);
     for (const auto* verb : verbsOf(app)) {
         auto options = optionsOf(*verb);
         for (const auto* option : optionsOf(app)) {
