@@ -33,27 +33,7 @@ constexpr const char* kFlushDefaultRoute = "ip route flush 0/0";
 /// What the kernel tells of an interface.
 std::string readState(const SystemIF& system, const std::string& interfaceName, const char* attribute)
 {
-    thread_local std::string kept; // the memory for the path of each: a pass reads eight
-    std::string path = std::move(kept);
-    path.assign(paths::kInterfaceStates).append(interfaceName).append(attribute);
-    auto text = system.readFile(path);
-    kept = std::move(path);
-    return text;
-}
-
-/// A route table may have megabytes: find is many times as fast as looking at each byte.
-void removeLineEnds(std::string& text)
-{
-    auto end = text.find('\n');
-    auto kept = std::min(end, text.size());
-    while (end != std::string::npos) {
-        const auto begin = end + 1;
-        end = text.find('\n', begin);
-        const auto size = std::min(end, text.size()) - begin;
-        std::char_traits<char>::move(&text[kept], &text[begin], size);
-        kept += size;
-    }
-    text.resize(kept);
+    return system.readFile(paths::kInterfaceStates + interfaceName + attribute);
 }
 
 } // namespace
@@ -154,7 +134,7 @@ std::string SystemIF::readFile(const std::string& path) const
 {
     std::string text;
     velbase2::system::readFile(path, text);
-    removeLineEnds(text);
+    text.erase(std::remove(text.begin(), text.end(), '\n'), text.end());
     return text;
 }
 
