@@ -154,6 +154,15 @@ TEST(Trial, MakesWayWhenPreviousSettingsAreNotLive)
     EXPECT_EQ(trialState(device).kind, TrialState::Kind::RolledBack);
 }
 
+TEST(Trial, TellsWhyItIsNotRolledBack)
+{
+    networksimulation::Device device;
+    ASSERT_TRUE(startTrial(device).isDone);
+    device.failWrite("/etc/systemd/velnet/trials/rollback", EROFS);
+    EXPECT_THAT(rollBack(device, "asked for").reason, testing::EndsWith("/rollback: Read-only file system"));
+    EXPECT_TRUE(trialState(device).isPending());
+}
+
 TEST(Record, KeepsEveryByte)
 {
     networksimulation::Device device;
@@ -163,14 +172,4 @@ TEST(Record, KeepsEveryByte)
     ASSERT_NE(device.textOf(kRemotePath), old);
     EXPECT_TRUE(rollBack(device, "asked for").isDone);
     EXPECT_EQ(device.textOf(kRemotePath), old);
-}
-
-TEST(Plan, IsNotCarriedOutWhenAFileHasChangedSince)
-{
-    networksimulation::Device device;
-    const auto plan = networkhost::planDnsDomain(device, "a.example");
-    ASSERT_TRUE(networkhost::apply(device, networkhost::planDnsDomain(device, "b.example")).isDone);
-    EXPECT_EQ(networkhost::apply(device, plan).reason,
-              "/etc/systemd/resolved.conf.d/dns_domain.conf is no longer as the "
-              "plan saw it: somebody has changed it since");
 }

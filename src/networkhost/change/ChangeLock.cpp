@@ -73,7 +73,13 @@ std::string conflictOf(IDevice& device, const Plan& plan)
         return trial.text();
     }
     for (const auto& file : plan.files) {
-        if (textOf(device.files(), file.path) != file.before) {
+        std::string text;
+        const auto error = device.files().read(file.path, text);
+        const bool isMissing = error == std::errc::no_such_file_or_directory;
+        if (error && !isMissing) {
+            return Failure{Failure::Step::ReadFile, file.path, error, {}}.text();
+        }
+        if (file.before != (isMissing ? std::nullopt : std::optional(text))) {
             return file.path + " is no longer as the plan saw it: somebody has changed it since";
         }
     }

@@ -136,7 +136,7 @@ std::string lackingOf(IDevice& device, const TrialRecord& record)
     for (const auto& file : record.files) {
         plan.files.push_back({file.path, {}, file.text});
     }
-    auto wanted = touchedBy(plan, readConfiguration(device.files()));
+    auto wanted = touchedNow(device.files(), plan);
     const auto live = readLiveState(device);
     for (const auto& [name, iface] : live.interfaces) {
         if (!iface.hasLink) {
@@ -157,8 +157,12 @@ Outcome rollBackTrial(IDevice& device, const std::string& why, const RollBackOpt
         return refused(turn.refusal);
     }
     TrialRecord record;
-    if (claim(device, why, options.onlyWhenDue, record)) {
-        return refused(trialState(device).text());
+    if (const auto error = claim(device, why, options.onlyWhenDue, record)) {
+        const auto state = trialState(device);
+        const bool isKnown = error == std::errc::no_such_file_or_directory ||
+                             error == std::errc::resource_unavailable_try_again ||
+                             state.kind == TrialState::Kind::Unreadable;
+        return refused(isKnown ? state.text() : Failure{Failure::Step::WriteFile, paths::kRollback, error, {}}.text());
     }
     Outcome outcome;
     dropFilesOfOthers(files, record, outcome.notes);

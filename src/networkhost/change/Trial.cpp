@@ -8,6 +8,7 @@
 #include "networkhost/device/LockHolder.h"
 #include "networkhost/plan/Neighbours.h"
 #include "networkhost/plan/PlanDaemons.h"
+#include "networkhost/plan/PlannedFiles.h"
 #include "networkhost/state/Missing.h"
 #include "networkhost/state/TrialRecord.h"
 #include "networkhost/state/TrialState.h"
@@ -108,9 +109,10 @@ bool moveDeadline(IDevice& device, TrialRecord& record, milliseconds time, bool 
 std::string waitForTrial(IDevice& device, const Plan& plan, const TrialOptions& options)
 {
     std::string lacking;
+    const auto wanted = touchedNow(device.files(), plan);
     const auto end = device.now() + options.wait;
     waitUntil(device, options.wait, [&] {
-        lacking = missing(plan.after, readLiveState(device), plan.before);
+        lacking = missing(wanted, readLiveState(device), plan.before);
         if (!lacking.empty() && options.onWaiting) {
             options.onWaiting(lacking, end - device.now());
         }
@@ -123,6 +125,7 @@ Outcome rolledBack(IDevice& device, Outcome outcome, const std::string& why)
 {
     const auto back = rollBack(device, why);
     outcome.isDone = false;
+    outcome.status.clear();
     outcome.reason = why;
     outcome.notes.push_back(back.isDone ? "the previous settings are back" : back.reason);
     outcome.notes.insert(outcome.notes.end(), back.notes.begin(), back.notes.end());
@@ -148,7 +151,7 @@ TrialRecord recordOf(IDevice& device, const Plan& plan, milliseconds wait)
     record.by = thisProcess();
     record.boot = bootMark(device.files());
     record.deadline = device.now() + wait;
-    record.wasLive = missing(plan.before, readLiveState(device)).empty();
+    record.wasLive = missing(touchedNow(device.files(), plan), readLiveState(device)).empty();
     record.files = savedFilesOf(device.files(), plan);
     return record;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "networkhost/plan/Neighbours.h"
 
+#include "networkhost/plan/PlannedFiles.h"
 #include "networkhost/text/Addresses.h"
 #include "networkhost/text/NetworkAddress.h"
 
@@ -90,7 +91,8 @@ std::vector<std::string> faultsOfNeighbours(const IDevice& device, const std::ve
 std::vector<std::string> unansweredOrTaken(IDevice& device, const Plan& plan)
 {
     constexpr milliseconds kLimit(3000);
-    return faultsOfNeighbours(device, askNeighbours(device, {}, plan.after, readLiveState(device), true), kLimit);
+    return faultsOfNeighbours(
+        device, askNeighbours(device, {}, touchedNow(device.files(), plan), readLiveState(device), true), kLimit);
 }
 
 } // namespace networkhost

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "networkhost/plan/Plan.h"
 
+#include "networkhost/plan/PlannedFiles.h"
 #include "networkhost/state/Missing.h"
 #include "networkmanager/RequestStatus.h"
 
@@ -19,6 +20,9 @@ Outcome outcomeOf(const Plan& plan, bool force)
     outcome.status = plan.status;
     outcome.failures = plan.failures;
     outcome.reason = plan.isNothingToChange() ? plan.status : plan.refusal;
+    if (outcome.reason.empty() && plan.files.empty()) {
+        outcome.reason = "the plan has no files to write";
+    }
     if (outcome.reason.empty() && !force && !plan.objections.empty()) {
         outcome = refused(boost::algorithm::join(plan.objections, "; "));
         outcome.objections = plan.objections;
@@ -29,7 +33,7 @@ Outcome outcomeOf(const Plan& plan, bool force)
 
 std::string waitUntilLive(IDevice& device, const Plan& plan, std::chrono::milliseconds limit)
 {
-    return waitUntilLive(device, plan.after, limit, plan.before);
+    return waitUntilLive(device, touchedNow(device.files(), plan), limit, plan.before);
 }
 
 } // namespace networkhost

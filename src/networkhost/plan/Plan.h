@@ -54,8 +54,9 @@ struct Plan
 /// change, or its objections unless `force`. Done when there is something to carry out.
 Outcome outcomeOf(const Plan& plan, bool force = false);
 
-/// Waits until the live state shows the plan's settings, and not those of before, or until the limit is over. What it
-/// still lacks, in words (see missing()); empty when the settings are live. For plans that apply() has carried out.
+/// For a plan that apply() has carried out: waits until its interfaces and resolver are live as their files say, and
+/// show no settings of before, or until the limit is over. Returns what is still missing, in words (see missing());
+/// empty when all is live.
 std::string waitUntilLive(IDevice& device, const Plan& plan, std::chrono::milliseconds limit);
 
 } // namespace networkhost

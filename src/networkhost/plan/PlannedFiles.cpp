@@ -72,4 +72,9 @@ Configuration touchedBy(const Plan& plan, const Configuration& configuration)
     return touched;
 }
 
+Configuration touchedNow(const IReadableFiles& files, const Plan& plan)
+{
+    return touchedBy(plan, readConfiguration(files));
+}
+
 } // namespace networkhost

@@ -30,6 +30,9 @@ private:
 /// The part of a configuration that the plan's files make up: their interfaces, and systemd-resolved.
 Configuration touchedBy(const Plan& plan, const Configuration& configuration);
 
+/// The same of the files as they are now. Other changes may have come between the plan and its apply().
+Configuration touchedNow(const IReadableFiles& files, const Plan& plan);
+
 } // namespace networkhost
 
 #pragma GCC visibility pop

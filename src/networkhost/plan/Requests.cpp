@@ -69,7 +69,8 @@ std::string titleOf(const std::vector<std::string>& words)
 using Operation = std::function<bool(Manager& manager, PlanningSystem& system)>;
 
 /// Runs the operation of a manager that is not started. `reason` serves where the library gives none. Reviews nothing.
-Plan makePlan(IDevice& device, const std::string& title, const Operation& operation, const std::string& reason = {})
+Plan makePlan(IDevice& device, const std::string& title, const Operation& operation,
+              const std::string& reason = "the request was refused")
 {
     Plan plan;
     plan.title = title;
@@ -264,15 +265,13 @@ Plan planGateway(IDevice& device, const std::string& gateway)
         return refusedPlan(title, fault, networkmanager::status::kInvalidIpOrMask);
     }
     const auto address = iphelper::cleanupIP(gateway);
-    const std::string reason = "the request was refused";
-    auto plan = makePlan(
-        device, title, [&](Manager& manager, PlanningSystem&) { return manager.setGateway(address); }, reason);
+    auto plan = makePlan(device, title, [&](Manager& manager, PlanningSystem&) { return manager.setGateway(address); });
     if (plan.isNothingToChange() && !isConfiguredGateway(device.files(), address)) {
         const auto operation = [&](Manager& manager, PlanningSystem& system) {
             system.ignoreGateway(); // whatever it is, it is to be written
             return manager.setGateway(address);
         };
-        plan = makePlan(device, title, operation, reason);
+        plan = makePlan(device, title, operation);
     }
     if (plan.status == networkmanager::status::kGatewayFromDhcp) {
         const auto name = dhcpInterface(device);

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+#include "networkhost/plan/Plan.h"
+
+#include "networkhost/change/Apply.h"
+#include "networkhost/change/Trial.h"
+#include "networkhost/plan/Requests.h"
+#include "networksimulation/Device.h"
+
+#include <gmock/gmock.h>
+
+using std::chrono::seconds;
+using testing::Contains;
+using testing::HasSubstr;
+
+namespace {
+
+networkhost::Plan planStatic(networkhost::IDevice& device, const std::string& address)
+{
+    return planIp(device, "remote", {address, "255.255.255.0", false, ""});
+}
+
+} // namespace
+
+TEST(Plan, IsNotCarriedOutWhenAFileHasChangedSince)
+{
+    networksimulation::Device device;
+    const auto plan = networkhost::planDnsDomain(device, "a.example");
+    ASSERT_TRUE(networkhost::apply(device, networkhost::planDnsDomain(device, "b.example")).isDone);
+    EXPECT_EQ(networkhost::apply(device, plan).reason,
+              "/etc/systemd/resolved.conf.d/dns_domain.conf is no longer as the "
+              "plan saw it: somebody has changed it since");
+}
+
+TEST(Plan, IsJudgedByTheFilesOfItsTime)
+{
+    networksimulation::Device device;
+    ASSERT_TRUE(apply(device, planStatic(device, "192.168.50.20")).isDone);
+    ASSERT_TRUE(apply(device, networkhost::planRoutes(device, "remote", "dst=10.1.0.0/16,gw=192.168.50.1")).isDone);
+    device.advance(seconds(5));
+    const auto first = planStatic(device, "192.168.50.30");
+    const auto second = networkhost::planDnsDomain(device, "a.example");
+    ASSERT_TRUE(apply(device, networkhost::planRoutes(device, "remote", "")).isDone);
+    ASSERT_TRUE(apply(device, networkhost::planDnsServer(device, "192.168.50.2", 0)).isDone);
+    EXPECT_TRUE(apply(device, first).isDone);
+    EXPECT_EQ(waitUntilLive(device, first, seconds(10)), ""); // the route has gone meanwhile
+    EXPECT_EQ(tryOut(device, second).reason, "");             // the server is another one
+}
+
+TEST(Plan, MadeByHandIsLiveWhenItsFilesAre)
+{
+    networksimulation::Device device;
+    const auto plan = planStatic(device, "192.168.50.20");
+    networkhost::Plan own;
+    own.files = plan.files;
+    own.activations = plan.activations;
+    device.hang("systemd-networkd");
+    EXPECT_THAT(tryOut(device, own).reason, HasSubstr("the live state still lacked the address 192.168.50.20"));
+}
+
+TEST(Plan, WithoutFilesIsNotDone)
+{
+    networksimulation::Device device;
+    EXPECT_EQ(apply(device, {}).reason, "the plan has no files to write");
+    EXPECT_FALSE(tryOut(device, {}).isDone);
+}
