@@ -35,7 +35,7 @@ Json toJson(const std::vector<IpAddress>& addresses)
 
 std::string dump(const Json& json, int indentation)
 {
-    return json.dump(indentation, ' ', false, Json::error_handler_t::replace);
+    return json.dump(indentation, ' ', true, Json::error_handler_t::replace);
 }
 
 } // namespace velnetctl

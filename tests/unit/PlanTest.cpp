@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "networkhost/plan/Plan.h"
 
+#include "Allocations.h"
 #include "networkhost/change/Apply.h"
 #include "networkhost/change/Trial.h"
+#include "networkhost/plan/Diff.h"
 #include "networkhost/plan/Requests.h"
 #include "networksimulation/Device.h"
 
@@ -62,4 +64,25 @@ TEST(Plan, WithoutFilesIsNotDone)
     networksimulation::Device device;
     EXPECT_EQ(apply(device, {}).reason, "the plan has no files to write");
     EXPECT_FALSE(tryOut(device, {}).isDone);
+}
+
+TEST(Plan, TellsWhatAFileHasWithoutControlCharacters)
+{
+    networksimulation::Device device;
+    const std::string path = "/etc/systemd/network/02_remote.network";
+    device.put(path, device.textOf(path) + "\x1b]0;x=\n");
+    EXPECT_THAT(planStatic(device, "192.168.50.20").warnings, Contains(HasSubstr("loses the line '\\x1b]0;x='")));
+}
+
+TEST(Diff, OfLongFilesTakesLittleMemory)
+{
+    networkhost::Plan plan;
+    plan.files = {{"/f", "same\n", "same\n"}};
+    for (int line = 0; line < 3000; ++line) {
+        *plan.files[0].before += "a" + std::to_string(line) + '\n';
+        *plan.files[0].after += "b" + std::to_string(line) + '\n';
+    }
+    const auto before = allocated;
+    EXPECT_THAT(toDiff(plan), testing::StartsWith("--- /f\n+++ /f\n@@ -1,3001 +1,3001 @@\n same\n-a0\n-a1\n"));
+    EXPECT_LT(allocated - before, 100 * plan.files[0].before->size());
 }

@@ -41,6 +41,14 @@ TEST(Settings, AreSavedAndAppliedAndSavedTheSame)
     EXPECT_EQ(saveSettings(device.files()), before);
 }
 
+TEST(Settings, AreSavedWithoutControlCharacters)
+{
+    networksimulation::Device device;
+    device.put(kRemote + ".d/51-ip_address.conf", "[Network]\nAddress=192.168.50.7/\xc2\x9b"
+                                                  "31m\n");
+    EXPECT_THAT(saveSettings(device.files()), testing::HasSubstr("192.168.50.7/\\u009b31m"));
+}
+
 TEST(Settings, AreRefusedWhereAFileOfOthersAsksForMore)
 {
     networksimulation::Device device;

@@ -2,6 +2,7 @@
 #include "networkhost/device/LockHolder.h"
 
 #include "base/ReadFile.h"
+#include "networkhost/text/Checks.h"
 #include "networkhost/text/Words.h"
 
 #include <sys/stat.h>
@@ -20,7 +21,7 @@ std::string readText(const std::string& path)
 std::string describe(const std::string& process)
 {
     const auto names = wordsOf(readText("/proc/" + process + "/comm"));
-    return "process " + process + (names.empty() ? "" : " (" + names.front() + ')');
+    return "process " + process + (names.empty() ? "" : " (" + printable(names.front()) + ')');
 }
 
 /// As /proc/locks has it, which on an overlay is not what stat(2) tells.

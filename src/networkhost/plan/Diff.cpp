@@ -2,6 +2,7 @@
 #include "networkhost/plan/Diff.h"
 
 #include <algorithm>
+#include <iterator>
 #include <sstream>
 
 namespace networkhost {
@@ -34,11 +35,22 @@ std::vector<std::vector<std::size_t>> commonLengths(const Lines& before, const L
     return lengths;
 }
 
-/// The files are short: all of them is one hunk.
-std::string hunk(const Lines& before, const Lines& after)
+std::string joined(char sign, const Lines& lines)
 {
-    const auto range = [](const Lines& lines) { return (lines.empty() ? "0," : "1,") + std::to_string(lines.size()); };
-    auto text = "@@ -" + range(before) + " +" + range(after) + " @@\n";
+    std::string text;
+    for (const auto& line : lines) {
+        text += sign + line;
+    }
+    return text;
+}
+
+std::string changedLines(const Lines& before, const Lines& after)
+{
+    constexpr std::size_t kMost = 1000 * 1000; // of the table: 8 MB
+    if (before.size() * after.size() > kMost) {
+        return joined('-', before) + joined('+', after);
+    }
+    std::string text;
     const auto lengths = commonLengths(before, after);
     std::size_t i = 0;
     std::size_t j = 0;
@@ -53,6 +65,18 @@ std::string hunk(const Lines& before, const Lines& after)
         }
     }
     return text;
+}
+
+/// The files are short: all of them is one hunk.
+std::string hunk(const Lines& before, const Lines& after)
+{
+    const auto range = [](const Lines& lines) { return (lines.empty() ? "0," : "1,") + std::to_string(lines.size()); };
+    const auto first = std::mismatch(before.begin(), before.end(), after.begin(), after.end());
+    const auto last = std::mismatch(before.rbegin(), std::make_reverse_iterator(first.first), after.rbegin(),
+                                    std::make_reverse_iterator(first.second));
+    return "@@ -" + range(before) + " +" + range(after) + " @@\n" + joined(' ', {before.begin(), first.first}) +
+           changedLines({first.first, last.first.base()}, {first.second, last.second.base()}) +
+           joined(' ', {last.first.base(), before.end()});
 }
 
 std::string nameOf(const std::string& path, const std::optional<std::string>& text)

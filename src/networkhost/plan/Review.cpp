@@ -11,6 +11,7 @@
 #include "networkhost/state/LiveState.h"
 #include "networkhost/state/Text.h"
 #include "networkhost/state/TrialState.h"
+#include "networkhost/text/Checks.h"
 #include "networkhost/text/Words.h"
 
 #include <algorithm>
@@ -43,9 +44,8 @@ bool isOwnKey(const std::string& path, const std::string& key)
 /// What is in `after` and not in `before`.
 std::vector<std::string> added(const std::vector<std::string>& before, std::vector<std::string> after)
 {
-    const auto isOld = [&before](const std::string& text) {
-        return std::find(before.begin(), before.end(), text) != before.end();
-    };
+    const std::set<std::string> old(before.begin(), before.end());
+    const auto isOld = [&old](const std::string& text) { return old.count(text) > 0; };
     after.erase(std::remove_if(after.begin(), after.end(), isOld), after.end());
     return after;
 }
@@ -99,7 +99,8 @@ void add(const std::string& sentence, std::vector<std::string>& sentences)
 
 std::vector<std::string> droppedLines(const FileChange& file)
 {
-    const auto after = trimmedLines(file.after);
+    const auto lines = trimmedLines(file.after);
+    const std::set<std::string> after(lines.begin(), lines.end());
     const bool hasMany = endsWith(file.path, paths::kRoutesDropIn); // sections of the same keys
     std::string section;
     std::set<std::string> seen; // own keys, one of each in each kind of section
@@ -111,7 +112,7 @@ std::vector<std::string> droppedLines(const FileChange& file)
         }
         const auto key = trimmed(line.substr(0, line.find('=')));
         const bool isFirst = isOwnKey(file.path, key) && (seen.insert(section + key).second || hasMany);
-        if (!isFirst && std::find(after.begin(), after.end(), line) == after.end()) {
+        if (!isFirst && after.count(line) == 0) {
             dropped.push_back(line);
         }
     }
@@ -146,6 +147,9 @@ void review(IDevice& device, Plan& plan, const std::string& advice)
         for (const auto& line : droppedLines(file)) {
             plan.warnings.push_back(file.path + " loses the line '" + line + '\'');
         }
+    }
+    for (auto* const sentences : {&plan.objections, &plan.warnings}) { // some quote files
+        std::transform(sentences->begin(), sentences->end(), sentences->begin(), printable);
     }
 }
 

@@ -228,7 +228,7 @@ std::string toDocument(const Configuration& configuration)
     const auto& gateway = configuration.interfaces.at(gatewayInterface()).gateway;
     json["gateway"] = gateway.empty() ? OrderedJson() : OrderedJson(gateway);
     json["dns"] = {{"servers", configuration.dnsServers}, {"domains", configuration.searchDomains}};
-    return json.dump(2, ' ', false, OrderedJson::error_handler_t::replace) + '\n';
+    return json.dump(2, ' ', true, OrderedJson::error_handler_t::replace) + '\n';
 }
 
 Configuration parseDocument(const std::string& document, Texts& faults)

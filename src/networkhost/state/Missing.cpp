@@ -3,6 +3,7 @@
 
 #include "networkhost/state/Wait.h"
 #include "networkhost/text/Addresses.h"
+#include "networkhost/text/Checks.h"
 
 #include <algorithm>
 
@@ -160,10 +161,10 @@ std::string missing(const Configuration& wanted, const LiveState& live, const st
         const bool isKnown = before && before->interfaces.count(name) > 0;
         auto answer = missingOfInterface(name, iface, live, isKnown ? &before->interfaces.at(name) : nullptr);
         if (!answer.empty()) {
-            return answer;
+            return printable(answer);
         }
     }
-    return missingOfResolver(wanted, live, before);
+    return printable(missingOfResolver(wanted, live, before));
 }
 
 std::string waitUntilLive(IDevice& device, const Configuration& wanted, std::chrono::milliseconds limit,
