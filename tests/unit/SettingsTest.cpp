@@ -86,6 +86,7 @@ TEST(Settings, TellThePlaceOfASyntaxError)
     const auto fault = [](const char* document) { return networkhost::faultsOfSettings(document).at(0); };
     EXPECT_EQ(fault("{\n  \"gateway\": nil}"), "line 2, column 15: syntax error while parsing value - invalid literal; "
                                                "last read: '\"gateway\": ni'");
+    EXPECT_THAT(fault("{\"gateway\": 1e999}"), testing::StartsWith("line 1, column 17: number overflow"));
     EXPECT_THAT(fault(""), testing::StartsWith("line 1, column 1: syntax error"));
     EXPECT_THAT(fault("{}\n\n]"), testing::StartsWith("line 3, column 1: syntax error"));
     EXPECT_THAT(fault("{\n\"dns\":\n"), testing::StartsWith("line 3, column 1: syntax error")); // behind the last byte

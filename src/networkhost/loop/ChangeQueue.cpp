@@ -66,7 +66,7 @@ public:
         queue_.wakeUp_.notify_one();
         try {
             queue_.startThread();
-        } catch (const std::system_error&) { // NOLINT(bugprone-empty-catch): the next change waits for this one
+        } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): the next change waits for this one
         }
     }
     void end() override

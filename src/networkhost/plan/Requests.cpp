@@ -319,7 +319,7 @@ Plan planRoutes(IDevice& device, const std::string& interfaceName, const std::st
             plan.refusal += ": " + fault;
         }
         if (const auto fault = faultOfLengths(routes); !fault.empty()) {
-            plan.objections = {fault};
+            plan.objections.insert(plan.objections.begin(), fault);
         }
         return plan;
     } catch (const std::out_of_range&) {

@@ -74,8 +74,13 @@ public:
         const auto line = std::count(before.begin(), before.end(), '\n') + 1;
         const auto column = position - (before.rfind('\n') + 1); // npos + 1 is 0
         const std::string words = error.what(); // "[...] parse error at line 1, column 2: syntax error while ..."
-        failure_ = "line " + std::to_string(line) + ", column " + std::to_string(column) +
-                   words.substr(std::min(words.find(": "), words.size()));
+        for (const std::string_view end : {": ", "] ", ""}) {
+            if (const auto place = words.find(end); place != std::string::npos) {
+                failure_ = "line " + std::to_string(line) + ", column " + std::to_string(column) + ": " +
+                           words.substr(place + end.size());
+                break;
+            }
+        }
         return false;
     }
 
