@@ -8,9 +8,9 @@
 
 namespace networkhost {
 
-/// Brings the previous files back, byte for byte with mode and owner, restarts the daemons, and waits until the live
-/// state shows them, 10 s at most; the guard goes on then. Texts that somebody else has written meanwhile are kept
-/// beside the record. `why` is told to whoever asks.
+/// Ends the pending trial: brings the previous files back, byte for byte with mode and owner, and restarts the daemons.
+/// Waits until the previous settings are live, at most 10 s; after that the guard goes on. A text that somebody else
+/// has written meanwhile is kept beside the record. trialState() tells `why`.
 Outcome rollBack(IDevice& device, const std::string& why);
 
 } // namespace networkhost

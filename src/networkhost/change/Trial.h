@@ -11,31 +11,38 @@
 #include <functional>
 #include <string>
 
-/// A change that goes back by itself unless it is confirmed: whatever becomes of the terminal, the process or the power
-/// supply. Its record lies with the configuration, and a guard in a process of its own rolls back (see Guard.h).
+/// A trial is a change that goes back by itself unless it is confirmed, even if the terminal, the process or the power
+/// is lost:
 ///
-/// Safe to call from any thread and process: confirming and rolling back exclude each other.
+///     const auto trial = networkhost::tryOut(device, networkhost::planIp(device, "remote", settings));
+///     if (trial.isDone && userStillReachesTheDevice()) { // within 60 s
+///         networkhost::confirmTrial(device);
+///     }
+///
+/// The record of a trial lies with the configuration. A guard, which is another process, rolls back (see Guard.h).
+///
+/// Safe to call from any thread and process: of a confirmation and a roll-back at the same time, one succeeds.
 namespace networkhost {
 
 struct TrialOptions
 {
-    std::chrono::seconds time{60};                             // to confirm in, once it is live; 1 s to 24 h
-    std::chrono::milliseconds wait = std::chrono::seconds(30); // at most, for it to become live; 1 s to 24 h
-    bool force = false;             // whatever the plan's objections, and whatever the neighbours say when it is live
-    bool requiresBootGuard = false; // refuse when a reboot is not covered
+    std::chrono::seconds time{60};                             // for the confirmation; begins when it is live
+    std::chrono::milliseconds wait = std::chrono::seconds(30); // for it to become live
+    bool force = false;             // in spite of the plan's objections, and of a silent gateway or a taken address
+    bool requiresBootGuard = false; // refuse the trial unless a reboot rolls it back
 
-    /// Told while it waits, at each look and at least once a second: what is lacking, and the time that is left to
-    /// wait.
+    /// Called on the thread of tryOut() while it waits, at least once a second, with what is lacking and how long it
+    /// still waits.
     std::function<void(const std::string& lacking, std::chrono::milliseconds left)> onWaiting;
 };
 
-/// Carries out the plan as apply() does, but never in place, and waits until the live state shows it. When it is done,
-/// the countdown runs: confirmTrial() keeps the setting, and otherwise the previous files come back. When a step
-/// failed, the setting did not become live, its gateway does not answer or its address is taken, they are back already,
-/// and the reason says why.
+/// Carries out the plan as apply() does, but writes no file in place, and waits until the setting is live. isDone: the
+/// countdown runs; confirmTrial() keeps the setting, otherwise the previous files come back. Not done: a step failed,
+/// the setting did not become live, its gateway does not answer or its address is taken. Outcome::reason says which,
+/// and the previous files are back already. Refused as by apply(), and for times beyond 1 s to 24 h.
 Outcome tryOut(IDevice& device, const Plan& plan, const TrialOptions& options = {});
 
-/// Keeps the settings of the pending trial, for good once it is done. Refused before they were live.
+/// Keeps the settings of the pending trial: when isDone, they stay for good. Refused until they have been live.
 Outcome confirmTrial(IDevice& device);
 
 } // namespace networkhost

@@ -10,9 +10,10 @@
 
 namespace networkhost {
 
-/// Files, each as a whole, to look at. An operation that fails leaves results as they were and returns why, as an errno
-/// value of the generic category: ELOOP when others than root and the caller can lead the path elsewhere. Root works in
-/// a directory of another user with that user's rights. Paths are absolute. Thread-safe.
+/// Reads whole files and directories. An operation that fails leaves its results as they were, and returns an errno
+/// value of the generic category. ELOOP means that somebody other than root and the caller could lead the path to
+/// another file. Where a directory belongs to another user, root works in it with that user's rights. Paths are
+/// absolute. Thread-safe.
 class IReadableFiles
 {
 public:
@@ -51,38 +52,39 @@ inline bool operator==(const Rights& left, const Rights& right)
     return left.mode == right.mode && left.user == right.user && left.group == right.group;
 }
 
-/// Files to change as well: regular ones only, EINVAL for others. An operation that fails leaves them as they were, but
-/// for the sync of the directory, which comes last. At most one caller at a time changes a file.
+/// Changes files as well. They have to be regular ones: EINVAL for others. An operation that fails leaves the file as
+/// it was, except when only the sync of the directory failed, which comes last. At most one caller at a time may change
+/// a file.
 class IFiles : public IReadableFiles
 {
 public:
-    /// A reader, and a boot after a power cut, finds the old text or the new one, never a part. Keeps the mode, owner
-    /// and extended attributes of a file that is there; a new one gets mode 0644. `rights` overrides both. Makes no
-    /// directory. EPERM when it cannot keep the owner or the group, unless everybody may read the file and the caller
-    /// owns the directory.
+    /// Readers, and a boot after a power cut, find the old text or the new one, never a part. An existing file keeps
+    /// its mode, owner and extended attributes; a new one gets the mode 0644; `rights` overrides both. The directory
+    /// has to exist. EPERM when the owner or the group cannot be kept, unless everybody may read the file and the
+    /// caller owns the directory.
     virtual std::error_code replace(const std::string& path, const std::string& text,
                                     const Rights* rights = nullptr) = 0;
 
-    /// Writes into a file that is there: for one whose directory cannot be written, or that is mounted itself. A reader
-    /// or a power cut may meet a part of it.
+    /// Writes into an existing file, for one whose directory cannot be written, or that is a mount itself. Readers, and
+    /// a boot after a power cut, may find a part of the text.
     virtual std::error_code overwrite(const std::string& path, const std::string& text) = 0;
 
-    /// At the end of a symbolic link, which stays. A missing file counts as removed.
+    /// Removes the file to which a symbolic link leads; the link stays. A missing file counts as removed.
     virtual std::error_code remove(const std::string& path) = 0;
 
-    /// Within one directory, in one step, in place of what is at `to`. ENOENT when `from` is not there: of two callers
-    /// one succeeds.
+    /// Renames within one directory, in one step, and replaces a file at `to`. ENOENT when there is no `from`: of two
+    /// callers, one succeeds.
     virtual std::error_code rename(const std::string& from, const std::string& to) = 0;
 
-    /// Gives another name to anything that is neither a regular file nor a link, to have it out of the way.
+    /// Renames what is neither a regular file nor a link, to make room for a file.
     virtual std::error_code moveAside(const std::string& path) = 0;
 
     virtual std::error_code rightsOf(const std::string& path, Rights& rights) const = 0;
 
-    /// With whose rights this process changes that file.
+    /// The user and the group with whose rights this process changes that file.
     virtual std::error_code writerOf(const std::string& path, Writer& writer) const = 0;
 
-    /// With the group and the mode of the directory that it lies in. One that is there is good.
+    /// Makes a directory with the group and the mode of the one that it lies in. Succeeds when it exists.
     virtual std::error_code makeDirectory(const std::string& path) = 0;
 
     /// A lock of this process on a file, until it is destroyed or the process ends.
@@ -92,11 +94,12 @@ public:
         virtual ~Lock() = default;
     };
 
-    /// Makes the file when it is missing, for those only who may write to the directory. EWOULDBLOCK when somebody has
-    /// the lock: `holder` says who, as far as it is known ("process 812 (velnetctl)").
+    /// Locks a file without waiting, and creates it when it is missing; only those who may write to the directory can
+    /// open it. EWOULDBLOCK when somebody has the lock: `holder` then says who, if that is known ("process 812
+    /// (velnetctl)").
     virtual std::error_code tryLock(const std::string& path, std::unique_ptr<Lock>& lock, std::string& holder) = 0;
 
-    /// EWOULDBLOCK when somebody has the lock, ENOENT when nobody has made the file yet. Takes it from nobody.
+    /// Looks whether somebody has the lock, without taking it: EWOULDBLOCK then, ENOENT when the file is missing.
     virtual std::error_code probeLock(const std::string& path, std::string& holder) const = 0;
 };
 

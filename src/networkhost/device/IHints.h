@@ -5,7 +5,7 @@
 
 namespace networkhost {
 
-/// Says that something which this library reads may have changed, not what. For one thread.
+/// Hints that something which this library reads may have changed; they do not say what. For one thread.
 class IHints
 {
 public:
@@ -14,10 +14,11 @@ public:
     /// Readable while there is a hint, for poll(2) and the like.
     virtual int fd() const = 0;
 
-    /// Takes all hints there are. Without one, waits so long for the first, on the device's clock. True for any.
+    /// Takes all hints. When there is none, waits for the first, at most `limit` on the device's clock. True when there
+    /// was one.
     virtual bool take(std::chrono::milliseconds limit) = 0;
 
-    /// Watches what has come into being since the last time, too. Call it before each look.
+    /// Also watches files and directories that have come into being since the last call. Call it before each look.
     virtual void rearm() = 0;
 };
 

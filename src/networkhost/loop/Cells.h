@@ -31,8 +31,8 @@ void forEachCell(HostSignals& host, Visit&& visit)
     visit("hostname", host.hostname);
 }
 
-/// Connects report(source, name, content) to every cell of a manager; the source is the interface's name, or "host". It
-/// runs as a slot of each, with the cell's content as its argument. The function has to outlive the manager.
+/// Connects report(source, name, content) to every cell of a manager, as a slot. The source is the name of the
+/// interface, or "host". What the function refers to has to outlive the manager.
 template <class Manager, class Report>
 void connectToEachCell(Manager& manager, Report report)
 {

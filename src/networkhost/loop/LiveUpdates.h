@@ -13,10 +13,16 @@
 
 namespace networkhost {
 
-/// Refreshes the cells of a manager, which is not started, when the kernel or a file changes: in the host's own event
-/// loop, without a thread. And runs changes beside the loop.
+/// Refreshes the cells of a manager that is not started when the kernel or a file changes: in the host's own event
+/// loop, without a thread. It also runs changes on other threads.
 ///
-/// All calls are for one thread, which runs the slots. From a slot, only start() may be called.
+///     networkhost::LiveUpdates updates(device, manager);
+///     pollfd ready{updates.fd(), POLLIN, 0};
+///     while (::poll(&ready, 1, -1) > 0) {
+///         updates.dispatch(); // the slots of changed cells run here
+///     }
+///
+/// Make all calls on one thread; the slots run on it. A slot may call only start().
 class LiveUpdates
 {
 public:
@@ -28,25 +34,25 @@ public:
     LiveUpdates(const LiveUpdates&) = delete;
     LiveUpdates& operator=(const LiveUpdates&) = delete;
 
-    /// Breaks off a change that only waits for the device: a trial goes back by its guard then. Waits for the one that
-    /// runs, and drops those that have not begun; the log says how many. No `done` is called.
+    /// Waits for a change that is writing files or running commands. One that only waits for the device is broken off:
+    /// the guard of a trial then rolls it back. Changes that have not begun are dropped; the log says how many. Calls
+    /// no `done`.
     ~LiveUpdates();
 
-    /// Readable when there is something to do for dispatch(): at once, when something has changed and then been quiet
-    /// for 20 ms, at the latest after 250 ms, every 30 s for what has no event, and when a change is done. For poll,
-    /// epoll, sd-event, GLib or Asio, level-triggered. Stays the same; is not to be read or closed.
+    /// Readable when dispatch() has something to do: at once at the start; 20 ms after the last change on the device,
+    /// at most 250 ms after the first; every 30 s, for what has no event; when a change is done. For poll, epoll,
+    /// sd-event, GLib or Asio, level-triggered. It stays the same; do not read or close it.
     int fd() const;
 
-    /// Does what there is to do, the cells before the outcomes of changes; returns without waiting. True when the cells
-    /// were refreshed. An exception of a slot or of a `done` passes to the caller; the rest is made up for within 250
-    /// ms.
+    /// Refreshes the cells if due, then runs the `done` of finished changes, without waiting. True when the cells were
+    /// refreshed. An exception of a slot or of a `done` passes to the caller; the rest follows within 250 ms.
     bool dispatch();
 
-    /// Runs change(device) on another thread, and then, within dispatch(), done(result). It begins when those started
-    /// before have ended, or only wait for the device to show what they have changed: rollBack() ends such a trial.
-    /// For what takes its time: plans, apply(), tryOut(), waitUntilLive(), confirmTrial(), rollBack(). An exception of
-    /// the change passes to the caller of dispatch(), and its `done` is not called. Both are destroyed on the loop's
-    /// thread. Throws std::system_error when there is no thread to be had.
+    /// Runs change(device) on another thread, and then done(result) within dispatch(). For calls that take their time:
+    /// plans, apply(), tryOut(), waitUntilLive(), confirmTrial(), rollBack(). Changes run in order: each begins when
+    /// the one before has ended, or only waits for the device. A trial that waits can therefore be ended by rollBack().
+    /// An exception of the change passes to the caller of dispatch(), and its `done` is not called. Both are destroyed
+    /// on the loop's thread. Throws std::system_error when no thread can be started.
     template <class Change, class Done>
     void start(Change change, Done done)
     {

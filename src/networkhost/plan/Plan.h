@@ -27,8 +27,8 @@ struct Command
     bool mayFail = false; // it goes on all the same
 };
 
-/// What a request would do, or why it would do nothing. Made without touching anything, carried out by apply() and
-/// tryOut().
+/// The steps of a request, or why it has none. The plan functions make it without touching anything; apply() and
+/// tryOut() carry it out.
 struct Plan
 {
     std::string title;                   // the request as velnetctl's command: "set-ip remote 10.0.0.5/24"
@@ -50,8 +50,8 @@ struct Plan
     bool isNothingToChange() const;
 };
 
-/// What apply() would answer to the plan by itself, whatever the device is doing: its refusal, that there is nothing to
-/// change, or its objections unless `force`. Done when there is something to carry out.
+/// What apply() would answer to the plan on an idle device: its refusal, that there is nothing to change, or, without
+/// `force`, its objections. isDone means here that the plan can be carried out.
 Outcome outcomeOf(const Plan& plan, bool force = false);
 
 /// For a plan that apply() has carried out: waits until its interfaces and resolver are live as their files say, and

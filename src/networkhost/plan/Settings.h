@@ -12,13 +12,13 @@
 /// docs/settings.schema.json. No exceptions but std::bad_alloc.
 namespace networkhost {
 
-/// The document of what is configured. A setting that the form has no place for, like a second address, stands in it as
-/// a text that planSettings() refuses.
+/// The document of what is configured. A setting for which the form has no place, such as a second address, stands in
+/// it as a text that planSettings() refuses.
 std::string saveSettings(const IReadableFiles& files);
 
-/// Makes the files ask for what the document says, and for nothing else; a part that does so already is not written.
-/// "nothing to change" when all of them do and no trial is pending, whatever is live. Refused for the document's
-/// faults, and when a file that the library does not write asks for something else.
+/// Plans the files that ask for exactly what the document says. Files that already do are not written. "nothing to
+/// change" when all of them do and no trial is pending; the live state does not matter. Refused for faults of the
+/// document, and when a file that the library does not write asks for something else.
 Plan planSettings(IDevice& device, const std::string& document);
 
 /// What is wrong with the document, each with its place: "interfaces.remote.routes[1].gateway: not an IPv4 address".

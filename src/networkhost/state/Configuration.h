@@ -10,8 +10,8 @@
 
 namespace networkhost {
 
-// Addresses and networks stand here in canonical text, with prefix length where there is one. A text that the daemons
-// ignore for its notation ("192.168.50.007") stays as it is written: it never becomes live, and people can see why.
+// Addresses and networks have their canonical text here, with a prefix length where there is one. A notation that the
+// daemons ignore ("192.168.50.007") stays as it is written: it never becomes live, and people can see why.
 
 /// A static route.
 struct Route

@@ -13,10 +13,10 @@ namespace networkhost {
 /// Why the daemon will not be there after a reboot: masked, not enabled, not installed. Empty when it will.
 std::string bootFaultOf(const DaemonState& daemon);
 
-/// Why it is not there now: failed, not running. Empty when it is, or is masked or not installed.
+/// Why it is not there now: failed, not running. Empty when it runs, and when it is masked or not installed.
 std::string presentFaultOf(const DaemonState& daemon);
 
-/// Both, as far as there are any.
+/// Both, where there are any.
 std::vector<std::string> faultsOf(const DaemonState& daemon);
 
 } // namespace networkhost

@@ -26,7 +26,7 @@ struct LiveInterface
     bool hasLink = false;
     std::vector<velbase2::nsa::common::structs::IpAddress> addresses; // in the kernel's order
     Lease lease;
-    std::vector<Route> routes; // those with a gateway, but for the default route
+    std::vector<Route> routes; // those with a gateway, except the default route
 };
 
 struct LiveState

@@ -11,15 +11,14 @@
 
 namespace networkhost {
 
-/// The first thing that `live` lacks of what is configured, in words: "the address 192.168.50.20 of remote". Empty when
-/// it lacks nothing. In this order: interfaces, addresses, leases, default route, routes, DNS
-/// servers, search domains. Given what was configured `before`, for the same interfaces or resolver, also what has to
-/// go.
+/// The first wanted setting that is not live, in words: "the address 192.168.50.20 of remote". Empty when all are. The
+/// order is: interfaces, addresses, leases, default route, routes, DNS servers, search domains. With `before`, the
+/// settings of these interfaces or the resolver until now, it also tells what is still to be removed.
 std::string missing(const Configuration& wanted, const LiveState& live,
                     const std::optional<Configuration>& before = std::nullopt);
 
-/// Reads the live state again and again until it lacks nothing of what is wanted, or the limit is over. The last
-/// answer: empty when the daemons and the kernel have everything.
+/// Reads the live state again and again until nothing is missing, or the limit is over. Returns the last answer of
+/// missing().
 std::string waitUntilLive(IDevice& device, const Configuration& wanted, std::chrono::milliseconds limit,
                           const std::optional<Configuration>& before = std::nullopt);
 

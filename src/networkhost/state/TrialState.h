@@ -9,7 +9,7 @@
 
 namespace networkhost {
 
-/// How the pending trial, or else the last one, stands.
+/// The state of the pending trial, or else of the last one.
 struct TrialState
 {
     enum class Kind { None, Waiting, Counting, RollingBack, Unreadable, Confirmed, RolledBack };
@@ -18,12 +18,12 @@ struct TrialState
     std::string title;                // "set-ip remote 10.0.0.5/24"
     std::string by;                   // "process 812 (velnetctl)"
     std::chrono::milliseconds left{}; // until it is rolled back
-    std::string why;                  // it was rolled back, or cannot be read
+    std::string why;                  // why it was rolled back, or cannot be read
     std::vector<std::string> files;   // paths
     bool isOfEarlierBoot = false;     // its time is over
-    bool isRestored = false;          // the previous files are back, though not live yet: another change may follow
+    bool isRestored = false;          // the previous files are back, but not live yet: another change may follow
 
-    /// Until it is over, other changes are refused.
+    /// While it is, other changes are refused.
     bool isPending() const;
 
     /// In a sentence: "a trial is pending: ...".
@@ -32,11 +32,11 @@ struct TrialState
 
 TrialState trialState(IDevice& device);
 
-/// The same, but waits while a roll-back is at work, 30 s at most.
+/// The same, but first waits until a roll-back has ended, at most 30 s.
 TrialState endOfTrial(IDevice& device);
 
-/// Starts a guard for the pending trial when none is there. False when none came up. A trial that has lost its guard
-/// needs it: systemd starts one again where it has the units.
+/// Starts a guard for the pending trial when none is running. False when none came up. For a trial that has lost its
+/// guard; where the units are installed, systemd does it.
 bool wakeGuard(IDevice& device);
 
 } // namespace networkhost

@@ -8,7 +8,7 @@
 /// Texts of IPv4 addresses. Thread-safe.
 namespace networkhost {
 
-/// The library's text for no address and no gateway in a request.
+/// Stands for "none" in a request: no gateway, no DNS server.
 inline constexpr const char* kNoAddress = "0.0.0.0";
 
 /// The number of one or two digits from 0 to 32; empty for any other text.
