@@ -10,7 +10,8 @@
 
 namespace networkmanager {
 
-/// Copies the live state into the cells, which emit what changed. Holds references only: what it is given outlives it.
+/// Copies the live state into the cells, which emit what changed. A started manager calls refresh() every 2 seconds
+/// (see NetworkManagerImpl). Holds references only: what it is given outlives it.
 ///
 /// One thread at a time runs it, slots included; the set of interfaces must not change meanwhile. It catches nothing:
 /// an exception of a slot or of the system ends the pass.

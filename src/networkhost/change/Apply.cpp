@@ -2,6 +2,7 @@
 #include "networkhost/change/Apply.h"
 
 #include "networkhost/change/ChangeLock.h"
+#include "networkhost/change/Refusal.h"
 #include "networkhost/change/Steps.h"
 
 #include <exception>

@@ -2,8 +2,6 @@
 #pragma once
 
 #include "../device/IDevice.h"
-#include "../plan/Outcome.h"
-#include "../plan/Plan.h"
 
 #include <chrono>
 #include <memory>
@@ -25,13 +23,6 @@ ChangeLock lockChanges(IDevice& device, std::chrono::milliseconds limit = std::c
 
 /// The same for the lock of whoever begins a trial.
 ChangeLock lockCaller(IDevice& device);
-
-/// Why the plan is refused before it takes its turn: a trial is pending, or what the plan itself says. Done when it is
-/// not refused.
-Outcome refusalOf(IDevice& device, const Plan& plan, bool force);
-
-/// Why the plan must not be carried out now, although it has its turn; empty when it may.
-std::string conflictOf(IDevice& device, const Plan& plan);
 
 } // namespace networkhost
 

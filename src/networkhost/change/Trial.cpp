@@ -3,6 +3,7 @@
 
 #include "base/Paths.h"
 #include "networkhost/change/ChangeLock.h"
+#include "networkhost/change/Refusal.h"
 #include "networkhost/change/RollBack.h"
 #include "networkhost/change/Steps.h"
 #include "networkhost/device/LockHolder.h"
