@@ -28,6 +28,8 @@ TEST(Objections, NameTheSettingAndItsFault)
                 ElementsAre("the gateway 10.0.0.007: systemd-networkd does not understand it"));
     EXPECT_THAT(of({{"10.0.0.5/8"}, false, "", {{"10.1.0.0/33", "10.0.0.1"}}}),
                 ElementsAre("the route to 10.1.0.0/33 via 10.0.0.1: systemd-networkd does not understand it"));
+    EXPECT_THAT(of({{"10.0.0.5/8"}, false, "", {{"0.0.0.0/0", "10.0.0.1"}}}),
+                ElementsAre("the route to 0.0.0.0/0 of remote is a default route: set the gateway instead"));
     EXPECT_THAT(of({{}, true, "10.0.0.1", {{"10.1.0.0/16", "10.0.0.1"}}}), ElementsAre()); // a lease may reach both
     EXPECT_THAT(of({{"10.0.0.0/31"}, false, "10.0.0.1", {}}), ElementsAre());              // no broadcast address
 }

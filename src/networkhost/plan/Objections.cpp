@@ -138,12 +138,15 @@ void addFaultsOfRoutes(const std::string& name, const ConfiguredInterface& iface
 {
     const auto subnets = subnetsOf(name, iface, live);
     for (const auto& route : iface.routes) {
-        const bool isUnderstood =
-            NetworkAddress::parseAsDaemons(route.destination) && isCanonicalAddress(route.gateway);
+        const auto destination = NetworkAddress::parseAsDaemons(route.destination);
+        const bool isUnderstood = destination && isCanonicalAddress(route.gateway);
         const bool isKnown = !iface.dhcp || !subnets.empty();
         if (!isUnderstood) {
             sentences.push_back("the route to " + route.destination + " via " + route.gateway +
                                 ": systemd-networkd does not understand it");
+        } else if (destination->length == 0) {
+            sentences.push_back("the route to " + route.destination + " of " + name +
+                                " is a default route: set the gateway instead");
         } else if (isKnown && !isReached(subnets, *NetworkAddress::parse(route.gateway))) {
             sentences.push_back("the gateway " + route.gateway + " of the route to " + route.destination +
                                 " is not reached over " + name);
