@@ -112,12 +112,14 @@ bool reportEnd(Session& session)
     return state.kind == TrialState::Kind::Confirmed;
 }
 
+/// Where no trial is pending, that counts more than what else stood in the way, such as missing rights.
 bool report(Session& session, const networkhost::Outcome& outcome)
 {
+    const auto state = trialState(session.device);
     if (outcome.isDone) {
-        session.output << printableLines(trialState(session.device).text()) << std::flush;
+        session.output << printableLines(state.text()) << std::flush;
     } else {
-        fail(session, outcome.reason);
+        fail(session, state.isPending() ? outcome.reason : state.text());
     }
     for (const auto& note : outcome.notes) {
         warn(session, note);
@@ -226,11 +228,7 @@ bool tryPlan(Session& session, const networkhost::Plan& plan, const ChangeOption
 
 bool confirm(Session& session)
 {
-    auto outcome = networkhost::confirmTrial(session.device);
-    if (const auto state = trialState(session.device); !outcome.isDone && !state.isPending()) {
-        outcome.reason = state.text();
-    }
-    return report(session, outcome);
+    return report(session, networkhost::confirmTrial(session.device));
 }
 
 bool rollBack(Session& session)

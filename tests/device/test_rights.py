@@ -104,6 +104,18 @@ def test_no_user_saves_a_part_of_the_settings(box, settings, velnet):
     assert refused.returncode == 1 and "cannot read /etc/systemd/network/01_local.network" in refused.stderr
 
 
+def test_a_refusal_names_the_missing_right(box, settings):
+    def told(user, *command):
+        return box.exec("setpriv", f"--reuid={user}", "--clear-groups", "--", VELNETCTL, *command, check=False).stderr
+
+    box.velnetctl(*TRY[:3], "--wait", "20")
+    needs = r"'route .*' failed: .*Operation not permitted \(it needs CAP_NET_ADMIN: run it as root, or in a unit "
+    assert re.search(needs, told("velnet", "set-gateway", "192.168.50.2"))
+    needs = r"no change can begin: cannot write .*: Permission denied \(run it as root, or as a user who may "
+    assert re.search(needs, told("nobody", "set-domain"))
+    assert told("nobody", "rollback").startswith("velnetctl: no trial is pending")
+
+
 def test_a_file_of_root_survives_a_trial(box, secret):
     box.velnetctl(*TRY, "99")
     box.exec("ln", "-sfn", "/dev/null", REMOTE)

@@ -15,7 +15,7 @@ namespace {
 
 std::string noTurn(const std::string& path, const std::error_code& error)
 {
-    return "changes take turns, and this one cannot: " + Failure{Failure::Step::WriteFile, path, error, {}}.text();
+    return "no change can begin: " + Failure{Failure::Step::WriteFile, path, error, {}}.text();
 }
 
 ChangeLock lockWithin(IDevice& device, const char* path, milliseconds limit, const std::string& busy)

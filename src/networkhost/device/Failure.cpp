@@ -10,21 +10,26 @@
 namespace networkhost {
 namespace {
 
-/// What helps where the rights of this process do not suffice.
-std::string adviceOnRights(bool lacksRights)
+constexpr const char* kAnotherUser =
+    " (run it as root, or as a user who may change the network settings, such as velnet)";
+constexpr const char* kCapability =
+    " (it needs CAP_NET_ADMIN: run it as root, or in a unit with this ambient capability)";
+
+bool isRoot()
 {
-    const bool isRoot = ::geteuid() == 0;
-    return lacksRights && !isRoot
-               ? " (run it as root, or as a user who may change the network settings, such as velnet)"
-               : "";
+    return ::geteuid() == 0;
 }
 
-/// Of sudo, or of a tool that asks the kernel.
-bool tellsOfRights(const std::string& words)
+/// What helps a command that lacks rights. The rule for sudo goes with a user; what the kernel allows, with a process.
+const char* adviceOnCommand(const std::string& command, const std::string& words)
 {
-    return words.find("password") != std::string::npos || words.find("sudoers") != std::string::npos ||
-           words.find("Operation not permitted") != std::string::npos ||
-           words.find("Permission denied") != std::string::npos;
+    const auto tells = [&words](const char* text) { return words.find(text) != std::string::npos; };
+    const bool isDenied = tells("Operation not permitted") || tells("Permission denied");
+    if (isRoot() || !(isDenied || tells("password") || tells("sudoers"))) {
+        return "";
+    }
+    const bool asksKernel = command.rfind("route ", 0) == 0 || command.rfind("ip ", 0) == 0;
+    return asksKernel ? kCapability : kAnotherUser;
 }
 
 } // namespace
@@ -33,7 +38,7 @@ std::string Failure::text() const
 {
     if (step == Step::RunCommand) {
         return "'" + subject + "' failed" + (words.empty() ? " without a word" : ": " + words) +
-               adviceOnRights(tellsOfRights(words));
+               adviceOnCommand(subject, words);
     }
     auto why = error.message();
     if (error == std::errc::too_many_symbolic_link_levels) {
@@ -42,9 +47,9 @@ std::string Failure::text() const
     } else if (error == std::errc::invalid_argument && words.empty()) {
         why = "it is not a regular file";
     }
+    const bool lacksRights = error == std::errc::permission_denied || error == std::errc::operation_not_permitted;
     return (step == Step::ReadFile ? "cannot read " : "cannot write ") + subject + ": " +
-           (words.empty() ? why : words) +
-           adviceOnRights(error == std::errc::permission_denied || error == std::errc::operation_not_permitted);
+           (words.empty() ? why : words) + (lacksRights && !isRoot() ? kAnotherUser : "");
 }
 
 std::string textOf(const std::vector<Failure>& failures)
