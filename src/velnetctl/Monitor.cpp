@@ -85,8 +85,7 @@ private:
 std::string headOf(const Change& change)
 {
     std::ostringstream head;
-    head << utcNow() << "  " << std::left << std::setw(8) << change.source << (change.source.size() < 8 ? "" : " ")
-         << std::setw(12) << change.name;
+    head << utcNow() << "  " << std::left << std::setw(10) << change.source << std::setw(12) << change.name;
     return head.str();
 }
 

@@ -49,7 +49,7 @@ def test_the_state_and_its_changes_are_shown(box, screen):
     box.run("link", "remote", "down")
     screen.wait_for(r"link +up, .* link +\[down\]")
     screen.wait_for(r"gateway +\[none\] +live +\[none, search none\]")
-    screen.wait_for(r"last changes\n(  \d\d:\d\d:.*\n)*  \d\d:\d\d:\d\d\.\d{3}Z  remote  link +down\n")
+    screen.wait_for(r"last changes\n(  \d\d:\d\d:.*\n)*  \d\d:\d\d:\d\d\.\d{3}Z  remote +link +down\n")
     wait_until(lambda: not screen.shows(r"\["), "no mark is left")
 
     screen.tmux("resize-window", "-x", "60", "-y", "9")
