@@ -259,14 +259,15 @@ bool setRoutes(Session& session, const std::string& interfaceName, const std::st
 
 bool applySettings(Session& session, const std::string& file, const ChangeOptions& options)
 {
+    const auto name = file == "-" ? "standard input" : file;
     std::string document;
     if (const auto error = readDocument(file, document)) {
-        fail(session, "cannot read " + (file == "-" ? "standard input" : file) + ": " + error.message());
+        fail(session, "cannot read " + name + ": " + error.message());
         return false;
     }
     const auto plan = networkhost::planSettings(session.device, document);
     for (const auto& fault : plan.faults) {
-        fail(session, fault);
+        fail(session, name + ": " + fault);
     }
     return plan.faults.empty() && carryOut(session, plan, options);
 }

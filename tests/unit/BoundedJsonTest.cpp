@@ -62,9 +62,9 @@ TEST(HostileJson, CostsWhatItWeighs)
 TEST(HostileJson, IsRefusedBeyondItsLimits)
 {
     const auto faultOf = [](const std::string& document) { return faultsOfSettings(document).front(); };
-    EXPECT_EQ(faultOf(std::string(1U << 20U, '[')), "more than 8 levels");
-    EXPECT_EQ(faultOf(std::string(8, '[') + std::string(8, ']')), "an object is expected");
-    EXPECT_EQ(faultOf(std::string((1U << 20U) + 1, ' ')), "larger than 1 MiB");
+    EXPECT_EQ(faultOf(std::string(1U << 20U, '[')), "the document has more than 8 levels");
+    EXPECT_EQ(faultOf(std::string(8, '[') + std::string(8, ']')), "the document: an object is expected");
+    EXPECT_EQ(faultOf(std::string((1U << 20U) + 1, ' ')), "the document is larger than 1 MiB");
     EXPECT_LT(faultOf('"' + std::string(1U << 19U, 'x')).size(), 1100U);
     EXPECT_EQ(faultsOfSettings(R"({"a": 1, "a": 2)").size(), 1U); // no more is told of half a document
     const auto withServers = [](std::size_t number) {
@@ -73,5 +73,5 @@ TEST(HostileJson, IsRefusedBeyondItsLimits)
                repeated(number, [](auto) { return R"("10.0.0.1")"; }) + "]}}";
     };
     EXPECT_TRUE(faultsOfSettings(withServers(256)).empty());
-    EXPECT_EQ(faultOf(withServers(257)), "dns.servers: more than 256"); // each takes a file
+    EXPECT_EQ(faultOf(withServers(257)), "dns.servers: more than 256 servers"); // each takes a file
 }

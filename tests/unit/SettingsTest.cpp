@@ -70,10 +70,10 @@ TEST(Settings, HaveAllFaultsTold)
         {"address": "dhcp", "address": "dhcp", "routes": [{"destination": "10.1.0.0/08", "gateway": "::1"}]}},
         "gateway": "192.168.50.1", "dns": {"servers": "192.168.50.1", "domains": ["a b"]}})");
     const std::vector<std::string> expected = {
-        "interfaces.remote.address: the key stands twice",
+        "interfaces.remote.address: the key occurs twice",
         "interfaces.local.address: missing",
         "interfaces.local.adress: unknown key",
-        "interfaces.remote.routes[0].destination: '/08' is not a prefix length: 0 to 32 are",
+        "interfaces.remote.routes[0].destination: '/08' is not a prefix length: a prefix length is 0 to 32",
         "interfaces.remote.routes[0].gateway: not an IPv4 address",
         "gateway: null is expected: with DHCP, it comes with the lease of remote",
         "dns.servers: a list is expected",
@@ -87,7 +87,7 @@ TEST(Settings, TellThePlaceOfASyntaxError)
     EXPECT_EQ(fault("{\n  \"gateway\": nil}"), "line 2, column 15: syntax error while parsing value - invalid literal; "
                                                "last read: '\"gateway\": ni'");
     EXPECT_THAT(fault("{\"gateway\": 1e999}"), testing::StartsWith("line 1, column 17: number overflow"));
-    EXPECT_THAT(fault(""), testing::StartsWith("line 1, column 1: syntax error"));
+    EXPECT_EQ(fault(" \n"), "the document is empty");
     EXPECT_THAT(fault("{}\n\n]"), testing::StartsWith("line 3, column 1: syntax error"));
     EXPECT_THAT(fault("{\n\"dns\":\n"), testing::StartsWith("line 3, column 1: syntax error")); // behind the last byte
 }

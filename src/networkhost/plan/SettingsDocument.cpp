@@ -75,7 +75,10 @@ public:
         : json_(json), place_(std::move(place)), faults_(faults)
     {}
 
-    void add(const std::string& fault) const { faults_.add(place_.empty() ? fault : place_ + ": " + fault); }
+    void add(const std::string& fault) const
+    {
+        faults_.add(place_.empty() ? "the document: " + fault : place_ + ": " + fault);
+    }
 
     Node member(const std::string& key) const
     {
@@ -191,7 +194,7 @@ Configuration readDocument(const Node& document)
     const auto servers = dns.member("servers");
     servers.forEachElement([&](const Node& server) { configuration.dnsServers.push_back(server.text(faultOfHost)); });
     if (configuration.dnsServers.size() > kMostServers) {
-        servers.add("more than " + std::to_string(kMostServers));
+        servers.add("more than " + std::to_string(kMostServers) + " servers");
     }
     dns.member("domains").forEachElement(
         [&](const Node& domain) { configuration.searchDomains.push_back(domain.text(faultOfDomain)); });

@@ -61,7 +61,7 @@ public:
         if (isNew) {
             static_cast<Json::object_t::Container&>(members).emplace_back(std::move(name), Json());
         } else {
-            faults_.add(place() + ": the key stands twice");
+            faults_.add(place() + ": the key occurs twice");
         }
         level.member = position->second;
         return true;
@@ -116,7 +116,7 @@ private:
     bool open(Json::value_t kind)
     {
         if (levels_.size() == kMostLevels) {
-            failure_ = "more than " + std::to_string(kMostLevels) + " levels";
+            failure_ = "the document has more than " + std::to_string(kMostLevels) + " levels";
             return false;
         }
         levels_.push_back({&add(Json(kind)), {}, 0, {}});
@@ -172,7 +172,9 @@ Json parseBounded(const std::string& text, Faults& faults)
     Json json;
     Builder builder(text, json, faults);
     if (text.size() > kMostBytes) {
-        faults.add("larger than 1 MiB");
+        faults.add("the document is larger than 1 MiB");
+    } else if (text.find_first_not_of(" \t\r\n") == std::string::npos) {
+        faults.add("the document is empty");
     } else if (Json::sax_parse(text, &builder)) {
         return json;
     } else {

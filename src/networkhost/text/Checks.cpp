@@ -48,7 +48,7 @@ std::string faultOfAddress(const std::string& address)
     if (hasLeadingZero(address)) {
         return quoted + " is not a valid IPv4 address: a number with a leading zero may be read as octal";
     }
-    return quoted + " is not a valid IPv4 address: four numbers from 0 to 255 with dots between are";
+    return quoted + " is not a valid IPv4 address: an address is four numbers from 0 to 255 with dots between";
 }
 
 std::string faultOfMask(const std::string& mask)
@@ -62,8 +62,9 @@ std::string faultOfMask(const std::string& mask)
 
 std::string faultOfPrefixLength(const std::string& length)
 {
-    return parsePrefixLength(length) ? std::string()
-                                     : "'/" + printable(length) + "' is not a prefix length: 0 to 32 are";
+    return parsePrefixLength(length)
+               ? std::string()
+               : "'/" + printable(length) + "' is not a prefix length: a prefix length is 0 to 32";
 }
 
 std::string faultOfSettings(const velbase2::nsa::common::IpSettings& settings)
