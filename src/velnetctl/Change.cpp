@@ -116,13 +116,16 @@ bool awaitEffect(Session& session, Seconds wait, const Plan& plan)
 
 bool carryOut(Session& session, const Plan& plan, const ChangeOptions& options)
 {
-    for (const auto& warning : plan.warnings) {
-        warn(session, warning);
+    const auto planned = outcomeOf(plan, options.force);
+    const bool isRefused = !planned.isDone && !planned.isNothingToChange();
+    if (options.dryRun || !isRefused) { // a warning about a change that does not happen is noise
+        for (const auto& warning : plan.warnings) {
+            warn(session, warning);
+        }
     }
     if (options.dryRun) {
         printPlan(session, plan, options.json);
-        const auto outcome = outcomeOf(plan, options.force);
-        return outcome.isDone || outcome.isNothingToChange() || reportChange(session, outcome);
+        return !isRefused || reportChange(session, planned);
     }
     if (options.trial && !plan.files.empty()) {
         return tryPlan(session, plan, options);
