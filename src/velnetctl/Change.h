@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-/// The verbs that change the device. Those of the interfaces first wait until the live state shows what the files ask
-/// for. Each prints the status to the output, or why it was refused to the errors. True on success and when there was
-/// nothing to change.
+/// The commands that change the device. A command that changes an interface first waits until the live state shows what
+/// the files ask for. Each prints the status to the output, or why it was refused to the errors. True on success and
+/// when there was nothing to change.
 namespace velnetctl {
 
 using Seconds = std::optional<std::chrono::seconds>;

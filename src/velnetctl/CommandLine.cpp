@@ -31,7 +31,7 @@ constexpr int kNothingPending = 3;
 constexpr const char* kAddressForms = "dhcp, ADDRESS/LENGTH, or ADDRESS and MASK";
 constexpr const char* kRouteForms = R"(DESTINATION via GATEWAY ..., or dst=DESTINATION gw=GATEWAY ...)";
 
-/// A subcommand, as --help shows it.
+/// A command of velnetctl, as --help shows it.
 struct Verb
 {
     const char* name;
@@ -47,14 +47,14 @@ constexpr Verb kMonitor = {"monitor", "Print every change as it is published, un
   velnetctl monitor --json | jq -c 'select(.name == "link")')"};
 #ifdef VELNETCTL_HAS_WATCH
 constexpr Verb kWatch = {"watch", "Show the state and its changes on the whole terminal, until q or Ctrl-C",
-                         R"(  velnetctl watch   and in it, while a trial is pending: c confirms it, r rolls it back)"};
+                         R"(  velnetctl watch   during a trial, the key c confirms it, and r rolls it back)"};
 #endif
 constexpr Verb kSetIp = {"set-ip", "Switch an interface to DHCP or to a static address",
-                         R"(  velnetctl set-ip remote dhcp --wait 20   and return when the lease is there
+                         R"(  velnetctl set-ip remote dhcp --wait 20   returns when the lease is there
   velnetctl set-ip local 192.168.10.1/24
   velnetctl set-ip local 192.168.10.1 255.255.255.0
   velnetctl set-ip remote 10.0.0.5/24 --gateway 10.0.0.1 --dns 10.0.0.1 10.0.0.2 --dry-run
-  velnetctl set-ip remote 10.0.0.5/24 --gateway 10.0.0.1 --try 2m   and then: velnetctl confirm)"};
+  velnetctl set-ip remote 10.0.0.5/24 --gateway 10.0.0.1 --try 2m   then: velnetctl confirm)"};
 constexpr Verb kSetGateway = {"set-gateway", "Set or remove the default gateway",
                               R"(  velnetctl set-gateway 192.168.50.1
   velnetctl set-gateway none)"};
@@ -70,34 +70,39 @@ constexpr Verb kSetRoutes = {"set-routes", "Replace the static routes of an inte
   velnetctl set-routes remote)"};
 
 constexpr Verb kConfirm = {"confirm", "Keep the settings of the pending trial (see --try)", "  velnetctl confirm"};
-constexpr Verb kRollBack = {"rollback", "End the pending trial at once with the previous settings",
-                            "  velnetctl rollback"};
+constexpr Verb kRollBack = {"rollback", "Undo the pending trial at once", "  velnetctl rollback"};
 constexpr Verb kPending = {"pending", "Tell whether a trial is pending, or how the last one ended",
                            R"(  velnetctl pending          exit code 0 when one is pending, 3 when none is
   velnetctl pending --json)"};
-constexpr Verb kGuard = {"guard", "Roll the pending trial back when its time is over (for velnet-guard.service)",
+constexpr Verb kGuard = {"guard", "Undo the pending trial when its time is over (for velnet-guard.service)",
                          R"(  velnetctl guard
   velnetctl guard --boot    at boot, before systemd-networkd)"};
-constexpr Verb kSave = {"save", "Write what is configured as one JSON document",
+constexpr Verb kSave = {"save", "Write all settings as one JSON document",
                         R"(  velnetctl save
   velnetctl save settings.json)"};
-constexpr Verb kApply = {"apply", "Make the device as such a document says",
+constexpr Verb kApply = {"apply", "Change all settings to those of a JSON document (see save)",
                          R"(  velnetctl apply settings.json --dry-run
   velnetctl apply settings.json --try 60
   velnetctl apply - <settings.json)"};
 
-constexpr const char* kExitCodes = "Exit codes: 0 good, 1 failed, 2 wrong usage, 3 no trial is pending.";
+constexpr const char* kExitCodes =
+    "Exit codes: 0 success, 1 failed or refused, 2 wrong usage, 3 no trial is pending (from pending).";
+
+std::vector<std::string> namesOfInterfaces()
+{
+    std::vector<std::string> names;
+    for (const auto& entry : networkmanager::EthernetInterfaces().interfaces) {
+        names.push_back(entry.first);
+    }
+    return names;
+}
 
 /// An empty text for a managed interface, else why it is refused (CLI11's convention).
 std::string checkInterfaceName(const std::string& name)
 {
-    const networkmanager::EthernetInterfaces registry;
-    if (registry.interfaces.count(name) > 0) {
+    const auto names = namesOfInterfaces();
+    if (std::find(names.begin(), names.end(), name) != names.end()) {
         return {};
-    }
-    std::vector<std::string> names;
-    for (const auto& entry : registry.interfaces) {
-        names.push_back(entry.first);
     }
     return "unknown interface '" + networkhost::printable(name) +
            "'; the managed interfaces are: " + boost::algorithm::join(names, ", ") + suggestion(name, names);
@@ -109,14 +114,15 @@ std::string checkPrintable(const std::string& text)
     return networkhost::faultOfText(text);
 }
 
-/// CLI11 alone would read a leading zero as octal, an empty text as 0, and wrap what is out of range.
-std::string checkNumber(const std::string& text)
+/// CLI11 alone would read a leading zero as octal, an empty text as 0, and wrap a number that is out of range.
+std::string checkIndex(const std::string& text)
 {
     constexpr unsigned long long kMost = std::numeric_limits<unsigned int>::max();
     const bool isNumber = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
     const bool hasLeadingZero = text.size() > 1 && text.front() == '0';
     if (!isNumber || hasLeadingZero || text.size() > 10 || std::stoull(text) > kMost) {
-        return "'" + networkhost::printable(text) + "' is not a number from 0 to " + std::to_string(kMost);
+        return "'" + networkhost::printable(text) + "' is not an index: an index is a number: 0, 1, ..., up to " +
+               std::to_string(kMost);
     }
     return {};
 }
@@ -138,15 +144,16 @@ Seconds parseTime(const std::string& text)
                          : std::nullopt;
 }
 
-std::string checkTime(const std::string& text, std::chrono::seconds least)
+std::string checkTime(const std::string& text)
 {
+    constexpr std::chrono::seconds kLeast(1);
     constexpr std::chrono::hours kMost(24);
     const auto time = parseTime(text);
     if (!time) {
         return "'" + networkhost::printable(text) + "' is not a time such as 60, 90s, 2m or 1h";
     }
-    if (*time < least || *time > kMost) {
-        return "'" + text + "' is out of range: " + std::to_string(least.count()) + " s to 24 h are possible";
+    if (*time < kLeast || *time > kMost) {
+        return "'" + text + "' is out of range: a time is 1s to 24h";
     }
     return {};
 }
@@ -182,10 +189,10 @@ struct Arguments
     GuardKind guard = GuardKind::Foreground;
 };
 
-/// The command line, and what each verb does once the arguments are known; the exit code.
+/// The command line, and the action of each command, which returns the exit code.
 struct Commands
 {
-    CLI::App app{"Looks at and sets the network interfaces of this device, through libVelNetworkManager.", "velnetctl"};
+    CLI::App app{"Shows and changes the network settings of this device, through libVelNetworkManager.", "velnetctl"};
     Arguments arguments;
     std::map<const CLI::App*, std::function<int()>> actions;
 };
@@ -194,7 +201,7 @@ struct Commands
 template <class Action>
 CLI::App& add(Commands& commands, const Verb& verb, Action action)
 {
-    auto& app = *commands.app.add_subcommand(verb.name, verb.description);
+    auto& app = *commands.app.add_subcommand(verb.name, verb.description)->group("Commands");
     app.footer(std::string("Examples:\n") + verb.examples);
     commands.actions[&app] = [action]() -> int {
         if constexpr (std::is_same_v<decltype(action()), bool>) {
@@ -206,39 +213,68 @@ CLI::App& add(Commands& commands, const Verb& verb, Action action)
     return app;
 }
 
-CLI::Option* addTime(CLI::App& app, const std::string& name, Seconds& time, std::chrono::seconds least,
-                     const std::string& description)
+CLI::Option* addTime(CLI::App& app, const std::string& name, Seconds& time, const std::string& description)
 {
     return app
         .add_option_function<std::string>(
             name, [&time](const std::string& text) { time = parseTime(text); }, description)
         ->type_name("TIME")
-        ->check(CLI::Validator([least](const std::string& text) { return checkTime(text, least); }, "", "time"));
+        ->check(CLI::Validator(checkTime, "", "time"));
 }
 
 CLI::App& addChange(Commands& commands, const Verb& verb, std::function<bool()> action)
 {
     auto& app = add(commands, verb, std::move(action));
     auto& options = commands.arguments.change;
-    addTime(app, "--wait", options.wait, std::chrono::seconds(0),
-            "Return when the live state shows the setting, fail after that time: seconds, or as in 90s, 2m, 1h");
-    auto* trial = addTime(app, "--try", options.trial, std::chrono::seconds(1),
-                          "Roll back unless it is confirmed within that time, from 1s to 24h, by default 60s, which "
-                          "begins when it is live; also when it is not live after --wait, by default 30s")
+    addTime(app, "--wait", options.wait, "Return when the setting is live; fail after TIME (60, 90s, 2m, 1h)");
+    auto* trial = addTime(app, "--try", options.trial,
+                          "Undo the change unless it is confirmed within TIME (1s to 24h, default 60s) after it is "
+                          "live. If it is not live within --wait (default 30s), it is undone at once.")
+                      ->option_text("[TIME]")
                       ->expected(0, 1)
                       ->default_str("60");
-    app.add_flag("--require-boot-guard", options.requiresBootGuard, "Refuse a trial that a reboot would keep")
+    app.add_flag("--require-boot-guard", options.requiresBootGuard, "Refuse the trial unless a reboot undoes it")
         ->needs(trial);
-    auto* dryRun = app.add_flag("--dry-run", options.dryRun, "Print what would be written and run; touch nothing")
+    auto* dryRun = app.add_flag("--dry-run", options.dryRun, "Print what would be written and run; change nothing")
                        ->excludes(trial);
     app.add_flag("--json", options.json, "Print the plan as one JSON object")->needs(dryRun);
-    app.add_flag("--force", options.force, "Do what is refused as unsound");
+    app.add_flag("--force", options.force, "Carry it out in spite of objections");
     return app;
 }
 
 CLI::Validator managedInterface()
 {
     return {checkInterfaceName, "", "interface"};
+}
+
+void addInterface(CLI::App& app, Arguments& arguments)
+{
+    app.add_option("INTERFACE", arguments.interfaceName, boost::algorithm::join(namesOfInterfaces(), " or "))
+        ->required()
+        ->check(managedInterface());
+}
+
+/// Why ADDRESS and MASK do not go together; empty when they do. Whether they are valid is the library's to say.
+std::string faultOfForm(const std::string& address, const std::string& mask)
+{
+    if (CLI::detail::to_lower(address) == "dhcp") {
+        return mask.empty() ? "" : "dhcp takes no mask";
+    }
+    const bool hasLength = address.find('/') != std::string::npos;
+    if (hasLength == mask.empty()) {
+        return {};
+    }
+    if (hasLength) {
+        return "give the length or the mask, not both";
+    }
+    return networkhost::faultOfAddress(address).empty()
+               ? address + " has no prefix length: use a form such as " + address + "/24, or add the mask"
+               : std::string("expected ") + kAddressForms;
+}
+
+bool isNone(const std::string& word)
+{
+    return CLI::detail::to_lower(word) == "none";
 }
 
 void addLooking(Commands& commands, Session& session)
@@ -249,10 +285,13 @@ void addLooking(Commands& commands, Session& session)
         return true;
     });
     status.add_flag("--json", arguments.json, "Print one JSON object");
-    status.add_option("INTERFACE", arguments.words, "Only these interfaces")->check(managedInterface());
+    status
+        .add_option("INTERFACE", arguments.words,
+                    boost::algorithm::join(namesOfInterfaces(), " or ") + "; all interfaces by default")
+        ->check(managedInterface());
 
     auto& monitoring = add(commands, kMonitor, [&] { return monitor(session, arguments.json); });
-    monitoring.add_flag("--json", arguments.json, "Print one JSON object a line");
+    monitoring.add_flag("--json", arguments.json, "Print one JSON object per line");
 #ifdef VELNETCTL_HAS_WATCH
     add(commands, kWatch, [&] { return watch(session); });
 #endif
@@ -265,18 +304,21 @@ void addSetting(Commands& commands, Session& session)
         return setIp(session, arguments.interfaceName, arguments.address, arguments.mask, arguments.gateway,
                      arguments.words, arguments.change);
     });
-    ip.add_option("INTERFACE", arguments.interfaceName)->required()->check(managedInterface());
+    addInterface(ip, arguments);
     ip.add_option("ADDRESS", arguments.address, kAddressForms)->required();
-    ip.add_option("MASK", arguments.mask, "Dotted, for an ADDRESS without LENGTH");
-    ip.add_option("--gateway", arguments.gateway, "The default gateway, or none; otherwise the present one is kept")
+    ip.add_option("MASK", arguments.mask, "Such as 255.255.255.0, for an ADDRESS without LENGTH");
+    ip.add_option("--gateway", arguments.gateway, "The default gateway, or none; by default, the present one is kept")
         ->type_name("ADDRESS");
-    ip.add_option("--dns", arguments.words, "All DNS servers, or none; otherwise the present ones are kept")
+    ip.add_option("--dns", arguments.words, "All DNS servers, or none; by default, the present ones are kept")
         ->type_name("ADDRESS");
     ip.final_callback([&arguments] {
-        const bool isDhcp = CLI::detail::to_lower(arguments.address) == "dhcp";
-        const bool needsMask = !isDhcp && arguments.address.find('/') == std::string::npos;
-        if (needsMask == arguments.mask.empty()) {
-            throw CLI::ValidationError("ADDRESS", std::string("expected ") + kAddressForms);
+        if (const auto fault = faultOfForm(arguments.address, arguments.mask); !fault.empty()) {
+            throw CLI::ValidationError("ADDRESS", fault);
+        }
+        const auto& servers = arguments.words;
+        const bool hasNone = std::any_of(servers.begin(), servers.end(), isNone);
+        if (hasNone && servers.size() > 1) {
+            throw CLI::ValidationError("--dns", "none must stand alone");
         }
     });
 
@@ -286,20 +328,20 @@ void addSetting(Commands& commands, Session& session)
 
     auto& dns = addChange(commands, kSetDns,
                           [&] { return setDns(session, arguments.index, arguments.address, arguments.change); });
-    dns.add_option("INDEX", arguments.index, "Which one: 0, 1, ...")
+    dns.add_option("INDEX", arguments.index, "The number of the server: 0, 1, ...")
         ->required()
-        ->check(CLI::Validator(checkNumber, "", "index"));
+        ->check(CLI::Validator(checkIndex, "", "index"));
     dns.add_option("ADDRESS", arguments.address, "The server, or none")->required();
 
     const CLI::Validator isPrintable(checkPrintable, "", "text");
     auto& domain =
         addChange(commands, kSetDomain, [&] { return setDomain(session, arguments.words, arguments.change); });
-    domain.add_option("DOMAIN", arguments.words)->check(isPrintable);
+    domain.add_option("DOMAIN", arguments.words, "A search domain, such as example.org")->check(isPrintable);
 
     auto& routes = addChange(commands, kSetRoutes, [&] {
         return setRoutes(session, arguments.interfaceName, routesText(arguments.words), arguments.change);
     });
-    routes.add_option("INTERFACE", arguments.interfaceName)->required()->check(managedInterface());
+    addInterface(routes, arguments);
     routes.add_option("ROUTE", arguments.words, kRouteForms)->check(isPrintable);
     routes.final_callback([&arguments] { routesText(arguments.words); });
 }
@@ -315,10 +357,11 @@ void addTrial(Commands& commands, Session& session)
     auto& guarding = add(commands, kGuard, [&] { return guard(session, arguments.guard); });
     auto* boot = guarding.add_flag_callback(
         "--boot", [&] { arguments.guard = GuardKind::Boot; },
-        "Restore what was not confirmed before the device was started");
+        "Undo a trial that was pending when the device went down");
     guarding
         .add_flag_callback(
-            "--detach", [&] { arguments.guard = GuardKind::Detached; }, "In a session of its own")
+            "--detach", [&] { arguments.guard = GuardKind::Detached; },
+            "Run in the background, in a session of its own")
         ->excludes(boot);
 }
 
@@ -326,10 +369,10 @@ void addSettings(Commands& commands, Session& session)
 {
     auto& arguments = commands.arguments;
     auto& saving = add(commands, kSave, [&] { return saveSettings(session, arguments.file); });
-    saving.add_option("FILE", arguments.file, "Otherwise, or as -, standard output");
+    saving.add_option("FILE", arguments.file, "The file; standard output by default, or for -");
     auto& applying =
         addChange(commands, kApply, [&] { return applySettings(session, arguments.file, arguments.change); });
-    applying.add_option("FILE", arguments.file, "- is standard input")->required();
+    applying.add_option("FILE", arguments.file, "The file; - is standard input")->required();
 }
 
 void addAll(Commands& commands, Session& session)
@@ -339,6 +382,7 @@ void addAll(Commands& commands, Session& session)
                "\n\n" + kExitCodes);
     app.set_version_flag("--version", "velnetctl " VELNETCTL_VERSION);
     app.require_subcommand(1);
+    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     app.fallthrough();
     app.add_flag("-v,--verbose", commands.arguments.verbose, "Show the library's log on standard error");
     addLooking(commands, session);
@@ -364,7 +408,7 @@ std::vector<std::string> namesOfVerbs(const CLI::App& app)
     return names;
 }
 
-/// Those of the verb and of velnetctl.
+/// The options of the command and of velnetctl.
 std::vector<const CLI::Option*> optionsOf(const CLI::App& app, const std::string& verb)
 {
     const auto isOption = [](const CLI::Option* option) { return option->nonpositional(); };

@@ -32,6 +32,18 @@ bool contains(const std::vector<std::string>& names, const std::string& name)
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
+Row stateOf(const TrialState& trial)
+{
+    switch (trial.kind) {
+    case TrialState::Kind::Waiting:
+        return {"state", "not live yet", {}, ", " + secondsText(trial.left) + " left to become live"};
+    case TrialState::Kind::Counting:
+        return {"state", "live", {}, ", " + secondsText(trial.left) + " left to confirm"};
+    default:
+        return {"state", nameOf(trial.kind), {}, {}};
+    }
+}
+
 Section sectionOf(const TrialState& trial)
 {
     if (trial.kind == TrialState::Kind::Unreadable) {
@@ -39,7 +51,7 @@ Section sectionOf(const TrialState& trial)
     }
     return {"trial",
             {{"pending", printable(trial.title), Color::Red, ", by " + printable(trial.by)},
-             {"state", nameOf(trial.kind), {}, ", " + secondsText(trial.left) + " left"},
+             stateOf(trial),
              {"to keep it", "velnetctl confirm", {}, {}},
              {"to go back", "velnetctl rollback", {}, {}}}};
 }

@@ -9,7 +9,7 @@
 
 #include <string>
 
-/// The verbs about a pending trial.
+/// The commands about a pending trial.
 namespace velnetctl {
 
 /// Tries the plan, tells what it waits for, and in a terminal asks whether to keep the setting; true when it was kept.
@@ -19,7 +19,7 @@ bool tryPlan(Session& session, const networkhost::Plan& plan, const ChangeOption
 bool confirm(Session& session);
 bool rollBack(Session& session);
 
-/// "counting", of a trial that is live.
+/// For programs: "counting" while a trial is live.
 const char* nameOf(networkhost::TrialState::Kind kind);
 
 /// The trial for programs.

@@ -27,12 +27,12 @@ for template, installed in ("velnetctl.1.in", manual), ("velnetctl.bash.in", com
         f"{installed} is behind; run: cmake --build --preset release --target velnetctl_documents")
 
 help_texts = {"": output(velnetctl, "--help")}
-for verb in re.findall(r"^  ([a-z-]+)  ", help_texts[""].partition("Subcommands:")[2].partition("Examples:")[0], re.M):
+for verb in re.findall(r"^  ([a-z-]+)  ", help_texts[""].partition("Commands:")[2].partition("Examples:")[0], re.M):
     help_texts[verb] = output(velnetctl, verb, "--help")
 page = re.sub(r"\\f[BIR]", "", manual.read_text()).replace(r"\-", "-").replace(r"\(aq", "'")
 described = {verb: [".TP\n--help\n"] for verb in help_texts if verb}
 described[""] = [page.partition(".SH OPTIONS")[2].partition(".S")[0]]
-for verbs, text in re.findall(r"^\.SS Of (.*)\n((?:(?!\.S).*\n)*)", page, re.M):
+for verbs, text in re.findall(r"^\.SS For (.*)\n((?:(?!\.S).*\n)*)", page, re.M):
     for verb in verbs.split(", "):
         described[verb].append(text)
 for verb, text in help_texts.items():

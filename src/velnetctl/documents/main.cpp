@@ -135,7 +135,7 @@ std::string manualOf(const CLI::Option& option)
     return ".TP\n" + heading(option) + '\n' + prose(option.get_description()) + '\n';
 }
 
-/// What several verbs have in common is told once.
+/// An option that several verbs have in common is told once.
 std::string manualOfOptions(const CLI::App& app)
 {
     std::vector<std::pair<const CLI::Option*, std::string>> verbsOfOptions;
@@ -158,13 +158,13 @@ std::string manualOfOptions(const CLI::App& app)
     }
     std::string before;
     for (const auto& [option, verbs] : verbsOfOptions) {
-        page += (verbs == before ? "" : ".SS " + escaped("Of " + verbs) + '\n') + manualOf(*option);
+        page += (verbs == before ? "" : ".SS " + escaped("For " + verbs) + '\n') + manualOf(*option);
         before = verbs;
     }
     return page;
 }
 
-/// Of "  COMMAND   what it does", each.
+/// Each line is "  COMMAND   what it does".
 std::string manualOfExamples(const CLI::App& app)
 {
     static const std::regex example("  (.*?)(?: {3,}(.*))?");
@@ -252,7 +252,7 @@ std::string completionTable(const CLI::App& app)
 /// What stands in place of a line of the template: a part, or the line.
 std::string expanded(const std::string& line, const CLI::App& app)
 {
-    return line == "@VERBS@"      ? manualOfVerbs(app)
+    return line == "@COMMANDS@"   ? manualOfVerbs(app)
            : line == "@OPTIONS@"  ? manualOfOptions(app)
            : line == "@EXAMPLES@" ? manualOfExamples(app)
            : line == "@TABLE@"    ? completionTable(app)
