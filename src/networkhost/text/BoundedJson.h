@@ -28,7 +28,7 @@ private:
     std::size_t more_ = 0;
 };
 
-/// Adds a fault for each key that stands twice in an object; its last value counts. Discarded, with a fault, for a text
+/// Adds a fault for each key that occurs twice in an object; its last value counts. Discarded, with a fault, for a text
 /// of more than 1 MiB, of more than 8 levels, or that is no JSON.
 nlohmann::ordered_json parseBounded(const std::string& text, Faults& faults);
 
