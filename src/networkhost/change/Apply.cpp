@@ -10,13 +10,13 @@
 namespace networkhost {
 namespace {
 
-/// A first step that fails leaves nothing behind that the daemons could have seen.
+/// Whether the plan's first step failed. The daemons cannot have seen any change then.
 bool isFirstStep(const Plan& plan, const Failure& failure)
 {
     return failure.subject == (plan.preparations.empty() ? plan.files.front().path : plan.preparations.front().text);
 }
 
-/// With the old files, after a step that failed.
+/// Puts the old files back after a failed step, and restarts the daemons if they may have seen a change.
 void putBack(IDevice& device, const Plan& plan, const std::vector<SavedFile>& saved, Outcome& outcome)
 {
     const auto failures = restoreFiles(device.files(), saved, outcome.notes).failures;
@@ -28,14 +28,15 @@ void putBack(IDevice& device, const Plan& plan, const std::vector<SavedFile>& sa
     outcome.notes.push_back(restarts.empty() ? what : what + ", but " + restarts);
 }
 
-/// After an exception in the middle: what it took of the memory is free again. Nobody is told of a failure here.
+/// Puts the old files back after an exception, when the memory of the failed steps is free again. Failures are ignored,
+/// because the exception goes on to the caller.
 void putBackSilently(IDevice& device, const std::vector<SavedFile>& saved)
 {
     try {
         std::vector<std::string> notes;
         restoreFiles(device.files(), saved, notes);
         restartDaemons(device, saved);
-    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): the first one goes on
+    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): the caller rethrows the first one
     }
 }
 

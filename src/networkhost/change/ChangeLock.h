@@ -11,17 +11,17 @@
 
 namespace networkhost {
 
-/// Held while the configuration is changed through this library: changes take turns, in other processes, too.
+/// Held while this library changes the configuration. Changes take turns, also between processes.
 struct ChangeLock
 {
     std::unique_ptr<IFiles::Lock> lock;
-    std::string refusal; // why it was not to be had, in a sentence; otherwise empty
+    std::string refusal; // a sentence that says why the lock could not be taken; empty with the lock
 };
 
-/// Waits for its turn. Without the lock, nothing may be changed.
+/// Waits for the lock, at most until the limit. Nothing may be changed without the lock.
 ChangeLock lockChanges(IDevice& device, std::chrono::milliseconds limit = std::chrono::seconds(10));
 
-/// The same for the lock of whoever begins a trial.
+/// The same for the lock of the process that begins a trial.
 ChangeLock lockCaller(IDevice& device);
 
 } // namespace networkhost

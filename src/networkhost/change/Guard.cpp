@@ -34,7 +34,8 @@ std::string reasonOf(IDevice& device, const TrialState& state)
     return "it was not confirmed in time";
 }
 
-/// Its caller, if it is still there, sees the end of the wait first, and asks the neighbours for up to 3 s.
+/// Whether the guard must roll back the trial. The caller of a waiting trial gets more time, because it may still ask
+/// the neighbours for up to 3 s after its wait.
 bool isDue(IDevice& device, const TrialState& state)
 {
     constexpr milliseconds kForTheCaller(5000);
@@ -48,7 +49,7 @@ bool isDue(IDevice& device, const TrialState& state)
     }
 }
 
-/// Says each line once: a roll-back may be tried again and again.
+/// Reports each line only once, because a roll-back may be tried many times.
 class Reporter
 {
 public:
@@ -66,7 +67,7 @@ private:
     std::set<std::string> said_;
 };
 
-/// False when it has to be tried again.
+/// False when the roll-back has to be tried again.
 bool rollBackAndReport(IDevice& device, const TrialState& state, const RollBackOptions& options, Reporter& reporter)
 {
     const auto why = reasonOf(device, state);
@@ -80,7 +81,7 @@ bool rollBackAndReport(IDevice& device, const TrialState& state, const RollBackO
     }
     const auto now = trialState(device);
     if (!now.isPending() || !isDue(device, now)) {
-        return true; // somebody else has ended it, or moved its deadline
+        return true; // another process has ended the trial or moved its deadline
     }
     reporter.report(state.title + " is not rolled back: " + outcome.reason);
     return false;
@@ -123,7 +124,8 @@ void guardTrials(IDevice& device, const Report& report)
 {
     do {
         guardPending(device, report);
-        // A trial that began after the last look, and before the lock was free, has found this guard.
+        // A trial may have begun after the last look, while this guard still had its lock. No other guard was started
+        // for it.
     } while (trialState(device).isPending());
 }
 

@@ -9,15 +9,15 @@
 
 #pragma GCC visibility push(hidden)
 
-/// Whether a change may begin.
+/// Decides whether a change may begin.
 namespace networkhost {
 
-/// Why the plan is refused before it takes its turn: a trial is pending, or what the plan itself says. Done when it is
-/// not refused.
+/// Checked before the change lock is taken. Refused when a trial is pending, or when the plan itself is refused or has
+/// objections without `force`. Otherwise the outcome is done.
 Outcome refusalOf(IDevice& device, const Plan& plan, bool force);
 
-/// Why the plan must not be carried out although it has its turn: a trial is pending, or its files have changed. Empty
-/// when it may.
+/// Checked with the change lock held. Returns why the plan must not be carried out: a trial is pending, or the files
+/// have changed since the plan was made. Empty when it may be carried out.
 std::string conflictOf(IDevice& device, const Plan& plan);
 
 } // namespace networkhost

@@ -14,7 +14,7 @@ Outcome rollBack(IDevice& device, const std::string& why)
 {
     RollBackOptions options;
     Writer writer;
-    // Another user than the caller may hold the lock for ever. Root does not wait for that.
+    // The user of the records may hold the lock for ever. Root does not wait for that user.
     options.breaksLock = !device.files().writerOf(paths::kTrial, writer) && writer.user != ::geteuid();
     options.endsWithoutTurn = options.breaksLock;
     return rollBackTrial(device, why, options);

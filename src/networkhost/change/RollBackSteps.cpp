@@ -19,7 +19,7 @@ namespace paths = velbase2::system::paths;
 
 namespace {
 
-/// Beside the record, under a name of its own: "network-02_remote.network.d-50-routes.conf".
+/// The path of a kept copy beside the record, for example ".../overwritten-network-02_remote.network.d-50-routes.conf".
 std::string keptPath(const std::string& path)
 {
     constexpr std::string_view kCommon = "/etc/systemd/";
@@ -28,7 +28,7 @@ std::string keptPath(const std::string& path)
     return paths::kTrialDirectory + ("/overwritten-" + name);
 }
 
-/// What somebody wrote past this library since the trial began.
+/// Keeps a copy of a text that was written without this library since the trial began.
 void keepForeignText(IFiles& files, const SavedFile& saved, std::vector<std::string>& notes)
 {
     std::string text;
@@ -43,14 +43,15 @@ void keepForeignText(IFiles& files, const SavedFile& saved, std::vector<std::str
                     (error ? "lost: " + error.message() : "kept in " + path));
 }
 
-/// A record may not name files that are changed with the rights of another user than its writer.
+/// Drops the files that would be written with the rights of another user than the record. The writer of a record must
+/// not decide about them.
 void dropFilesOfOthers(const IFiles& files, TrialRecord& record, std::vector<std::string>& notes)
 {
     Writer own;
     files.writerOf(paths::kRollback, own);
     const auto isOfOthers = [&](const SavedFile& file) {
         auto writer = own;
-        files.writerOf(file.path, writer); // an error here comes again when the file is put back
+        files.writerOf(file.path, writer); // the roll-back of the file reports an error
         if (writer.user != own.user) {
             notes.push_back(file.path + " is root's and stays as it is: it does not lie with the record of the trial");
         }
@@ -59,15 +60,15 @@ void dropFilesOfOthers(const IFiles& files, TrialRecord& record, std::vector<std
     record.files.erase(std::remove_if(record.files.begin(), record.files.end(), isOfOthers), record.files.end());
 }
 
-/// False for a trial that is not over yet.
+/// Whether the trial is over: its process ended before it was live, its deadline has passed, or the device was started.
 bool isDue(IDevice& device, const TrialRecord& record)
 {
     const bool isLeftAlone = !record.isLive && !hasCaller(device.files());
     return isLeftAlone || record.deadline <= device.now() || record.boot != bootMark(device.files());
 }
 
-/// The record of what is to be rolled back from here on; of two callers, or of one that confirms, one gets it. EAGAIN
-/// when it is not due.
+/// Takes the record of the pending trial, which from then on is rolled back. The rename decides between two callers, or
+/// between a roll-back and a confirmation. Returns EAGAIN when the trial is not due.
 std::error_code claim(IDevice& device, const std::string& why, bool onlyWhenDue, TrialRecord& record)
 {
     auto& files = device.files();
@@ -83,12 +84,13 @@ std::error_code claim(IDevice& device, const std::string& why, bool onlyWhenDue,
     const auto error = readRecord(files, paths::kRollback, record);
     if (!error && record.why.empty()) {
         record.why = why;
-        writeRecord(files, paths::kRollback, record); // what fails costs the reason only
+        writeRecord(files, paths::kRollback, record); // a failure only loses the reason
     }
     return error;
 }
 
-/// Restarts the daemons when they have not seen these files yet. Those that could not be, in words.
+/// Restarts the daemons if they have not read these files yet. Returns a text that names the daemons that could not be
+/// restarted.
 std::string restartOnce(IDevice& device, TrialRecord& record)
 {
     if (record.isRestored) {
@@ -96,12 +98,12 @@ std::string restartOnce(IDevice& device, TrialRecord& record)
     }
     auto failure = restartDaemons(device, record.files);
     record.isRestored = failure.empty();
-    writeRecord(device.files(), paths::kRollback, record); // what fails costs a restart more
+    writeRecord(device.files(), paths::kRollback, record); // a failure only causes a further restart
     return failure;
 }
 
-/// Puts the files back. Where the daemons have been restarted before, and a file is another one now, they are to be
-/// restarted once more: noted before it is back, because this process may be killed in between.
+/// Puts the files back. If a file has changed since the daemons were restarted, they have to be restarted again. The
+/// record says that before the file is back, because this process may be killed in between.
 Restored putBack(IDevice& device, TrialRecord& record, std::vector<std::string>& notes)
 {
     auto& files = device.files();
@@ -111,14 +113,14 @@ Restored putBack(IDevice& device, TrialRecord& record, std::vector<std::string>&
         writeRecord(files, paths::kRollback, record);
     }
     auto restored = restoreFiles(files, record.files, notes);
-    if (isOnceMore && !restored.isChanged) { // a file that does not come back costs no restart
+    if (isOnceMore && !restored.isChanged) { // no file came back: no restart is needed
         record.isRestored = true;
         writeRecord(files, paths::kRollback, record);
     }
     return restored;
 }
 
-/// Whether the record on disk is still that of this trial.
+/// Whether the record on the disk still belongs to this trial.
 bool isPresent(const IFiles& files, const TrialRecord& record)
 {
     TrialRecord present;
@@ -126,7 +128,7 @@ bool isPresent(const IFiles& files, const TrialRecord& record)
            present.deadline == record.deadline;
 }
 
-/// What the live state lacks of the previous files; nothing when it lacked something before the trial, too.
+/// Names what the live state lacks of the previous settings. Empty when these were not live before the trial either.
 std::string lackingOf(IDevice& device, const TrialRecord& record)
 {
     if (!record.wasLive) {
@@ -140,7 +142,7 @@ std::string lackingOf(IDevice& device, const TrialRecord& record)
     const auto live = readLiveState(device);
     for (const auto& [name, iface] : live.interfaces) {
         if (!iface.hasLink) {
-            wanted.interfaces.erase(name); // with the cable out, nothing becomes live; the daemon sees to it afterwards
+            wanted.interfaces.erase(name); // without a cable nothing becomes live; networkd acts when it is back
         }
     }
     return missing(wanted, live);
@@ -198,7 +200,7 @@ Outcome rollBackTrial(IDevice& device, const std::string& why, const RollBackOpt
         turn = lockChanges(device);
     }
     if (!isPresent(files, record)) {
-        outcome.isDone = true; // another change or trial has followed, or somebody else has seen the end of it
+        outcome.isDone = true; // another change or trial has followed, or another process has ended the roll-back
         return outcome;
     }
     if (wereBack && !areBack(files, record.files)) {

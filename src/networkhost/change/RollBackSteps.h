@@ -13,16 +13,16 @@ namespace networkhost {
 
 struct RollBackOptions
 {
-    bool breaksLock = false;      // puts the files back without its turn, when the holder has it for too long
-    bool endsWithoutTurn = false; // and ends the trial, although the holder may still write
-    bool onlyWhenDue = false;     // not one whose deadline has moved on meanwhile
-    bool isAtBoot = false;        // the daemons have not started yet: there is nothing to restart, and nothing is live
-    std::chrono::milliseconds untilLive = std::chrono::seconds(10); // at most, to wait for the live state
+    bool breaksLock = false;      // puts the files back without the lock when its holder keeps it too long
+    bool endsWithoutTurn = false; // then also ends the trial, although the holder of the lock may still write
+    bool onlyWhenDue = false;     // refuses a trial whose deadline has moved meanwhile
+    bool isAtBoot = false;        // the daemons have not started: nothing has to be restarted, and nothing is live
+    std::chrono::milliseconds untilLive = std::chrono::seconds(10); // limit of the wait for the live state
 };
 
-/// Ends the pending trial with the previous files, or finishes one that was broken off: the files are back, the daemons
-/// have been restarted with them, and the live state shows them, unless it did not before the trial either. Until then
-/// the trial stays pending, and this can be called again. A file that cannot be put back holds up none of the others.
+/// Rolls back the pending trial, or finishes a roll-back that was broken off. It is done when the files are back, the
+/// daemons have been restarted, and the previous settings are live again if they were live before the trial. Until then
+/// the trial stays pending, and the call can be repeated. A file that cannot be put back does not hold up the others.
 Outcome rollBackTrial(IDevice& device, const std::string& why, const RollBackOptions& options);
 
 } // namespace networkhost

@@ -19,8 +19,8 @@ std::error_code restore(IFiles& files, const SavedFile& file)
     return hasNoRoom || isHelpedInPlace(error) ? files.overwrite(file.path, *file.text) : error;
 }
 
-/// Whether a file that could not be put back is somebody's decision who has more rights: a mask, which is no regular
-/// file, or a file of its own, with another text than the trial's.
+/// Whether another user with more rights has decided about a file that could not be put back. This user has put a mask
+/// or something else that is not a regular file there, or has written another text than the change's.
 bool isDecided(const IFiles& files, const SavedFile& file, const std::error_code& error)
 {
     if (error == std::errc::invalid_argument || error == std::errc::too_many_symbolic_link_levels) {
@@ -45,7 +45,7 @@ std::vector<SavedFile> savedFilesOf(const IFiles& files, const Plan& plan)
     std::vector<SavedFile> saved;
     for (const auto& file : plan.files) {
         Rights rights;
-        files.rightsOf(file.path, rights); // a file that is not there needs none
+        files.rightsOf(file.path, rights); // a missing file needs no rights
         saved.push_back(
             {file.path, file.before, rights, file.after ? std::optional(checksumOf(*file.after)) : std::nullopt});
     }

@@ -12,24 +12,25 @@
 
 #pragma GCC visibility push(hidden)
 
-/// The files of a change as they were before it, and how they come back. The caller holds the change lock.
+/// Saves the files of a change before it, and restores them. The caller holds the change lock.
 namespace networkhost {
 
 /// The files of the plan as they are now.
 std::vector<SavedFile> savedFilesOf(const IFiles& files, const Plan& plan);
 
-/// Whether only the directory is in the way of a replacement, or that the file is a mount of its own.
+/// Whether the file cannot be replaced, but can perhaps be written in place. This is the case when the directory does
+/// not allow the replacement, or when the file is a mount point.
 bool isHelpedInPlace(const std::error_code& error);
 
 struct Restored
 {
-    std::vector<Failure> failures; // none when all files are back, but for those that stay
-    bool isChanged = false;        // a file is another one than before
+    std::vector<Failure> failures; // empty when all files are back, except those that have to stay
+    bool isChanged = false;        // at least one file was changed
 };
 
-/// Puts the files back, as far as it can: what differs from the saved one is replaced, what was not there is removed.
-/// Can be repeated. Where a file has no room to be replaced, it is written in place. A link that masks the file, or
-/// anything else that somebody with more rights has put there meanwhile, stays; `notes` tells of it.
+/// Restores all files that it can: replaces those that differ, and removes those that did not exist. The call can be
+/// repeated. A file that cannot be replaced, for example on a full disk, is written in place. A link that masks the
+/// file stays, and so does anything else that a user with more rights has put there. `notes` names it.
 Restored restoreFiles(IFiles& files, const std::vector<SavedFile>& saved, std::vector<std::string>& notes);
 
 } // namespace networkhost

@@ -57,8 +57,8 @@ bool writeFile(IDevice& device, const FileChange& file, bool allowsInPlace, Outc
     return !error;
 }
 
-/// Moves aside what lies in the place of a file of systemd-networkd and is none: reading a FIFO, the daemon would wait
-/// for ever, and with it whoever restarts it.
+/// Moves aside anything but a regular file that stands where a file of systemd-networkd belongs. When the daemon reads
+/// a FIFO, it waits for ever, and so does the process that restarts the daemon.
 void clearTheWay(IFiles& files)
 {
     for (const auto& iface : networkmanager::kBuiltInInterfaces) {
@@ -79,7 +79,7 @@ Outcome runSteps(IDevice& device, const Plan& plan, bool allowsInPlace)
     Outcome outcome;
     outcome.status = plan.status;
     if (!runCommands(device, plan.preparations, outcome)) {
-        outcome.status = outcome.failures.back().words; // of the tool, as the library has it
+        outcome.status = outcome.failures.back().words; // the required library emits the tool's words, too
     } else {
         outcome.isDone = std::all_of(plan.files.begin(), plan.files.end(),
                                      [&](const auto& file) { return writeFile(device, file, allowsInPlace, outcome); });

@@ -11,14 +11,15 @@
 
 #pragma GCC visibility push(hidden)
 
-/// The steps of a change: files and commands. The caller holds the change lock.
+/// Runs the steps of a change. The caller holds the change lock.
 namespace networkhost {
 
 /// Runs the commands of the plan and writes its files. Stops at the first step that fails. `allowsInPlace`: see
 /// apply().
 Outcome runSteps(IDevice& device, const Plan& plan, bool allowsInPlace);
 
-/// Makes the daemons read the files again, each that reads one of them. Those that did not, in words; "" when all did.
+/// Restarts each daemon that reads one of the files. Returns a text that names the daemons that could not be restarted,
+/// or an empty one.
 std::string restartDaemons(IDevice& device, const std::vector<SavedFile>& files);
 
 } // namespace networkhost

@@ -42,7 +42,7 @@ Outcome failed(const std::string& step, const std::error_code& error)
     return outcome;
 }
 
-/// Why a trial cannot be made with these times; empty when it can.
+/// Why a trial cannot have these times. Empty when it can.
 std::string faultOfTimes(const TrialOptions& options)
 {
     constexpr std::chrono::seconds kShortest(1);
@@ -53,14 +53,14 @@ std::string faultOfTimes(const TrialOptions& options)
                : "the time to confirm in and the time to wait are from 1 s to 24 h (86400 s)";
 }
 
-/// Why the guard could not put a file of the plan back; empty when it could.
+/// Why the guard could not restore a file of the plan. Empty when it could.
 std::string faultOfWriters(const IFiles& files, const Plan& plan)
 {
     Writer guard;
     files.writerOf(paths::kTrial, guard);
     for (const auto& file : plan.files) {
         auto writer = guard;
-        files.writerOf(file.path, writer); // an error is told by the write
+        files.writerOf(file.path, writer); // the write reports an error
         if (writer.user != guard.user) {
             return file.path + " does not lie in /etc/systemd/velnet, and only there does the guard of a trial write: "
                                "change it without a trial, or put it there with a link to it";
@@ -69,7 +69,7 @@ std::string faultOfWriters(const IFiles& files, const Plan& plan)
     return {};
 }
 
-/// Puts the record in place, and sees that somebody guards it. Until then the configuration is untouched.
+/// Writes the record and makes sure that a guard runs. Both come before the first change of the configuration.
 Outcome arm(IDevice& device, const TrialRecord& record)
 {
     auto& files = device.files();
@@ -77,10 +77,10 @@ Outcome arm(IDevice& device, const TrialRecord& record)
     error = error ? error : files.remove(paths::kRolledBack);
     error = error ? error : writeRecord(files, paths::kTrial, record);
     TrialRecord written;
-    error =
-        error ? error : readRecord(files, paths::kTrial, written); // what cannot be read back would not be rolled back
+    // A roll-back needs a record that can be read.
+    error = error ? error : readRecord(files, paths::kTrial, written);
     if (error) {
-        files.remove(paths::kTrial); // it may be there, but for its sync
+        files.remove(paths::kTrial); // if only its sync failed, the record exists
         return failed(paths::kTrial, error);
     }
     if (!wakeGuard(device)) {
@@ -90,7 +90,7 @@ Outcome arm(IDevice& device, const TrialRecord& record)
     return done();
 }
 
-/// The pending trial's deadline, in one step. False when the trial is over.
+/// Sets the pending trial's deadline and `isLive` in one step. False when the trial is over or cannot be written.
 bool moveDeadline(IDevice& device, TrialRecord& record, milliseconds time, bool isLive)
 {
     TrialRecord present;
@@ -106,7 +106,7 @@ bool moveDeadline(IDevice& device, TrialRecord& record, milliseconds time, bool 
     return true;
 }
 
-/// Waits for the setting; ends early when somebody confirms or rolls back.
+/// Waits until the settings are live. Ends early when another process confirms or rolls back the trial.
 std::string waitForTrial(IDevice& device, const Plan& plan, const TrialOptions& options)
 {
     std::string lacking;
@@ -133,7 +133,7 @@ Outcome rolledBack(IDevice& device, Outcome outcome, const std::string& why)
     return outcome;
 }
 
-/// Rolls back a trial that is not to go on, unless somebody else has ended it.
+/// Rolls back a trial that cannot continue, unless another process has ended it.
 Outcome ended(IDevice& device, Outcome outcome, const std::string& why)
 {
     if (isThere(device.files(), paths::kTrial)) {
@@ -157,7 +157,8 @@ TrialRecord recordOf(IDevice& device, const Plan& plan, milliseconds wait)
     return record;
 }
 
-/// The files of a trial that root has ended meanwhile, without its turn. The caller has the turn.
+/// Restores the files if root has ended the trial without the change lock. This process may have written some files
+/// after that. The caller holds the lock.
 void takeBack(IDevice& device, const TrialRecord& record, Outcome& outcome)
 {
     if (!isThere(device.files(), paths::kTrial)) {
@@ -182,14 +183,15 @@ Outcome refusalOfTrial(IDevice& device, const Plan& plan, const TrialOptions& op
     return faults.empty() ? done() : refused(faults.front());
 }
 
-/// Until the trial is live or back: while its caller has the lock, the guard knows that it goes on.
+/// The locks of a trial. The caller's lock is held until the trial is live or rolled back, and shows the guard that
+/// this process still runs.
 struct Turns
 {
     ChangeLock caller;
     ChangeLock change;
 };
 
-/// Takes both turns, records what to go back to, and has the trial guarded. The configuration is untouched.
+/// Takes both locks, records the previous files, and makes sure that a guard runs. Does not touch the configuration.
 Outcome recordTrial(IDevice& device, const Plan& plan, const TrialOptions& options, Turns& turns, TrialRecord& record)
 {
     turns.change = lockChanges(device);
@@ -213,7 +215,8 @@ Outcome recordTrial(IDevice& device, const Plan& plan, const TrialOptions& optio
     return arm(device, record);
 }
 
-/// Records and carries out; when it is done, other changes may take their turn, and are refused.
+/// Records the trial and runs its steps. Then it releases the change lock. Other changes no longer have to wait, but
+/// are refused while the trial is pending.
 Outcome begin(IDevice& device, const Plan& plan, const TrialOptions& options, Turns& turns, TrialRecord& record)
 {
     if (auto outcome = recordTrial(device, plan, options, turns, record); !outcome.isDone) {
@@ -229,7 +232,8 @@ Outcome begin(IDevice& device, const Plan& plan, const TrialOptions& options, Tu
                       : ended(device, outcome, outcome.isDone ? "its deadline could not be recorded" : outcome.reason);
 }
 
-/// Waits until the settings are live and sound, and begins the countdown; otherwise ends the trial.
+/// Waits until the settings are live, checks the neighbours, and starts the countdown. If that fails, it ends the
+/// trial.
 Outcome awaitLive(IDevice& device, const Plan& plan, const TrialOptions& options, TrialRecord& record, Outcome outcome)
 {
     const auto lacking = waitForTrial(device, plan, options);

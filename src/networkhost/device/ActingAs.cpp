@@ -10,8 +10,8 @@
 namespace networkhost {
 namespace {
 
-// The system calls themselves, for this thread only: the functions of libc would change all threads of the host. On
-// 32-bit targets, those without a number at the end take 16 bits.
+// The system calls change only this thread. The functions of libc would change all threads of the host. On 32-bit
+// targets, the calls without "32" in their names take IDs of 16 bits.
 #ifdef SYS_setgroups32
 constexpr long kSetGroups = SYS_setgroups32;
 constexpr long kSetUsers = SYS_setresuid32;
@@ -29,7 +29,8 @@ bool setGroups(const std::vector<gid_t>& groups)
     return ::syscall(kSetGroups, groups.size(), groups.data()) == 0;
 }
 
-/// The effective ones. With another user than root go all capabilities, and come back with it.
+/// Sets the effective user ID. A change away from root drops all effective capabilities, and a change back to root
+/// restores them.
 bool setUser(uid_t user)
 {
     return ::syscall(kSetUsers, kUnchanged, user, kUnchanged) == 0;
@@ -40,8 +41,8 @@ bool setGroup(gid_t group)
     return ::syscall(kSetGroupIds, kUnchanged, group, kUnchanged) == 0;
 }
 
-/// Whether this process may be dumped. It is one flag for all threads, and the kernel resets it with each user: the
-/// first of those that act keeps the host's, and the last one restores it.
+/// The flag that allows a core dump of this process. All threads share it, and the kernel resets it at each change of
+/// the user. Therefore the first acting thread saves the host's flag, and the last one restores it.
 class Dumpable
 {
 public:
@@ -85,7 +86,7 @@ std::vector<gid_t> presentGroups()
 ActingAs::ActingAs(uid_t user, gid_t group) : user_(::geteuid()), group_(::getegid()), groups_(presentGroups())
 {
     dumpable().keep();
-    // The user last: it cannot change the others.
+    // The user is changed last, because another user than root cannot change the groups.
     isActing_ = ::prctl(PR_GET_PDEATHSIG, &deathSignal_) == 0 && setGroups({}) && setGroup(group) && setUser(user);
 }
 
@@ -95,7 +96,7 @@ ActingAs::~ActingAs()
     setGroup(group_);
     setGroups(groups_);
     dumpable().restore();
-    ::prctl(PR_SET_PDEATHSIG, deathSignal_); // the host's; the kernel resets it with the user
+    ::prctl(PR_SET_PDEATHSIG, deathSignal_); // the kernel resets it when the user changes
 }
 
 } // namespace networkhost

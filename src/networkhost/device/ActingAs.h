@@ -9,8 +9,8 @@
 
 namespace networkhost {
 
-/// As long as it lives, this thread of root has the rights of another user and no capability. One at a time for each
-/// thread.
+/// While an object lives, this thread of root has the rights of another user and no capabilities. A thread may have one
+/// object at a time.
 class ActingAs
 {
 public:
@@ -19,14 +19,15 @@ public:
     ActingAs& operator=(const ActingAs&) = delete;
     ~ActingAs();
 
-    /// False when the kernel refused it: nothing must be done then.
+    /// False when the kernel refused the change. The caller must then do nothing.
     bool isActing() const { return isActing_; }
 
 private:
-    uid_t user_; // the thread's own, and what follows
+    // The values of the thread before the change.
+    uid_t user_;
     gid_t group_;
     std::vector<gid_t> groups_;
-    int deathSignal_ = 0; // to be sent when the parent ends
+    int deathSignal_ = 0; // the signal that the kernel sends when the parent ends
     bool isActing_ = false;
 };
 

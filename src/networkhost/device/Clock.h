@@ -7,7 +7,7 @@
 
 namespace networkhost {
 
-/// The time since the boot. Goes on while the device sleeps.
+/// The time since the boot. The clock goes on while the device sleeps.
 std::chrono::milliseconds timeSinceBoot();
 
 } // namespace networkhost

@@ -13,7 +13,8 @@ namespace networkhost {
 /// Reads the states from the output of `systemctl show --property=Id,LoadState,UnitFileState,ActiveState`.
 std::vector<DaemonState> parseDaemonStates(const std::string& output);
 
-/// Whether the daemon runs and comes back after a reboot, as files show it: the usual case, without a process.
+/// Whether files show that the daemon runs and starts again after a reboot. This covers the usual case without starting
+/// a process.
 bool isPlainlyThere(const std::string& daemon);
 
 } // namespace networkhost

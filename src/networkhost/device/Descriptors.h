@@ -5,11 +5,11 @@
 
 #pragma GCC visibility push(hidden)
 
-/// Descriptors for event loops: closed at exec, and above the standard streams, one of which may be closed. They throw
-/// std::system_error when there are none left.
+/// Descriptors for event loops. They are closed at exec, and their numbers are above those of the standard streams,
+/// even when the host has closed one of these. The functions throw std::system_error when no descriptor is left.
 namespace networkhost {
 
-/// Takes the descriptor over. Throws std::system_error with errno and the name of the call for a negative one.
+/// Takes over the descriptor. A negative descriptor throws std::system_error with errno and the name of the call.
 velbase2::system::FileDescriptor ownedOrThrow(const char* call, int fd);
 
 velbase2::system::FileDescriptor openEpoll();

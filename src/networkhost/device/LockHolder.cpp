@@ -24,7 +24,7 @@ std::string describe(const std::string& process)
     return "process " + process + (names.empty() ? "" : " (" + printable(names.front()) + ')');
 }
 
-/// As /proc/locks has it, which on an overlay is not what stat(2) tells.
+/// The inode number that /proc/locks shows. On an overlay it differs from the number of stat(2).
 std::string inodeOf(int fd)
 {
     for (const auto& line : linesOf(readText("/proc/self/fdinfo/" + std::to_string(fd)))) {
@@ -32,7 +32,7 @@ std::string inodeOf(int fd)
             return words.back();
         }
     }
-    struct stat status = {}; // before Linux 5.14
+    struct stat status = {}; // before Linux 5.14, fdinfo has no "ino:"
     return ::fstat(fd, &status) == 0 ? std::to_string(status.st_ino) : std::string();
 }
 

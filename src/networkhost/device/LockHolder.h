@@ -7,11 +7,11 @@
 
 namespace networkhost {
 
-/// The process that has locked what is open, as "process 812 (velnetctl)"; "another process" when the kernel does not
-/// tell.
+/// Names the process that has locked the open file, for example "process 812 (velnetctl)". The result is "another
+/// process" when the kernel does not tell.
 std::string lockHolder(int fd);
 
-/// "process 812 (velnetctl)" of this process.
+/// Names this process in the same form.
 std::string thisProcess();
 
 } // namespace networkhost

@@ -36,8 +36,8 @@ std::string shellWord(const std::string& word)
     return '\'' + text + '\'';
 }
 
-/// For root, reads the configuration as networkhost does: the library's own way follows each link, and in a directory
-/// of another user that may lead anywhere.
+/// For root, reads the configuration through RealFiles. The required library follows each symbolic link, and a link in
+/// another user's directory may lead anywhere.
 class RealSystem : public networkmanager::SystemIF
 {
 public:
@@ -78,11 +78,12 @@ bool RealDevice::startGuard(const std::function<bool()>& isUp)
     if (isUp()) {
         return true;
     }
-    const bool isUnitActive = isGood("systemctl is-active --quiet velnet-guard.path"); // it has seen the record
+    // An active path unit has seen the record and starts the guard.
+    const bool isUnitActive = isGood("systemctl is-active --quiet velnet-guard.path");
     if (isUnitActive && waitUntilUp(isUp, seconds(3))) {
         return true;
     }
-    // As a unit of its own it survives that of the caller, and comes back when it is killed.
+    // A guard with a unit of its own survives the unit of the caller, and systemd restarts it when it is killed.
     const auto guard = shellWord(velnetctl_) + " guard";
     if (isGood("systemd-run --quiet --collect --property=Restart=on-failure " + guard) &&
         waitUntilUp(isUp, seconds(3))) {
@@ -94,7 +95,7 @@ bool RealDevice::startGuard(const std::function<bool()>& isUp)
 bool RealDevice::hasBootGuard()
 {
     return executeCommand("systemctl is-enabled velnet-guard-boot.service").output ==
-           "enabled\n"; // not for this boot only
+           "enabled\n"; // "enabled-runtime" would last only for this boot
 }
 
 std::vector<DaemonState> RealDevice::daemons()

@@ -27,7 +27,7 @@ using velbase2::system::FileDescriptor;
 
 namespace {
 
-/// The error of a system call that has returned this.
+/// The error of a system call with this result.
 std::error_code errorOfCall(int result)
 {
     return errorOf(result == 0 ? 0 : errno);
@@ -45,7 +45,8 @@ std::error_code writeAll(int fd, std::string_view text)
     return {};
 }
 
-/// EFBIG for more than is read of any file: a part of it would take its place when a change is undone.
+/// Returns EFBIG for a file above the limit of readAll(). Otherwise a change that is undone would leave a part of the
+/// file.
 std::error_code readWhole(int fd, std::string& text)
 {
     const auto error = velbase2::system::readAll(fd, text);
@@ -67,7 +68,7 @@ std::error_code copyAttributes(int fd, const ResolvedPath& resolved)
     std::string name;
     while (std::getline(list, name, '\0')) {
         if (name == "security.capability") {
-            continue; // as the bits that lend rights: not for a text
+            continue; // a text file needs no capabilities; the set-user-ID and set-group-ID bits are left out as well
         }
         std::string value(XATTR_SIZE_MAX, '\0');
         const ssize_t length = ::lgetxattr(old.c_str(), name.c_str(), value.data(), value.size());
@@ -101,8 +102,8 @@ std::error_code rightsAt(const ResolvedPath& resolved, Rights& rights)
     return {};
 }
 
-/// Whether the file loses nothing when it becomes that of the directory's owner, which may remove it anyway: everybody
-/// may read it. Root has edited it by hand.
+/// Whether the file may become the property of the directory's owner, for example after root has edited it by hand.
+/// Everybody may read it, and the owner of the directory may remove it anyway. Therefore nothing is lost.
 bool mayChangeOwner(const ResolvedPath& resolved, const Rights& rights)
 {
     struct stat directory = {};
@@ -110,7 +111,8 @@ bool mayChangeOwner(const ResolvedPath& resolved, const Rights& rights)
            directory.st_uid == ::geteuid();
 }
 
-/// Gives the new file what the one at `resolved` has, or a new file's rights.
+/// Gives the new file the wanted rights, or those of the file at `resolved`, and the attributes of that file. Without
+/// either, the mode is 0644.
 std::error_code takeOver(int fd, const ResolvedPath& resolved, const Rights* wanted)
 {
     Rights rights;
@@ -119,7 +121,7 @@ std::error_code takeOver(int fd, const ResolvedPath& resolved, const Rights* wan
         return missing;
     }
     if (missing && wanted == nullptr) {
-        return errorOfCall(::fchmod(fd, 0644)); // whatever the umask
+        return errorOfCall(::fchmod(fd, 0644)); // independent of the umask
     }
     rights = wanted != nullptr ? *wanted : rights;
     auto error = setRights(fd, rights);
@@ -129,14 +131,14 @@ std::error_code takeOver(int fd, const ResolvedPath& resolved, const Rights* wan
     return error || missing ? error : copyAttributes(fd, resolved);
 }
 
-/// Fills the file that is open, down to the disk.
+/// Writes the text to the open file and syncs it to the disk.
 std::error_code fill(int fd, const std::string& text)
 {
     const auto error = writeAll(fd, text);
     return error ? error : errorOfCall(::fsync(fd));
 }
 
-/// Nothing but a regular file is ever replaced or removed. EINVAL for what is another thing, good when it is missing.
+/// Only regular files are replaced or removed. Returns EINVAL for anything else, and no error for a missing file.
 std::error_code checkRegular(int directory, const std::string& name)
 {
     struct stat status = {};
@@ -146,8 +148,9 @@ std::error_code checkRegular(int directory, const std::string& name)
     return errorOf(S_ISREG(status.st_mode) ? 0 : EINVAL);
 }
 
-/// A new file beside that one, with its name. Usually the same name: what a crash leaves is gone with the next change.
-/// Another one where somebody has put what cannot be removed. The daemons read no file of such a name.
+/// Creates a new file in the directory of the resolved one, and sets `name`. The name is usually the same each time.
+/// Therefore the next change removes a file that a crash has left. A number is added when something that cannot be
+/// removed has this name. The daemons read no file with such a name.
 FileDescriptor openBeside(const ResolvedPath& resolved, std::string& name)
 {
     constexpr int kMost = 100;
@@ -193,14 +196,15 @@ public:
     FileLock(const FileLock&) = delete;
     FileLock& operator=(const FileLock&) = delete;
 
-    /// By hand: the lock would outlive the descriptor in a child that the host has forked meanwhile.
+    /// Unlocks explicitly. A child that the host has forked may still hold the descriptor, and with it the lock.
     ~FileLock() override { ::flock(file_.get(), LOCK_UN); }
 
 private:
     FileDescriptor file_;
 };
 
-/// A user who may only read must not be able to lock it. Without waiting for the end of somebody's lease.
+/// Opens the file for writing, because a user who may only read must not be able to lock it. O_NONBLOCK avoids a wait
+/// for another process's lease.
 FileDescriptor openLockFile(const ResolvedPath& resolved)
 {
     constexpr int kFlags = O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
@@ -217,11 +221,11 @@ FileDescriptor openLockFile(const ResolvedPath& resolved)
     return file;
 }
 
-/// EWOULDBLOCK, with who it is, when somebody has it.
+/// Returns EWOULDBLOCK when another process has the lock, and sets `holder`.
 std::error_code lockFile(const FileDescriptor& file, int operation, std::string& holder)
 {
     if (!file.isOpen()) {
-        holder = errno == EWOULDBLOCK ? "another process" : ""; // by a lease
+        holder = errno == EWOULDBLOCK ? "another process" : ""; // it has a lease on the file
         return errorOf(errno);
     }
     if (::flock(file.get(), operation | LOCK_NB) != 0) {
@@ -293,13 +297,13 @@ std::error_code RealFiles::overwrite(const std::string& path, const std::string&
     }
     struct stat status = {};
     if (::fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_nlink != 1) {
-        return errorOf(EPERM); // by another name it may be somebody else's
+        return errorOf(EPERM); // a file with a second hard link may belong to another user
     }
     if (const auto error = readWhole(fd.get(), old)) {
         return error;
     }
     const auto put = [&fd](const std::string& content) {
-        // Cut at the end, not at the beginning: a reader never meets an empty file.
+        // The file is truncated after the write, not before. Therefore a reader never sees an empty file.
         auto error = errorOfCall(::lseek(fd.get(), 0, SEEK_SET) == 0 ? 0 : -1);
         error = error ? error : writeAll(fd.get(), content);
         error = error ? error : errorOfCall(::ftruncate(fd.get(), static_cast<off_t>(content.size())));
@@ -352,7 +356,7 @@ std::error_code RealFiles::moveAside(const std::string& path)
     auto error = resolve(path, resolved);
     if (!error && ::geteuid() != 0) {
         name = resolved.name;
-    } else { // where a link of root leads to, as /dev/null, is not the caller's
+    } else { // root may have made a link, for example to /dev/null, and its target must stay in place
         resolved.rights.reset();
         error = resolve(path.substr(0, slash) + '.', resolved);
     }
@@ -414,10 +418,10 @@ std::error_code RealFiles::makeDirectory(const std::string& path)
     constexpr mode_t kMode = 0777;
     struct stat status = {};
     const bool isOwn = ::fstat(made.get(), &status) == 0 && status.st_uid == ::geteuid();
-    // A directory that is right already is left alone: its watchers sleep on.
+    // A directory with the right group and mode is not touched, because a change would wake its watchers.
     if (isOwn && (status.st_gid != parent.st_gid || (status.st_mode & kMode) != (parent.st_mode & kMode))) {
-        static_cast<void>(
-            ::fchown(made.get(), static_cast<uid_t>(-1), parent.st_gid)); // or it stays the caller's alone
+        // If this fails, the directory keeps the caller's group.
+        static_cast<void>(::fchown(made.get(), static_cast<uid_t>(-1), parent.st_gid));
         ::fchmod(made.get(), parent.st_mode & kMode);
     }
     return errorOfCall(::fsync(resolved.directory.get()));
@@ -443,7 +447,7 @@ std::error_code RealFiles::probeLock(const std::string& path, std::string& holde
     if (const auto error = resolve(path, resolved)) {
         return error;
     }
-    // Shared: of two that only ask, none takes the other for the holder.
+    // The lock is shared. Therefore two processes that only probe do not take each other for the holder.
     FileDescriptor file(
         ::openat(resolved.directory.get(), resolved.name.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
     const auto error = lockFile(file, LOCK_SH, holder);

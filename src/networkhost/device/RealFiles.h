@@ -7,7 +7,8 @@
 
 namespace networkhost {
 
-/// The files of the device that the process runs on. Reads regular files only (EINVAL), below 16 MiB (EFBIG).
+/// The files of the device that the process runs on. Only regular files can be read (otherwise EINVAL), and only those
+/// below 16 MiB (otherwise EFBIG).
 class RealFiles : public IFiles
 {
 public:

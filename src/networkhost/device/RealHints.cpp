@@ -25,13 +25,15 @@ using velbase2::system::FileDescriptor;
 
 namespace {
 
-// Not IN_CLOSE_WRITE: who takes a lock opens its file for writing and closes it, which changes nothing.
+// IN_CLOSE_WRITE is not among the events. Taking a lock opens the lock file for writing and closes it, but changes
+// nothing.
 constexpr unsigned int kItself = IN_ONLYDIR | IN_MASK_ADD | IN_DELETE_SELF | IN_MOVE_SELF;
 constexpr unsigned int kEntries = kItself | IN_MODIFY | IN_ATTRIB | IN_CREATE | IN_DELETE | IN_MOVE;
-// For one that is a link, or a mount of its own: the directory tells nothing of it then.
+// For a file that is a symbolic link or a mount point: the watch on its directory does not report its changes.
 constexpr unsigned int kFile = IN_MASK_ADD | IN_DELETE_SELF | IN_MOVE_SELF | IN_MODIFY | IN_ATTRIB;
 
-/// All files that this library reads lie there, but for those of /proc and /sys, whose changes the socket tells.
+/// The directories of all files that this library reads. The files in /proc and /sys are left out, because the netlink
+/// socket reports their changes.
 std::vector<std::string> directoriesOfFiles()
 {
     const auto directoryOf = [](const std::string& path) { return path.substr(0, path.rfind('/')); };
@@ -53,7 +55,7 @@ int openKernelEvents()
     ::sockaddr_nl address = {};
     address.nl_family = AF_NETLINK;
     address.nl_groups = RTMGRP_LINK | RTMGRP_IPV4_IFADDR | RTMGRP_IPV6_IFADDR | RTMGRP_IPV4_ROUTE |
-                        1U << (RTNLGRP_NEXTHOP - 1); // whose end takes routes along without a word of them
+                        1U << (RTNLGRP_NEXTHOP - 1); // a nexthop that ends removes its routes without a route event
     if (fd >= 0 && ::bind(fd, reinterpret_cast<const ::sockaddr*>(&address), sizeof address) != 0) {
         const FileDescriptor closed(fd);
         return -1;
@@ -61,12 +63,12 @@ int openKernelEvents()
     return fd;
 }
 
-/// Takes one datagram, or the events that fit. False when there is none left.
+/// Takes one datagram from a socket, or as many inotify events as fit into the buffer. False when none is left.
 bool takeOne(int fd, bool isSocket, char* buffer, std::size_t size)
 {
     for (;;) {
         const auto count = isSocket ? ::recv(fd, nullptr, 0, MSG_TRUNC) : ::read(fd, buffer, size);
-        if (count >= 0 || errno == ENOBUFS) { // an overflow is a hint as well
+        if (count >= 0 || errno == ENOBUFS) { // a queue that overflowed is a hint as well
             return true;
         }
         if (errno != EINTR) {
@@ -77,7 +79,7 @@ bool takeOne(int fd, bool isSocket, char* buffer, std::size_t size)
 
 bool takeAll(int fd, bool isSocket)
 {
-    constexpr int kMost = 10000; // who makes events faster than they are taken must not hold up the caller
+    constexpr int kMost = 10000; // events that arrive faster than they are taken must not hold up the caller
     alignas(::inotify_event) std::array<char, 4096> buffer{};
     int count = 0;
     while (count < kMost && takeOne(fd, isSocket, buffer.data(), buffer.size())) {
@@ -95,7 +97,7 @@ RealHints::RealHints()
     addTo(both_.get(), kernel_.get());
     addTo(both_.get(), directories_.get());
     RealHints::rearm();
-    if (isExhausted_) { // better none than some
+    if (isExhausted_) { // with only some of the watches, changes would be missed
         throw std::system_error(ENOSPC, std::generic_category(), "inotify_add_watch");
     }
 }
@@ -125,13 +127,14 @@ void RealHints::rearm()
     }
     for (const int watch : watches_) {
         if (rearmed_.count(watch) == 0) {
-            ::inotify_rm_watch(directories_.get(), watch); // of a directory that is elsewhere now, or gone
+            ::inotify_rm_watch(directories_.get(), watch); // its directory has been moved or removed
         }
     }
     watches_ = rearmed_;
 }
 
-/// From the root on: whatever part of the path is replaced, moved or missing, what comes in its place is noticed.
+/// Watches each directory from the root to this path. A part of the path may be replaced, moved or missing, and its
+/// successor is noticed.
 void RealHints::watchDirectory(const std::string& path)
 {
     std::string parent = "/";
@@ -141,7 +144,7 @@ void RealHints::watchDirectory(const std::string& path)
         const auto part = path.substr(0, end);
         if (!watch(part, end == std::string::npos ? kEntries : kItself)) {
             watch(parent, kEntries);
-            if (!watch(part, kItself)) { // it may have come before its parent was watched
+            if (!watch(part, kItself)) { // it may have appeared before its parent was watched
                 return;
             }
             watch(part, kEntries);

@@ -12,11 +12,11 @@
 
 namespace networkhost {
 
-/// Those of the kernel: links, addresses and IPv4 routes, and the files with their directories. Needs no privilege.
+/// Hints of the kernel about links, addresses, IPv4 routes, files and their directories. They need no privilege.
 class RealHints : public IHints
 {
 public:
-    /// Throws std::system_error when there are no descriptors to be had.
+    /// Throws std::system_error when no descriptor or no watch is left.
     RealHints();
 
     int fd() const override { return both_.get(); }
@@ -32,7 +32,7 @@ private:
     velbase2::system::FileDescriptor both_;        // epoll
     std::set<int> watches_;
     std::set<int> rearmed_;
-    bool isExhausted_ = false; // the user has no watches left
+    bool isExhausted_ = false; // no inotify watch is left
 };
 
 } // namespace networkhost

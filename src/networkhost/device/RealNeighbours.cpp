@@ -33,7 +33,7 @@ using velbase2::system::FileDescriptor;
 
 namespace {
 
-/// Returns when the answer is there, or the limit is over.
+/// Returns when the answer has arrived or the limit has passed.
 void waitFor(const FileDescriptor& socket, milliseconds limit, const std::function<bool()>& isThere)
 {
     using Clock = std::chrono::steady_clock;
@@ -53,7 +53,7 @@ struct Request
     ::in_addr address;
 };
 
-/// A neighbour of the kernel's table, and its changes.
+/// Asks through the kernel's neighbour table, and reads the changes of the entry.
 class KernelQuestion : public IQuestion
 {
 public:
@@ -62,8 +62,8 @@ public:
           index_(static_cast<int>(interfaceIndex)), address_(address)
     {}
 
-    /// The first one of these that the kernel takes: a neighbour that it has known is asked anew, another one looked
-    /// for.
+    /// Uses the first request that the kernel accepts. The first asks a known neighbour again, and the second looks for
+    /// an unknown one.
     bool ask()
     {
         ::sockaddr_nl own = {};
@@ -97,7 +97,7 @@ private:
         message.attribute.rta_type = NDA_DST;
         message.address = address_;
         result_ = EIO;
-        state_ = NUD_NONE; // an older one says nothing
+        state_ = NUD_NONE; // a state from an earlier question means nothing
         if (::send(socket_.get(), &message, sizeof message, 0) != sizeof message) {
             return false;
         }
@@ -152,7 +152,8 @@ private:
     unsigned int state_ = NUD_NONE;
 };
 
-/// Whether somebody has entered it for good: it is not asked, because the question would replace the entry.
+/// Whether the neighbour has a permanent entry. Such a neighbour is not asked, because the question would replace the
+/// entry.
 bool isPermanent(const std::string& interfaceName, const std::string& address)
 {
     std::ifstream table("/proc/net/arp");
@@ -189,7 +190,7 @@ struct ArpPacket
 
 static_assert(sizeof(ArpPacket) == 28);
 
-/// The probe of RFC 5227: whoever has the address answers, and nobody learns anything by it.
+/// The probe of RFC 5227. The holder of the address answers, and no device enters a new address into its ARP cache.
 class TwinQuestion : public IQuestion
 {
 public:
@@ -215,7 +216,7 @@ public:
         std::memcpy(own_.data(), link.sll_addr, own_.size());
         const ArpPacket probe = {
             htons(ARPHRD_ETHER), htons(ETH_P_IP), ETH_ALEN, 4, htons(ARPOP_REQUEST), own_, {}, {}, address_};
-        std::memset(link.sll_addr, 0xFF, ETH_ALEN); // to everybody
+        std::memset(link.sll_addr, 0xFF, ETH_ALEN); // broadcast
         link.sll_halen = ETH_ALEN;
         return ::sendto(socket_.get(), &probe, sizeof probe, 0, any, sizeof link) == sizeof probe;
     }

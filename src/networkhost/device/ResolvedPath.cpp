@@ -21,16 +21,16 @@ using velbase2::system::FileDescriptor;
 namespace {
 
 constexpr int kPathFlags = O_PATH | O_CLOEXEC;
-constexpr int kMostLinks = 40; // as the kernel's
+constexpr int kMostLinks = 40; // the same limit as in the kernel
 
-/// On the way along a path.
+/// The state of a walk along a path.
 struct Walk
 {
-    std::deque<std::string> parts; // still to go
-    FileDescriptor directory;      // reached
-    uid_t user = ::geteuid();      // with whose rights
+    std::deque<std::string> parts; // the rest of the path
+    FileDescriptor directory;      // the directory reached
+    uid_t user = ::geteuid();      // the user whose rights the walk has
     int links = 0;
-    bool isOpenToAll = false; // others may change names in a directory on the way
+    bool isOpenToAll = false; // other users may change names in a directory of the path
 };
 
 bool isTrusted(const struct stat& status, const Walk& walk)
@@ -45,7 +45,7 @@ void putInFront(std::deque<std::string>& parts, const std::filesystem::path& pat
     parts.insert(parts.begin(), inFront.begin(), inFront.end());
 }
 
-/// Goes on along the link that is open, the next part of the walk.
+/// Continues with the target of the open symbolic link.
 std::error_code follow(const FileDescriptor& link, const struct stat& status, Walk& walk)
 {
     if (++walk.links > kMostLinks || walk.isOpenToAll || !isTrusted(status, walk)) {
@@ -60,7 +60,7 @@ std::error_code follow(const FileDescriptor& link, const struct stat& status, Wa
     return {};
 }
 
-/// Goes into the directory that is open. Its owner decides on the names in it from here on.
+/// Enters the open directory. From here on, its owner decides about the names in it.
 std::error_code enter(FileDescriptor& directory, const struct stat& status, Walk& walk, ResolvedPath& resolved)
 {
     if (walk.user == 0 && status.st_uid != 0) {
@@ -70,7 +70,7 @@ std::error_code enter(FileDescriptor& directory, const struct stat& status, Walk
             return errorOf(EPERM);
         }
     }
-    const bool isSticky = (status.st_mode & S_ISVTX) != 0; // nobody changes the names of others
+    const bool isSticky = (status.st_mode & S_ISVTX) != 0; // users cannot change each other's names
     const bool isOfGroup = (status.st_mode & S_IWGRP) != 0 && status.st_gid != 0;
     const bool isOfAll = (status.st_mode & S_IWOTH) != 0;
     if (!isTrusted(status, walk) || ((isOfGroup || isOfAll) && !isSticky)) {
@@ -112,7 +112,7 @@ std::error_code resolve(const std::string& path, ResolvedPath& resolved)
         if (S_ISLNK(status.st_mode)) {
             error = follow(next, status, walk);
         } else if (isLast && !isRoot) {
-            next.reset(); // where descriptors run short, what could be written can be removed again
+            next.reset(); // a removal must not need more descriptors than the write before it
             return arrive(walk, part, resolved);
         } else {
             error = enter(next, status, walk, resolved);

@@ -12,13 +12,14 @@
 
 namespace networkhost {
 
-/// Where a file lies, or is to lie: nobody can lead it elsewhere any more by changing names on the way. As long as it
-/// lives, the thread has the rights of the user whose directories it has come to. For one thread, one at a time.
+/// The place of an existing or new file. Other users can no longer redirect it by changing names along the path. While
+/// the object lives, the thread has the rights of the user into whose directories the path has led. A thread may have
+/// one object at a time, and must not hand it to another thread.
 struct ResolvedPath
 {
-    std::optional<ActingAs> rights; // root's way has led into a directory of another user; ends after the descriptor
+    std::optional<ActingAs> rights; // set when root's path leads into another user's directory; destroyed last
     velbase2::system::FileDescriptor directory;
-    std::string name; // in the directory; no symbolic link
+    std::string name; // in the directory; never that of a symbolic link
 };
 
 inline std::error_code errorOf(int value)
@@ -26,9 +27,9 @@ inline std::error_code errorOf(int value)
     return {value, std::generic_category()};
 }
 
-/// Goes along an absolute path. Follows a symbolic link only where nobody but root and the caller can have put it. Root
-/// goes into a directory of another user with that user's rights, and into no directory of its own that others may
-/// write to. ELOOP for all of that.
+/// Resolves an absolute path. Follows a symbolic link only where nobody but root and the caller can have made it. Root
+/// enters another user's directory with that user's rights, and enters no directory of its own that others may write
+/// to. Returns ELOOP for a link or a directory that these rules exclude.
 std::error_code resolve(const std::string& path, ResolvedPath& resolved);
 
 } // namespace networkhost

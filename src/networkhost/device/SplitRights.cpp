@@ -28,9 +28,9 @@ constexpr const char* kSystemctl = "/bin/systemctl";
 
 struct FixedCommand
 {
-    const char* text; // as the library runs it
+    const char* text; // the text that the required library runs
     const char* verb;
-    const char* unit; // or none
+    const char* unit; // may be empty
 };
 
 constexpr std::array<FixedCommand, 3> kCommands = {{
@@ -39,7 +39,7 @@ constexpr std::array<FixedCommand, 3> kCommands = {{
     {"sudo /bin/systemctl restart systemd-resolved", "restart", "systemd-resolved"},
 }};
 
-/// Asks root for each command by its number.
+/// Sends root's process the number of each command.
 class AskingSystem : public networkmanager::SystemIF
 {
 public:
@@ -68,7 +68,7 @@ public:
     IFiles& files() override { return device_.files(); }
     std::chrono::milliseconds now() const override { return device_.now(); }
     void pause(std::chrono::milliseconds duration) override { device_.pause(duration); }
-    bool startGuard(const std::function<bool()>& /*isUp*/) override { return true; } // it is one
+    bool startGuard(const std::function<bool()>& /*isUp*/) override { return true; } // this process is the guard
     bool hasBootGuard() override { return device_.hasBootGuard(); }
     std::unique_ptr<IHints> openHints() override { return device_.openHints(); }
 
@@ -77,7 +77,8 @@ private:
     AskingSystem system_;
 };
 
-/// Ends with root's half: alone it could restart no daemon, and would be taken for a guard.
+/// Gives up root's rights. The child ends together with root's process, because alone it could restart no daemon but
+/// would be taken for a guard.
 bool becomes(const Writer& owner, pid_t parent)
 {
     return ::setgroups(0, nullptr) == 0 && ::setresgid(owner.group, owner.group, owner.group) == 0 &&
@@ -93,7 +94,7 @@ bool isEndGood(pid_t child)
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-/// The number comes from the other process: any but the three does nothing.
+/// The number comes from the less privileged process. Any other than those of the three commands does nothing.
 bool runFixed(unsigned char number)
 {
     if (number >= kCommands.size()) {
@@ -123,7 +124,7 @@ void runWhatIsAsked(int socket)
 bool splitRights(IDevice& device, const std::function<void(IDevice& device)>& work)
 {
     Writer owner;
-    const auto error = device.files().writerOf(paths::kTrial, owner); // also where links of the user lead elsewhere
+    const auto error = device.files().writerOf(paths::kTrial, owner); // right even if the user's links lead elsewhere
     if (error || owner.user == ::geteuid() || ::geteuid() != 0) {
         work(device);
         return true;
@@ -145,7 +146,7 @@ bool splitRights(IDevice& device, const std::function<void(IDevice& device)>& wo
         work(own);
         ::_exit(EXIT_SUCCESS);
     }
-    asking.reset(); // what the child holds alone ends with it
+    asking.reset(); // only the child holds this end now, and its end ends the loop below
     if (child < 0) {
         return false;
     }

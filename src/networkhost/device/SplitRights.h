@@ -9,10 +9,9 @@
 
 namespace networkhost {
 
-/// Calls work(device). Where the records of trials belong to another user than the caller, which is root, the process
-/// splits in two before: a child that has become this user calls it, and the caller, as root, runs the commands that
-/// restart the daemons when the child asks for one, and nothing else. Without other threads only. False when the child
-/// failed.
+/// Calls work(device). If root calls this and the trial records belong to another user, the process forks first. The
+/// child becomes this user and calls work(). The caller stays root, and only runs the commands that restart the daemons
+/// when the child asks for them. The process must have no other threads. False when the child failed.
 bool splitRights(IDevice& device, const std::function<void(IDevice& device)>& work);
 
 } // namespace networkhost

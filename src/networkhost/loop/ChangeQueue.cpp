@@ -21,7 +21,7 @@ using velbase2::system::log::detail::logLine;
 
 namespace {
 
-/// As long as it lives, threads are started with all signals blocked: they belong to the host's own threads.
+/// While an object lives, new threads start with all signals blocked. The host's own threads handle the signals.
 class BlockedSignals
 {
 public:
@@ -50,7 +50,7 @@ ChangeQueue::HandOver outcomeOf(const ChangeQueue::Change& change)
 
 } // namespace
 
-/// While a change waits for the device, the next one may begin.
+/// Lets the next change begin while this thread's change waits for the device.
 class ChangeQueue::Waiting : public IWaiting
 {
 public:
@@ -66,7 +66,7 @@ public:
         queue_.wakeUp_.notify_one();
         try {
             queue_.startThread();
-        } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): the next change waits for this one
+        } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): without a thread, the next change has to wait
         }
     }
     void end() override
@@ -97,7 +97,7 @@ ChangeQueue::~ChangeQueue()
         changes_.clear();
     }
     wakeUp_.notify_all();
-    for (auto& thread : threads_) { // none is added any more: nothing begins
+    for (auto& thread : threads_) { // startThread() adds no thread while isEnding_ is set
         thread.join();
     }
     if (take()) {
@@ -118,10 +118,10 @@ void ChangeQueue::add(Change change)
     wakeUp_.notify_one();
 }
 
-/// Where there is something to do, and nobody to do it. The caller has the lock.
+/// Starts a thread if a change waits and no thread is free for it. The caller holds the lock.
 void ChangeQueue::startThread()
 {
-    constexpr std::size_t kMost = 8; // more than that wait for the end of a wait
+    constexpr std::size_t kMost = 8; // further changes wait until one of the threads is free
     if (!changes_.empty() && !isEnding_ && working_ == 0 && idle_ == 0 && threads_.size() < kMost) {
         const BlockedSignals blocked;
         threads_.emplace_back(&ChangeQueue::work, this);

@@ -15,40 +15,40 @@
 
 namespace networkhost {
 
-/// Runs changes on threads of its own, in the order in which they were added: the next one begins when the one before
-/// it has ended, or waits until the device shows what it has changed. Signals are blocked there. One thread at a time
-/// uses the queue.
+/// Runs changes on its own threads, in the order in which they were added. The next change begins when the one before
+/// it has ended or waits for its settings to become live. Signals are blocked on these threads. Only one thread at a
+/// time may use the queue.
 class ChangeQueue
 {
 public:
-    /// Tells the outcome to who asked for the change.
+    /// Tells the outcome to the caller of the change.
     using HandOver = std::function<void()>;
     using Change = std::function<HandOver()>;
 
-    /// Throws std::system_error when there is no descriptor to be had.
+    /// Throws std::system_error when no descriptor is left.
     ChangeQueue();
     ChangeQueue(const ChangeQueue&) = delete;
     ChangeQueue& operator=(const ChangeQueue&) = delete;
 
-    /// Breaks off the waits of changes, and waits for the end of those that run. Those that have not begun are dropped,
-    /// and outcomes that were not handed over are lost; the log says how many.
+    /// Breaks off the waits of running changes, and waits for their end. Drops the changes that have not begun and the
+    /// outcomes that were not handed over. The log says how many.
     ~ChangeQueue();
 
     /// Readable while there are outcomes.
     int fd() const { return ready_.get(); }
 
-    /// Takes the outcomes there are. True for any.
+    /// Takes the present outcomes. Returns whether there are any to hand over.
     bool take();
 
-    /// Tells the outcomes that were taken, on this thread. An exception that ended a change, or that a hand-over
-    /// throws, passes to the caller; the outcomes behind it stay for the next call, and the descriptor readable.
+    /// Hands over the taken outcomes on this thread. An exception of a change or of a hand-over passes to the caller.
+    /// Then the later outcomes stay for the next call, and the descriptor stays readable.
     void handOver();
 
-    /// Throws std::system_error when there is no thread to be had.
+    /// Adds a change at the end of the queue. Throws std::system_error when no thread can be started.
     void add(Change change);
 
 private:
-    /// A change ends on the thread that uses the queue, with all that it holds.
+    /// The change is kept, because it must be destroyed on the thread that uses the queue.
     struct Finished
     {
         Change change;
@@ -65,9 +65,9 @@ private:
     std::condition_variable wakeUp_;
     std::deque<Change> changes_;
     std::deque<Finished> outcomes_;
-    std::deque<Finished> taken_; // of the thread that uses the queue
+    std::deque<Finished> taken_; // needs no lock: only the thread that uses the queue reads it
     bool isEnding_ = false;
-    int working_ = 0; // changes that run and do not wait
+    int working_ = 0; // running changes that do not wait
     int idle_ = 0;    // threads without a change
     std::vector<std::thread> threads_;
 };

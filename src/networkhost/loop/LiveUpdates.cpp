@@ -20,11 +20,12 @@ using std::chrono::milliseconds;
 
 namespace {
 
+// The time until the next pass.
 constexpr milliseconds kQuiet(20);    // after the last hint
-constexpr milliseconds kLongest(250); // after the first
-constexpr milliseconds kSlow(30000);  // without any
+constexpr milliseconds kLongest(250); // at most, after the first hint
+constexpr milliseconds kSlow(30000);  // without hints
 
-/// A clock that goes on while the device sleeps, as the timer does.
+/// Throws for a device without hints, because nothing else could wake the host.
 std::unique_ptr<IHints> openHints(IDevice& device)
 {
     auto hints = device.openHints();
@@ -71,16 +72,16 @@ struct [[gnu::visibility("hidden")]] LiveUpdates::Parts
     velbase2::system::FileDescriptor timer;
     ChangeQueue changes;
     velbase2::system::FileDescriptor all;  // epoll
-    std::optional<milliseconds> firstHint; // since the last look
-    milliseconds due{};                    // the next look, on the clock of timeSinceBoot()
-    milliseconds wakeUp{};                 // what the timer is set to
+    std::optional<milliseconds> firstHint; // the first hint since the last pass
+    milliseconds due{};                    // the next pass, on the clock of timeSinceBoot()
+    milliseconds wakeUp{};                 // the time at which the timer expires
 };
 
 LiveUpdates::LiveUpdates(IDevice& device, HostSignals& host,
                          std::map<std::string, networkmanager::EthInterface>& interfaces)
     : parts_(std::make_unique<Parts>(device, host, interfaces))
 {
-    parts_->setDue(milliseconds(1)); // long ago: at once
+    parts_->setDue(milliseconds(1)); // a time in the past makes the first pass due at once
 }
 
 LiveUpdates::~LiveUpdates() = default;
@@ -99,16 +100,16 @@ bool LiveUpdates::dispatch()
         parts.firstHint = parts.firstHint.value_or(present);
         parts.due = std::min(present + kQuiet, *parts.firstHint + kLongest);
     }
-    const bool hasOutcomes = parts.changes.take(); // before the pass: who is told of one finds it in the cells
+    const bool hasOutcomes = parts.changes.take(); // before the pass: callbacks find their change in the cells
     const bool isDue = parts.due <= present || hasOutcomes;
     if (isDue) {
         parts.firstHint.reset();
-        parts.setDue(present + kLongest); // should a slot throw
+        parts.setDue(present + kLongest); // for the case that a slot throws
         parts.hints->rearm();
         parts.refresher.refresh();
         parts.setDue(timeSinceBoot() + kSlow);
     } else if (parts.due < parts.wakeUp || parts.wakeUp <= present) {
-        parts.setTimer(parts.due); // in a burst it follows only when it has expired
+        parts.setTimer(parts.due); // a later time is set only when the timer has expired
     }
     parts.changes.handOver();
     return isDue;

@@ -10,7 +10,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-/// Each with what `diff -u` prints below a last line without its end.
+/// The lines with their ends. A last line without an end gets the note that `diff -u` prints.
 Lines linesOf(const std::optional<std::string>& text)
 {
     Lines lines;
@@ -22,7 +22,7 @@ Lines linesOf(const std::optional<std::string>& text)
     return lines;
 }
 
-/// lengths[i][j]: of the longest common subsequence of before[i..] and after[j..].
+/// lengths[i][j] is the length of the longest common subsequence of before[i..] and after[j..].
 std::vector<std::vector<std::size_t>> commonLengths(const Lines& before, const Lines& after)
 {
     std::vector<std::vector<std::size_t>> lengths(before.size() + 1, std::vector<std::size_t>(after.size() + 1));
@@ -46,7 +46,7 @@ std::string joined(char sign, const Lines& lines)
 
 std::string changedLines(const Lines& before, const Lines& after)
 {
-    constexpr std::size_t kMost = 1000 * 1000; // of the table: 8 MB
+    constexpr std::size_t kMost = 1000 * 1000; // entries of the table, 8 MB
     if (before.size() * after.size() > kMost) {
         return joined('-', before) + joined('+', after);
     }
@@ -67,7 +67,7 @@ std::string changedLines(const Lines& before, const Lines& after)
     return text;
 }
 
-/// The files are short: all of them is one hunk.
+/// The whole file is one hunk, because the files are short.
 std::string hunk(const Lines& before, const Lines& after)
 {
     const auto range = [](const Lines& lines) { return (lines.empty() ? "0," : "1,") + std::to_string(lines.size()); };

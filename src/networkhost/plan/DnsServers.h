@@ -11,8 +11,8 @@
 
 namespace networkhost {
 
-/// Adds to the plan what makes these, in that order, all the servers that systemd-resolved asks besides those of
-/// leases; nothing when they are already. Returns why that is not possible; empty when it is.
+/// Adds the changes to the plan after which systemd-resolved asks exactly these servers, in this order, and those of
+/// leases. Adds nothing when that is already the case. Returns why it is not possible, or an empty text.
 std::string addDnsServers(IDevice& device, const std::vector<std::string>& servers, Plan& plan);
 
 } // namespace networkhost

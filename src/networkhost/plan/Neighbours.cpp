@@ -14,7 +14,7 @@ using std::chrono::milliseconds;
 
 namespace {
 
-constexpr milliseconds kSilence(10); // an answer in a wired network takes less
+constexpr milliseconds kSilence(10); // a wired network answers faster
 
 bool isOwn(const LiveState& live, const std::string& address)
 {
@@ -28,7 +28,7 @@ bool isInSubnet(const LiveInterface& live, const std::string& address)
 {
     const auto wanted = NetworkAddress::parse(address);
     return live.hasLink && std::any_of(live.addresses.begin(), live.addresses.end(), [&](const auto& entry) {
-               const auto own = NetworkAddress::of(entry.address, entry.mask); // nothing for IPv6
+               const auto own = NetworkAddress::of(entry.address, entry.mask); // empty for IPv6
                return own && own->length < 32 && own->contains(*wanted);
            });
 }

@@ -13,7 +13,8 @@
 
 #pragma GCC visibility push(hidden)
 
-/// Whether others in a network answer for an address (ARP). Where the question cannot be asked, nothing is claimed.
+/// Asks by ARP whether other devices in the network have an address. If the question cannot be asked, there is no
+/// fault.
 namespace networkhost {
 
 /// A question that has been asked for a plan.
@@ -21,24 +22,24 @@ struct AskedNeighbour
 {
     std::string interfaceName;
     std::string address;
-    bool isGateway;                 // which is to answer; others are not
-    std::chrono::milliseconds time; // on the device's clock
+    bool isGateway;                 // a gateway should answer; another address should not
+    std::chrono::milliseconds time; // of the question, on the device's clock
     std::unique_ptr<IQuestion> question;
 };
 
-/// Asks for the addresses and the gateway that `after` has and `before` has not, where they lie in a subnet that is
-/// live: of others the answer would say nothing. `isLive`: `after` is live already, and its addresses are this
-/// device's.
+/// Asks for the addresses and the gateway that are in `after` but not in `before`. Skips those outside the live
+/// subnets, because the answer would mean nothing. `isLive` says that `after` is already live, and that its addresses
+/// therefore belong to this device.
 std::vector<AskedNeighbour> askNeighbours(IDevice& device, const Configuration& before, const Configuration& after,
                                           const LiveState& live, bool isLive = false);
 
-/// Which addresses are taken and which gateways do not answer, in sentences. Nobody has an address who has not answered
-/// some milliseconds after the question; a gateway has until the limit.
+/// Returns a sentence for each address that is taken and each gateway that does not answer. An address counts as free
+/// when nobody has answered a few milliseconds after the question. A gateway may answer until the limit.
 std::vector<std::string> faultsOfNeighbours(const IDevice& device, const std::vector<AskedNeighbour>& asked,
                                             std::chrono::milliseconds limit);
 
-/// For a trial whose settings are live: which gateways of the plan's interfaces do not answer within 3 s, and which of
-/// their addresses somebody else has as well.
+/// For a trial with live settings. Returns a sentence for each gateway of the plan's interfaces that does not answer
+/// within 3 s, and for each of their addresses that another device has as well.
 std::vector<std::string> unansweredOrTaken(IDevice& device, const Plan& plan);
 
 } // namespace networkhost

@@ -28,7 +28,7 @@ std::string sentence(std::initializer_list<std::string_view> parts)
     return text;
 }
 
-/// Why no host has this address in this subnet; empty when one may.
+/// Why a host cannot have this address in this subnet. Empty when it can.
 std::string faultOfHost(const NetworkAddress& host)
 {
     const auto first = host.bits >> 24U;
@@ -53,7 +53,7 @@ std::string faultOfHost(const NetworkAddress& host)
     return {};
 }
 
-/// The subnets that the interface will be in, as far as they are known: of a lease, those of the live addresses.
+/// The known subnets of the interface after the change. The subnet of a lease is only known while the lease is live.
 std::vector<NetworkAddress> subnetsOf(const std::string& name, const ConfiguredInterface& iface, const LiveState& live)
 {
     std::vector<NetworkAddress> subnets;
@@ -96,8 +96,8 @@ void addFaultsOfAddresses(const std::string& name, const ConfiguredInterface& if
     }
 }
 
-/// Networkd takes every gateway of an interface without a static address for a neighbour: one that only a lease, which
-/// is not there, would tell about is no concern.
+/// The gateway of an interface with DHCP is not checked. The subnet of the next lease is unknown, and without a static
+/// address systemd-networkd takes every gateway for a neighbour.
 void addFaultsOfGateway(const std::string& name, const Configuration& configuration, const LiveState& live,
                         const std::string& advice, Sentences& sentences)
 {
@@ -154,7 +154,7 @@ void addFaultsOfRoutes(const std::string& name, const ConfiguredInterface& iface
     }
 }
 
-/// "~" before it makes resolved ask for names below it without completing others by it.
+/// A leading "~" is allowed. It makes systemd-resolved route queries below the domain, but not search in it.
 bool isSearchDomain(std::string domain)
 {
     domain.erase(0, domain.find_first_not_of('~'));

@@ -9,16 +9,16 @@
 
 #pragma GCC visibility push(hidden)
 
-/// What is doubtful about a configuration that the library and the daemons take, in sentences. Thread-safe.
+/// Objections to a configuration that the library and the daemons would accept, in sentences. Thread-safe.
 namespace networkhost {
 
-/// What would cut the device off, or never become live: addresses that are no host's, two interfaces in one subnet, a
-/// gateway or a route that leads nowhere, a search domain that is none. The live addresses of interfaces with DHCP
-/// count. `advice` stands behind a gateway outside the subnet.
+/// Returns objections to settings that would cut the device off or never become live: an address that no host can have,
+/// two interfaces in one subnet, an unreachable gateway or route, or an invalid search domain. The live addresses of
+/// interfaces with DHCP count. `advice` is added to the objection to a gateway outside the subnet.
 std::vector<std::string> objectionsTo(const Configuration& configuration, const LiveState& live,
                                       const std::string& advice = {});
 
-/// Routes from which the live gateway is misread.
+/// Returns a sentence for each route that the required library would take for the default route.
 std::vector<std::string> misreadRoutes(const Configuration& configuration);
 
 } // namespace networkhost

@@ -9,13 +9,14 @@
 
 #pragma GCC visibility push(hidden)
 
-/// The daemons that have to read a plan's files.
+/// The daemons that read a plan's files.
 namespace networkhost {
 
-/// Those of the daemons that read the plan's files.
+/// The states of the daemons that read the plan's files.
 std::vector<DaemonState> daemonsOf(IDevice& device, const Plan& plan);
 
-/// What would keep them from applying the plan's files after a reboot. Empty also when systemd cannot be asked.
+/// The faults that would keep these daemons from applying the files after a reboot. Also empty when systemd does not
+/// answer.
 std::vector<std::string> daemonFaults(IDevice& device, const Plan& plan);
 
 } // namespace networkhost

@@ -12,11 +12,11 @@
 
 namespace networkhost {
 
-/// The files as they will be.
+/// The files with the plan's changes.
 class PlannedFiles : public IReadableFiles
 {
 public:
-    /// Both outlive it.
+    /// Both arguments outlive the object.
     PlannedFiles(const IReadableFiles& files, const Plan& plan) : files_(files), plan_(plan) {}
 
     std::error_code read(const std::string& path, std::string& text) const override;
@@ -27,10 +27,10 @@ private:
     const Plan& plan_;
 };
 
-/// The part of a configuration that the plan's files make up: their interfaces, and systemd-resolved.
+/// The part of a configuration that the plan's files set: their interfaces, and systemd-resolved.
 Configuration touchedBy(const Plan& plan, const Configuration& configuration);
 
-/// The same of the files as they are now. Other changes may have come between the plan and its apply().
+/// The same part of the present configuration. Other changes may have come between the plan and its apply().
 Configuration touchedNow(const IReadableFiles& files, const Plan& plan);
 
 } // namespace networkhost

@@ -28,7 +28,7 @@ bool PlanningSystem::checkSettingsGateway(const std::string& gateway, std::strin
 
 bool PlanningSystem::deleteGateway()
 {
-    mayFail_ = true; // there need not be one
+    mayFail_ = true; // there may be no gateway to delete
     const bool isDone = SystemIF::deleteGateway();
     mayFail_ = false;
     return isDone;
@@ -37,7 +37,7 @@ bool PlanningSystem::deleteGateway()
 bool PlanningSystem::writeToConfFile(const std::string& path, const std::string& content)
 {
     if (content.empty()) {
-        // The library makes an empty text of settings without an address.
+        // The required library returns an empty text for settings without an address.
         plan_.failures.push_back({Failure::Step::WriteFile, path, std::make_error_code(std::errc::invalid_argument),
                                   "there is no IPv4 address to keep"});
         return false;

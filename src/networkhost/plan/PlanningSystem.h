@@ -13,19 +13,20 @@
 
 namespace networkhost {
 
-/// A system interface that reads from the device, and notes writes and commands in a plan instead of doing them.
+/// A system interface that reads from the device. It notes writes and commands in a plan instead of running them.
 class PlanningSystem : public networkmanager::SystemIF
 {
 public:
     using SystemIF::executeCmd;
 
-    /// Both outlive it.
+    /// Both arguments outlive the object.
     PlanningSystem(IDevice& device, Plan& plan) : device_(device), plan_(plan) {}
 
-    /// The present gateway for the operations, in place of the live one.
+    /// Makes the operations see this gateway instead of the live one.
     void setGateway(const std::string& gateway) { gateway_ = gateway; }
 
-    /// As if there were none, and any new one good: for one that the kernel has already and the files have not.
+    /// Makes the operations see no gateway, and accept any new one. This serves for a gateway that is live already but
+    /// is not in the files.
     void ignoreGateway()
     {
         gateway_ = "";

@@ -56,7 +56,7 @@ bool isManaged(const std::string& interfaceName)
     return std::any_of(all.begin(), all.end(), [&](const auto& iface) { return iface.name == interfaceName; });
 }
 
-/// The request as velnetctl's command.
+/// Returns the request in the form of velnetctl's command.
 std::string titleOf(const std::vector<std::string>& words)
 {
     std::string title;
@@ -68,7 +68,8 @@ std::string titleOf(const std::vector<std::string>& words)
 
 using Operation = std::function<bool(Manager& manager, PlanningSystem& system)>;
 
-/// Runs the operation of a manager that is not started. `reason` serves where the library gives none. Reviews nothing.
+/// Runs the operation with a manager that is not started. `reason` is used when the required library gives none. The
+/// plan is not reviewed.
 Plan makePlan(IDevice& device, const std::string& title, const Operation& operation,
               const std::string& reason = "the request was refused")
 {
@@ -91,7 +92,8 @@ Plan makePlan(IDevice& device, const std::string& title, const Operation& operat
     return plan;
 }
 
-/// Whether the library takes a prefix length with a text behind it, or before it, which the daemons ignore.
+/// Whether the required library accepts a prefix length with text before or after the number. The daemons ignore such a
+/// destination.
 bool hasOddLength(const std::string& destination)
 {
     const auto slash = destination.find('/');
@@ -99,7 +101,7 @@ bool hasOddLength(const std::string& destination)
            networkmanager::checkValidRoute(destination);
 }
 
-/// What the daemons would ignore although the library takes it; empty for nothing.
+/// Names the first route that the required library accepts but the daemons would ignore. Empty when there is none.
 std::string faultOfLengths(const std::string& routes)
 {
     try {
@@ -109,19 +111,20 @@ std::string faultOfLengths(const std::string& routes)
             }
         }
     } catch (const std::logic_error&) {
-        return {}; // the library says why
+        return {}; // the required library gives the reason
     }
     return {};
 }
 
-/// The routes with their addresses in canonical text: the daemons ignore some that the library accepts.
+/// Writes the addresses of the routes in canonical form, because the daemons ignore some forms that the required
+/// library accepts.
 std::string canonicalRoutes(const std::string& routes)
 {
     std::string canonical;
     try {
         for (const auto& route : networkmanager::extract(routes)) {
             if (!faultOfDestination(route.destination).empty() || !faultOfAddress(route.gateway).empty()) {
-                return routes; // to be refused in the library's words
+                return routes; // the required library refuses them in its own words
             }
             const auto slash = std::min(route.destination.find('/'), route.destination.size());
             canonical += (canonical.empty() ? "dst=" : " dst=") +
@@ -134,7 +137,7 @@ std::string canonicalRoutes(const std::string& routes)
     return canonical;
 }
 
-/// The texts of a refused route end in what was refused.
+/// The reason for which a route was refused. The status text ends with the refused part.
 std::string faultOfRoutes(const std::string& status)
 {
     const auto rest = [&status](const std::string& prefix) {
@@ -154,7 +157,7 @@ bool isConfiguredGateway(const IFiles& files, const std::string& gateway)
     return configured.dhcp || configured.gateway == gateway;
 }
 
-/// The interface that takes its settings by DHCP, and with them the gateway.
+/// The interface that uses DHCP. Its lease brings the gateway.
 std::string dhcpInterface(IDevice& device)
 {
     for (const auto& [name, iface] : networkmanager::EthernetInterfaces().interfaces) {
@@ -165,7 +168,8 @@ std::string dhcpInterface(IDevice& device)
     return {};
 }
 
-/// The one to keep: as live, or without one, as with the cable out, as configured.
+/// The gateway to keep. This is the live one. When there is none, for example with the cable out, it is the configured
+/// one.
 std::string presentGateway(IDevice& device, const ConfiguredInterface& configured)
 {
     const auto live = device.system().getGateway();
@@ -215,8 +219,8 @@ Plan unreviewedIpPlan(IDevice& device, const std::string& interfaceName, const I
     const bool isOtherGateway = !settings.gateway.empty() && written != configured->second.gateway;
     const auto operation = [&](Manager& manager, PlanningSystem& system) {
         system.setGateway(written);
-        // The cell holds what the file says. The library takes an equal request for done, and so it is only when the
-        // daemons have it.
+        // The cell holds the settings of the file, and the required library refuses an equal request. Therefore the
+        // cell is cleared unless the settings are live with this gateway.
         if (isOtherGateway || !missing(onlyInterface(configuration, interfaceName), readLiveState(device)).empty()) {
             manager.getInterfaces().at(interfaceName).ipSettings.assign_and_signal(IpSettings());
         }
@@ -268,7 +272,7 @@ Plan planGateway(IDevice& device, const std::string& gateway)
     auto plan = makePlan(device, title, [&](Manager& manager, PlanningSystem&) { return manager.setGateway(address); });
     if (plan.isNothingToChange() && !isConfiguredGateway(device.files(), address)) {
         const auto operation = [&](Manager& manager, PlanningSystem& system) {
-            system.ignoreGateway(); // whatever it is, it is to be written
+            system.ignoreGateway(); // it is live, but must be written as well
             return manager.setGateway(address);
         };
         plan = makePlan(device, title, operation);

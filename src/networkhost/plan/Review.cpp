@@ -33,7 +33,7 @@ std::vector<std::string> trimmedLines(const std::optional<std::string>& text)
     return lines;
 }
 
-/// Keys that the library itself writes, and takes away when it is asked for something else.
+/// Keys that the library itself writes and removes.
 bool isOwnKey(const std::string& path, const std::string& key)
 {
     constexpr std::array<std::string_view, 6> kKeys = {"Name", "Address", "DHCP", "Gateway", "DNS", "Domains"};
@@ -41,7 +41,7 @@ bool isOwnKey(const std::string& path, const std::string& key)
            (endsWith(path, paths::kRoutesDropIn) && key == "Destination");
 }
 
-/// What is in `after` and not in `before`.
+/// The texts that are in `after` but not in `before`.
 std::vector<std::string> added(const std::vector<std::string>& before, std::vector<std::string> after)
 {
     const std::set<std::string> old(before.begin(), before.end());
@@ -57,14 +57,14 @@ bool asksForServers(const IReadableFiles& files, const std::string& path)
                        [](const auto& section) { return !section.valueOf("DNS").empty(); });
 }
 
-/// Those of leases that end, with the line that keeps them.
+/// Warns of each lease that ends with its DNS servers, and shows the commands that keep the servers.
 void addLostServers(const IReadableFiles& files, const Configuration& before, const Configuration& after,
                     const LiveState& live, std::vector<std::string>& warnings)
 {
     for (const auto& [name, iface] : after.interfaces) {
         const auto& servers = live.interfaces.at(name).lease.dnsServers;
         if (iface.dhcp || !before.interfaces.at(name).dhcp || !(before.dnsServers == after.dnsServers)) {
-            continue; // who sets the servers knows them
+            continue; // a change that sets the servers needs no warning about them
         }
         std::string commands;
         unsigned int slot = 0;
@@ -101,9 +101,9 @@ std::vector<std::string> droppedLines(const FileChange& file)
 {
     const auto lines = trimmedLines(file.after);
     const std::set<std::string> after(lines.begin(), lines.end());
-    const bool hasMany = endsWith(file.path, paths::kRoutesDropIn); // sections of the same keys
+    const bool hasMany = endsWith(file.path, paths::kRoutesDropIn); // it has several sections with the same keys
     std::string section;
-    std::set<std::string> seen; // own keys, one of each in each kind of section
+    std::set<std::string> seen; // section and own key
     std::vector<std::string> dropped;
     for (const auto& line : trimmedLines(file.before)) {
         if (line.empty() || line.front() == '[') {
@@ -121,11 +121,11 @@ std::vector<std::string> droppedLines(const FileChange& file)
 
 void review(IDevice& device, Plan& plan, const std::string& advice)
 {
-    constexpr std::chrono::milliseconds kForGateway(1200); // the kernel asks again after a second
+    constexpr std::chrono::milliseconds kForGateway(1200); // the kernel repeats the question after a second
     const auto live = readLiveState(device);
     const auto before = readConfiguration(device.files());
     const auto after = readConfiguration(PlannedFiles(device.files(), plan));
-    const auto asked = askNeighbours(device, before, after, live); // the answers come while the rest is looked at
+    const auto asked = askNeighbours(device, before, after, live); // answers arrive during the checks below
     plan.before = touchedBy(plan, before);
     plan.after = touchedBy(plan, after);
     plan.objections = added(objectionsTo(before, live, advice), objectionsTo(after, live, advice));

@@ -11,17 +11,17 @@
 
 namespace networkhost {
 
-/// The lines of the old text that the new one drops though nobody asked for it, as a hand-written "MTUBytes=1400" or a
-/// second address.
+/// The lines of the old text that the change drops although the request does not ask for it, for example a hand-written
+/// "MTUBytes=1400" or a second address.
 std::vector<std::string> droppedLines(const FileChange& file);
 
-/// Fills `before`, `after`, `objections` and `warnings`: what is sound already and would not be afterwards, and the
-/// daemons and cables that the plan needs. `advice` is for a gateway outside the subnet. Waits for neighbours: some
-/// milliseconds, or a second for a gateway that does not answer.
+/// Fills `before`, `after`, `objections` and `warnings`. These name the faults that the change would bring, and faults
+/// of the daemons and cables that the plan needs. For `advice` see objectionsTo(). Waits some milliseconds for answers
+/// of neighbours, or about a second for a gateway that does not answer.
 void review(IDevice& device, Plan& plan, const std::string& advice = {});
 
-/// The plan after its review, which a refused one does not need. While a trial is pending, one that finds nothing to
-/// change is refused: the settings may be on trial.
+/// Returns the plan after its review. A refused plan is not reviewed. While a trial is pending, a plan with nothing to
+/// change is refused, because its settings may be on trial.
 Plan reviewed(IDevice& device, Plan plan, const std::string& advice = {});
 
 } // namespace networkhost

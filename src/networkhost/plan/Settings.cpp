@@ -42,10 +42,10 @@ using Texts = std::vector<std::string>;
 struct Part
 {
     std::string place;                                           // in the document
-    std::function<Configuration(const Configuration& all)> only; // what is configured for it
-    Plan main;                                                   // the files that the library writes, in two groups
+    std::function<Configuration(const Configuration& all)> only; // takes this part out of a configuration
+    Plan main;                                                   // this and the next: files that the library writes
     Plan other;
-    Texts foreign; // the other files that the daemon reads
+    Texts foreign; // files that the daemon reads but the library does not write
 };
 
 void addFile(IDevice& device, const std::string& path, const std::string& text, Plan& plan)
@@ -56,7 +56,7 @@ void addFile(IDevice& device, const std::string& path, const std::string& text, 
 std::string mainFileText(const BuiltInInterface& builtIn, const ConfiguredInterface& iface)
 {
     IpSettings settings{kNoAddress, kNoAddress, iface.dhcp, {}};
-    if (!iface.addresses.empty()) { // at most one, and checked
+    if (!iface.addresses.empty()) { // parseDocument() has checked that there is at most one, and that it is valid
         settings = NetworkAddress::parse(iface.addresses.front())->settings();
     }
     return networkmanager::confighandler::createConfig(builtIn.name, settings, iface.gateway, builtIn.intComIf);
@@ -68,7 +68,7 @@ std::string routesFileText(const ConfiguredInterface& iface)
     for (const auto& route : iface.routes) {
         routes.push_back({route.destination, route.gateway});
     }
-    velbase2::system::signals::signal<std::string> messages; // there are none: the routes are checked
+    velbase2::system::signals::signal<std::string> messages; // none is emitted, because the routes are valid
     return networkmanager::createSysConf(routes, messages);
 }
 
@@ -85,7 +85,7 @@ Part interfacePart(IDevice& device, const BuiltInInterface& builtIn, const Confi
     return part;
 }
 
-/// Whether it is the file of a slot, which setDnsServer() writes.
+/// Whether setDnsServer() writes this file.
 bool isSlot(const std::string& path)
 {
     const auto digits = std::min(path.find_first_of("0123456789"), path.size());
@@ -108,7 +108,7 @@ bool asksForDns(const IReadableFiles& files, const std::string& path)
 Part resolverPart(IDevice& device, const Configuration& wanted)
 {
     Part part{"dns", onlyResolver, {}, {}, {paths::kResolverFile}};
-    std::set<std::string> slots; // in the daemon's order, which is of text: the slot 10 comes before the slot 2
+    std::set<std::string> slots; // in the daemon's order by text: slot 10 comes before slot 2
     for (unsigned int index = 0; index < wanted.dnsServers.size(); ++index) {
         slots.insert(paths::dnsServerFile(index));
     }
@@ -134,8 +134,8 @@ Part resolverPart(IDevice& device, const Configuration& wanted)
     return part;
 }
 
-/// Adds the fewest files that make it so: none, a group or both. Both, because what belongs into one may stand in the
-/// other, by hand. Returns why that is not enough; empty when it is.
+/// Adds the fewest files that bring the wanted configuration: none, one group, or both. Both are needed when a user has
+/// written an entry by hand into the wrong group's file. Returns why the files are not enough, or an empty text.
 std::string addNeededFiles(const IReadableFiles& files, const Part& part, const Configuration& wanted, Plan& plan)
 {
     for (const auto* group : {&part.main, &part.other}) {
@@ -159,7 +159,7 @@ std::string addNeededFiles(const IReadableFiles& files, const Part& part, const 
     const auto best = configured();
     Texts inTheWay;
     for (const auto& path : part.foreign) {
-        tried.files.push_back({path, {}, {}}); // as if it were not there
+        tried.files.push_back({path, {}, {}}); // tries the configuration without this file
         if (!(configured() == best)) {
             inTheWay.push_back(path);
         }

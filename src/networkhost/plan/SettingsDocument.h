@@ -8,17 +8,17 @@
 
 #pragma GCC visibility push(hidden)
 
-/// The document of all settings, and the configuration that it stands for. Thread-safe.
+/// Conversion between the document of all settings and a configuration. Thread-safe.
 namespace networkhost {
 
 /// See saveSettings().
 std::string toDocument(const Configuration& configuration);
 
-/// What the document asks for, with its routes in order. When there are faults (see faultsOfSettings()), the result
-/// is of no use.
+/// The configuration that the document asks for, with sorted routes. When there are faults (see faultsOfSettings()),
+/// the result must not be used.
 Configuration parseDocument(const std::string& document, std::vector<std::string>& faults);
 
-/// The same with its routes in order of text, each once: their order means nothing.
+/// The configuration with its routes sorted by text and without duplicates, because their order means nothing.
 Configuration sorted(Configuration configuration);
 
 } // namespace networkhost

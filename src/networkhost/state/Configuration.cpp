@@ -24,13 +24,13 @@ std::vector<DaemonSection> readSections(const IReadableFiles& files, const std::
     return parseDaemonFile(textOf(files, path).value_or(""));
 }
 
-/// networkd's values that ask for a lease of IPv4.
+/// Whether this value of "DHCP=" makes systemd-networkd ask for an IPv4 lease.
 bool asksForLease(const std::string& dhcp)
 {
     return dhcp == "ipv4" || dhcp == "yes" || dhcp == "true" || dhcp == "on" || dhcp == "1" || dhcp == "both";
 }
 
-/// Somebody who wrote this meant an IPv4 address, with or without a prefix length.
+/// Whether the text was meant as an IPv4 address. The prefix length may be missing or wrong.
 bool isMeantAsAddress(const std::string& text)
 {
     return iphelper::isValidIp(text.substr(0, text.find('/')));
@@ -83,7 +83,7 @@ ConfiguredInterface readInterface(const IReadableFiles& files, const std::string
     return iface;
 }
 
-/// Without the "#name" behind a server, which serves to check its certificate.
+/// Removes the "#name" behind each server. It only serves to check the server's certificate.
 std::string withoutNames(const std::string& servers)
 {
     std::string addresses;
@@ -93,7 +93,7 @@ std::string withoutNames(const std::string& servers)
     return addresses;
 }
 
-/// In the order in which systemd-resolved reads them.
+/// The resolver's files in the order in which systemd-resolved reads them.
 std::vector<std::string> resolverFiles(const IReadableFiles& files)
 {
     std::vector<std::string> names;
@@ -173,7 +173,7 @@ std::vector<Failure> unreadFiles(const IReadableFiles& files)
         std::string text;
         const auto error = files.read(path, text);
         const bool isNone = error == std::errc::no_such_file_or_directory || error == std::errc::invalid_argument;
-        if (error && !isNone) { // a link to /dev/null masks the file
+        if (error && !isNone) { // EINVAL: a link to /dev/null masks the file
             failures.push_back({Failure::Step::ReadFile, path, error, {}});
         }
     }

@@ -15,7 +15,7 @@ bool isComment(const std::string& line)
     return line.empty() || line.front() == '#' || line.front() == ';';
 }
 
-/// The next line, with those that it goes on in.
+/// Reads the next line together with its continuation lines.
 bool readLogicalLine(std::istream& input, std::string& line)
 {
     line.clear();
@@ -23,7 +23,7 @@ bool readLogicalLine(std::istream& input, std::string& line)
     while (std::getline(input, part)) {
         part = trimmed(part);
         if (!line.empty() && isComment(part)) {
-            continue; // a comment does not end what goes on
+            continue; // a comment does not end a continued line
         }
         if (part.empty() || part.back() != '\\') {
             line += part;

@@ -9,21 +9,22 @@
 
 namespace networkhost {
 
-/// A section of a file as systemd's daemons read it, which is not how the library's own loader reads it: blanks are
-/// trimmed, a line may go on in the next one, and a key may stand more than once.
+/// A section of a file by the rules of systemd's daemons. Unlike for the required library's loader, blanks are trimmed,
+/// a line may continue in the next one, and a key may occur more than once.
 struct DaemonSection
 {
     std::string name;
     std::vector<std::pair<std::string, std::string>> entries; // key and value, in order
 
-    /// The last value of the key; empty without one.
+    /// The last value of the key. It is empty when there is none.
     std::string valueOf(const std::string& key) const;
 };
 
-/// The sections in order, two of the same name included. Lines that are no entry of a section are left out.
+/// The sections in order. Sections of the same name stay separate. Lines that are not an entry of a section are
+/// skipped.
 std::vector<DaemonSection> parseDaemonFile(const std::string& text);
 
-/// Appends the words of `value` to the list as the daemons do it: an empty value empties the list.
+/// Appends the words of `value` to the list. As in the daemons, an empty value clears the list.
 void assignList(std::vector<std::string>& list, const std::string& value);
 
 } // namespace networkhost

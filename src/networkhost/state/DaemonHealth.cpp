@@ -42,7 +42,7 @@ std::string bootFaultOf(const DaemonState& daemon)
         return name + " is masked and cannot be started: after a reboot the device " + lossWithout(daemon) +
                "; run: systemctl unmask " + name + " && systemctl enable --now " + name;
     }
-    // "static" and others without an [Install] section are started by another unit.
+    // Other states, for example "static", are no fault: another unit starts the daemon.
     if (isAmong(daemon.enabled, {"disabled", "enabled-runtime", "linked", "linked-runtime"})) {
         return name + " is not enabled: after a reboot the device " + lossWithout(daemon) + "; run: systemctl enable " +
                name;

@@ -35,7 +35,7 @@ Lease readLease(IDevice& device, const std::string& interfaceName)
     return lease;
 }
 
-/// The rows of the kernel's table that lead through the interface to a gateway.
+/// The routes of the kernel's table that use the interface and have a gateway.
 std::vector<Route> routesOf(const std::string& table, const std::string& interfaceName)
 {
     std::vector<Route> routes;
@@ -62,7 +62,7 @@ void readResolver(const IFiles& files, LiveState& live)
         for (std::size_t i = 1; i < words.size(); ++i) {
             if (words.front() == "nameserver") {
                 live.dnsServers.push_back(words[i]);
-            } else if (words.front() == "search" && words[i] != ".") { // the root stands for none
+            } else if (words.front() == "search" && words[i] != ".") { // "." means no search domain
                 live.searchDomains.push_back(words[i]);
             }
         }

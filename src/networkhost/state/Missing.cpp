@@ -49,11 +49,11 @@ std::string missingAddress(const std::string& name, const ConfiguredInterface& w
     const auto isLeased = [&live](const std::string& address) {
         return !live.lease.address.empty() && withoutPrefixLength(address) == live.lease.address;
     };
-    // Not any address: right after the change from a static one, that one is still there.
+    // It must be the leased address. Right after a change to DHCP, the old static address is still live.
     if (wanted.dhcp && std::none_of(present.begin(), present.end(), isLeased)) {
         return "an address of " + name + " by DHCP";
     }
-    // The first one is what the interface counts as having: an older one before it is about to go.
+    // The cells show the first address. While an old address is still first, the change is not live.
     const auto isWanted = [&](const std::string& address) {
         return holds(wanted.addresses, address) || (wanted.dhcp && isLeased(address));
     };
@@ -106,14 +106,15 @@ std::string missingOfInterface(const std::string& name, const ConfiguredInterfac
     }
     auto answer = missingAddress(name, wanted, live, before);
     if (answer.empty() && name == gatewayInterface()) {
-        // One that no file asked for may be somebody's own.
+        // A gateway that no file asked for may have been set by hand, and may stay.
         const bool mustBeGone = before != nullptr && (before->dhcp || !before->gateway.empty());
         answer = missingDefaultRoute(wanted, live, state.gateway, mustBeGone);
     }
     return answer.empty() ? missingRoute(wanted, live, before) : answer;
 }
 
-/// As resolved shows it: without the dot at its end. Empty for a domain that only routes queries.
+/// The domain in the form that systemd-resolved shows, without a final dot. Empty for a domain that only routes
+/// queries.
 std::string searchedDomain(std::string domain)
 {
     if (domain.size() > 1 && domain.back() == '.') {

@@ -31,7 +31,7 @@ bool isBack(const IFiles& files, const SavedFile& file)
     if (error || text != *file.text || files.rightsOf(file.path, rights)) {
         return false;
     }
-    // Without root's rights, a file that everybody may read comes back as the caller's: see IFiles::replace().
+    // Without root's rights, a restored file may belong to the caller if everybody may read it. See IFiles::replace().
     const bool isOwnerFree = (file.rights.mode & 0004U) != 0;
     return rights == file.rights || (isOwnerFree && rights.mode == file.rights.mode);
 }

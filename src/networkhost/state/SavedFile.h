@@ -15,15 +15,15 @@ namespace networkhost {
 struct SavedFile
 {
     std::string path;
-    std::optional<std::string> text; // none: there was no file
+    std::optional<std::string> text; // empty when there was no file
     Rights rights;
-    std::optional<std::string> changedTo; // the checksum of the text that the change gives it; none: it removes it
+    std::optional<std::string> changedTo; // checksum of the new text; empty when the change removes the file
 };
 
-/// 16 hexadecimal digits.
+/// Returns 16 hexadecimal digits.
 std::string checksumOf(const std::string& text);
 
-/// Whether the file is as it was.
+/// Whether the file has its saved text and rights again.
 bool isBack(const IFiles& files, const SavedFile& file);
 bool areBack(const IFiles& files, const std::vector<SavedFile>& saved);
 

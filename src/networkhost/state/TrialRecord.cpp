@@ -17,10 +17,10 @@ using Json = nlohmann::ordered_json;
 namespace {
 
 constexpr std::size_t kMost = std::size_t{1} << 20U;     // bytes
-constexpr std::int64_t kLatest = std::int64_t{1} << 50U; // milliseconds; no device runs for so long
+constexpr std::int64_t kLatest = std::int64_t{1} << 50U; // milliseconds, far beyond any uptime
 constexpr std::string_view kChecksum = "checksum ";
 
-/// JSON holds characters, files hold bytes: each byte becomes the character of its number.
+/// JSON holds characters, but files hold bytes. Therefore each byte becomes the character with its number.
 std::string charactersOf(const std::string& bytes)
 {
     std::string text;
@@ -55,7 +55,7 @@ Json toJson(const SavedFile& file)
             {"group", file.rights.group}, {"changedTo", file.changedTo ? Json(*file.changedTo) : Json()}};
 }
 
-/// Throws for a number with a fraction, which need not fit into any integer.
+/// Throws for a number with a fraction, because it may not fit into any integer.
 std::int64_t integerOf(const Json& json)
 {
     return json.get_ref<const Json::number_integer_t&>();
@@ -68,7 +68,7 @@ SavedFile savedFileOf(const Json& json)
     if (!json.at("before").is_null()) {
         file.text = bytesOf(json.at("before"));
     }
-    // Not a mode that would lend the owner's rights: whoever may write records need not be root.
+    // The set-user-ID and set-group-ID bits are dropped, because users other than root may write records.
     file.rights = {static_cast<unsigned int>(integerOf(json.at("mode"))) & 0777U,
                    static_cast<unsigned int>(integerOf(json.at("user"))),
                    static_cast<unsigned int>(integerOf(json.at("group")))};
@@ -89,7 +89,7 @@ Json toJson(const TrialRecord& record)
     return json;
 }
 
-/// What stands below the JSON.
+/// The line below the JSON text.
 std::string checksumLine(const std::string& text)
 {
     return std::string(kChecksum) + checksumOf(text) + '\n';
@@ -106,7 +106,8 @@ bool isDnsServerFile(const std::string& path)
     return number.find_first_not_of("0123456789") == std::string::npos && path == beginning + number + std::string(end);
 }
 
-/// The writer of a record may not have the guard, which is root, write just anywhere.
+/// The guard runs as root, and the writer of a record may be another user. Therefore a record may only name files that
+/// this library writes.
 bool isOwnFile(const std::string& path)
 {
     const auto& builtIn = networkmanager::kBuiltInInterfaces;
@@ -117,14 +118,15 @@ bool isOwnFile(const std::string& path)
            });
 }
 
-/// The kernel's id of a boot has dashes, systemd's specifier for it has none.
+/// The kernel's boot ID has dashes. systemd's specifier for it has none.
 std::string withoutDashes(std::string text)
 {
     text.erase(std::remove(text.begin(), text.end(), '-'), text.end());
     return text;
 }
 
-/// A directory, say, in the place of a record would be in the way for ever. True when it is no longer.
+/// A directory, for example, may stand where a record belongs, and would block every trial. Moves it aside. True when
+/// the way is free now.
 bool isInTheWay(IFiles& files, const std::string& path, const std::error_code& error)
 {
     return error == std::errc::invalid_argument && !files.moveAside(path);
@@ -142,7 +144,7 @@ std::error_code readRecord(const IFiles& files, const std::string& path, TrialRe
     const auto damaged = std::make_error_code(std::errc::bad_message);
     const auto end = std::min(text.rfind(kChecksum), text.size());
     if (text.size() > kMost || text.substr(end) != checksumLine(text.substr(0, end))) {
-        return damaged; // before it is parsed: whoever may write to the directory may have written it
+        return damaged; // checked before parsing, because any user who may write to the directory may have made it
     }
     try {
         Faults faults;
@@ -160,7 +162,7 @@ std::error_code readRecord(const IFiles& files, const std::string& path, TrialRe
         }
         found.deadline = std::chrono::milliseconds(deadline);
         found.isLive = json.at("isLive");
-        found.wasLive = json.value("wasLive", false); // an earlier version had neither
+        found.wasLive = json.value("wasLive", false); // records of an earlier version lack this and the next key
         found.isRestored = json.value("isRestored", false);
         found.why = bytesOf(json.at("why"));
         for (const auto& file : json.at("files")) {
@@ -212,7 +214,7 @@ std::error_code rightsForRecords(const IFiles& files, Rights& rights)
 
 std::string bootMark(const IFiles& files)
 {
-    // The kernel's own id is another one in a container, and there again in a unit with a /proc of its own.
+    // The kernel's boot ID differs in a container, and again in a unit with its own /proc. It is only the fallback.
     std::string mark;
     if (files.read(paths::kBootMark, mark)) {
         files.read(paths::kBootId, mark);
@@ -231,7 +233,7 @@ bool hasCaller(const IFiles& files)
 {
     std::string holder;
     const auto error = files.probeLock(paths::kCallerLock, holder);
-    return error && error != std::errc::no_such_file_or_directory; // for want of descriptors nobody is gone
+    return error && error != std::errc::no_such_file_or_directory; // e.g. EMFILE does not show that it ended
 }
 
 bool closeRestored(IFiles& files)
@@ -245,7 +247,7 @@ std::error_code makeTrialDirectory(IFiles& files)
 {
     const std::string directory = paths::kTrialDirectory;
     std::vector<std::string> names;
-    auto error = files.list(directory, names); // usually it is there
+    auto error = files.list(directory, names); // it usually exists
     error = error ? files.makeDirectory(directory.substr(0, directory.rfind('/'))) : error;
     return error ? error : files.makeDirectory(directory);
 }

@@ -107,7 +107,7 @@ bool wakeGuard(IDevice& device)
     return device.startGuard([&device] {
         std::string holder;
         return device.files().probeLock(paths::kGuardLock, holder) == std::errc::operation_would_block ||
-               !trialState(device).isPending(); // it has ended meanwhile
+               !trialState(device).isPending(); // the trial has ended meanwhile
     });
 }
 

@@ -11,10 +11,10 @@ using std::chrono::milliseconds;
 
 namespace {
 
-// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): a wait lies deep below its caller
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): many calls lie between the setter and a wait
 thread_local IWaiting* theWaiting = nullptr;
 
-/// Tells of one wait, unless there is nobody to be told.
+/// Reports the begin and the end of one wait to the thread's IWaiting, if there is one.
 class ToldWait
 {
 public:
@@ -34,7 +34,7 @@ public:
     }
 };
 
-/// None when there are no descriptors left either.
+/// Returns no hints when the device has none, or when no descriptor is left.
 std::unique_ptr<IHints> openHints(IDevice& device)
 {
     try {
@@ -58,9 +58,9 @@ bool isBrokenOff()
 
 void waitUntil(IDevice& device, milliseconds limit, const std::function<bool()>& isOver)
 {
-    constexpr milliseconds kBetweenLooks(10); // when much changes; leaves the processor to the daemons
+    constexpr milliseconds kBetweenLooks(10); // in a burst of changes; leaves time to the daemons
     constexpr milliseconds kWithoutHints(20);
-    constexpr milliseconds kSlow(1000); // between looks, for what has no event
+    constexpr milliseconds kSlow(1000); // between looks, for changes without a hint
     const auto step = theWaiting == nullptr ? kSlow : kSlow / 10;
     const auto start = device.now();
     const auto left = [&] { return limit - (device.now() - start); };
@@ -68,7 +68,7 @@ void waitUntil(IDevice& device, milliseconds limit, const std::function<bool()>&
         return;
     }
     const ToldWait told;
-    const auto hints = openHints(device); // before the next look: nothing that changes after it is missed
+    const auto hints = openHints(device); // before the next look: no later change is missed
     auto look = start;
     for (bool isDue = true; !(isDue && isOver()) && left() > milliseconds(0) && !isBrokenOff();) {
         look = isDue ? device.now() : look;

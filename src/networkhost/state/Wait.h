@@ -10,11 +10,11 @@
 
 namespace networkhost {
 
-/// Returns when isOver() is true, the limit is over, or it is broken off. It is asked at once, and whenever something
-/// may have changed.
+/// Returns when isOver() is true, when the limit has passed, or when the wait is broken off. Calls isOver() at once,
+/// and whenever something may have changed.
 void waitUntil(IDevice& device, std::chrono::milliseconds limit, const std::function<bool()>& isOver);
 
-/// Learns of the waits of a thread, and may break them off.
+/// Is told about the waits of a thread, and may break them off.
 class IWaiting
 {
 public:
@@ -25,7 +25,7 @@ public:
     virtual bool isBrokenOff() = 0;
 };
 
-/// For the waits of this thread from here on; nullptr for none.
+/// Sets the observer of this thread's waits from now on. nullptr means none.
 void setWaiting(IWaiting* waiting);
 
 /// Whether the waits of this thread are broken off.

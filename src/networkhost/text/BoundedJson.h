@@ -9,18 +9,17 @@
 
 #pragma GCC visibility push(hidden)
 
-/// JSON that anybody may have written: reading it takes time and memory in proportion to its size. Thread-safe.
-/// Not installed, because no installed header needs nlohmann-json.
+/// Reads untrusted JSON. The time and memory are in proportion to its size. Thread-safe.
 namespace networkhost {
 
-/// The first 100 faults, and how many more there are.
+/// The first 100 faults, and the number of the others.
 class Faults
 {
 public:
-    /// Shortens one that is very long.
+    /// Adds a fault. A very long text is shortened.
     void add(const std::string& fault);
 
-    /// Empty when there is none; the last one may be "... and 12 more".
+    /// The texts of the faults. The last text may be "... and 12 more".
     std::vector<std::string> texts() const;
 
 private:
@@ -28,11 +27,11 @@ private:
     std::size_t more_ = 0;
 };
 
-/// Adds a fault for each key that occurs twice in an object; its last value counts. Discarded, with a fault, for a text
-/// of more than 1 MiB, of more than 8 levels, or that is no JSON.
+/// Parses the text. Adds a fault for each key that occurs twice in an object, and takes its last value. A text above
+/// 1 MiB, with more than 8 levels, or that is not JSON gives a fault and the value "discarded".
 nlohmann::ordered_json parseBounded(const std::string& text, Faults& faults);
 
-/// A key as it may stand in a fault: printable, and not much of it.
+/// The key in a form that is safe in a fault: shortened and printable.
 std::string shownKey(const std::string& key);
 
 } // namespace networkhost

@@ -10,7 +10,7 @@
 
 namespace networkhost {
 
-/// Without the blanks, tabs and carriage returns at both ends.
+/// The text without blanks, tabs and carriage returns at both ends.
 std::string trimmed(std::string_view text);
 
 /// The words between blanks.
@@ -19,7 +19,7 @@ std::vector<std::string> wordsOf(const std::string& text);
 /// The lines without their line ends.
 std::vector<std::string> linesOf(const std::string& text);
 
-/// "12 s": whole seconds, rounded up, and not less than none.
+/// For example "12 s": whole seconds, rounded up. A negative time gives "0 s".
 std::string secondsText(std::chrono::milliseconds time);
 
 bool startsWith(std::string_view text, std::string_view beginning) noexcept;
