@@ -16,12 +16,12 @@ public:
     CommandEnvironment& operator=(const CommandEnvironment&) = delete;
     ~CommandEnvironment() = default;
 
-    /// As execve takes it.
+    /// The array in the form that execve() needs.
     char* const* data() const noexcept { return variables_.data(); }
 
 private:
     std::string path_;
-    std::string locale_ = "LC_ALL=C"; // error texts that become status texts read the same everywhere
+    std::string locale_ = "LC_ALL=C"; // error texts become status texts, and must be the same on every device
     std::vector<char*> variables_;
 };
 

@@ -24,7 +24,7 @@
 namespace velbase2::system {
 namespace {
 
-// The command runs in a shell of its own, below a shell that reports its return code through a pipe: the exit status of
+// The command runs in an inner shell. An outer shell reports its return code through a pipe, because the exit status of
 // a child is lost in a host that ignores SIGCHLD or reaps every child.
 //
 //     host              outer shell             inner shell and command
@@ -34,19 +34,20 @@ namespace {
 //     error <---------- 3 <-------------------- 2
 //     report <--------- 2  "status 7"
 //
-// What the outer shell itself has to say ("Killed", "Cannot fork") precedes its status line in the report, so that
-// errorOutput is the command's alone. The redirections stand within parentheses, because some shells apply those of a
-// plain command to themselves.
+// The outer shell's own messages ("Killed", "Cannot fork") precede the status line in the report. Therefore errorOutput
+// only has the text of the command. The redirections are within parentheses, because some shells apply those of a plain
+// command to themselves.
 constexpr const char* kShell = "/bin/sh";
 constexpr const char* kSupervise = R"((exec /bin/sh -c -- "$1" 2>&3 3>&-); echo "status $?" >&2)";
 constexpr std::string_view kStatusKey = "status ";
 constexpr int kErrorFd = 3;
 constexpr int kFirstFreeFd = 4;
 
-// Linux gives a new pipe this capacity; one read of this size takes all that it holds.
+// The capacity of a new pipe on Linux. One read of this size empties the pipe.
 constexpr std::size_t kPipeCapacity = 65536;
 
-// How long the outer shell may be gone without a report before that is noticed, when somebody holds the pipe open.
+// Another process may keep the pipe open after the outer shell has ended without a report. This is the interval of the
+// checks for that.
 constexpr int kLookMilliseconds = 1000;
 
 /// A pipe from the command to the host, and what came through it.
@@ -64,7 +65,7 @@ struct Stream
             return errno;
         }
         readEnd.reset(fds[0]);
-        // In a host without standard streams: keep clear of the numbers that the child's descriptors get.
+        // In a host without standard streams, the pipe must not get a number that the child's descriptors need.
         writeEnd.reset(atLeast(kFirstFreeFd, fds[1]));
         return writeEnd.isOpen() ? 0 : errno;
     }
@@ -107,7 +108,7 @@ struct Streams
     }
 };
 
-/// The outer shell. It is waited for at the end at the latest, so that no exception leaves a zombie.
+/// The outer shell. The destructor waits for it, so that no exception leaves a zombie.
 class Child
 {
 public:
@@ -119,7 +120,8 @@ public:
     void started(pid_t pid) noexcept { pid_ = pid; }
     bool hasEnded() noexcept { return reap(WNOHANG); }
 
-    /// Waits for its end. The signal that ended it; 0 for none, and when somebody else has reaped it.
+    /// Waits for the end of the shell. Returns the signal that ended it, or 0 when there was none or when another
+    /// thread has reaped the shell.
     int endingSignal() noexcept
     {
         reap(0);
@@ -127,7 +129,7 @@ public:
     }
 
 private:
-    /// False while it runs.
+    /// False while the shell runs.
     bool reap(int options) noexcept
     {
         pid_t reaped = pid_;
@@ -162,7 +164,8 @@ public:
 
     void useDefaultSignals()
     {
-        // Not sigfillset, which leaves out the signals that libc uses itself: the command would ignore them.
+        // sigfillset() leaves out the signals that libc uses itself. The command would then ignore them if the host
+        // does.
         sigset_t signals;
         std::memset(&signals, 0xFF, sizeof signals);
         note(posix_spawnattr_setsigdefault(&attributes_, &signals));
@@ -182,7 +185,7 @@ public:
         note(posix_spawn_file_actions_addclosefrom_np(&actions_, first));
 #endif
 #endif
-        // Elsewhere only what the host opened without O_CLOEXEC reaches the command.
+        // With another libc, the command inherits the descriptors that the host opened without O_CLOEXEC.
     }
 
     /// 0 or an errno value.
@@ -209,7 +212,7 @@ private:
     int error_ = 0; // of the first call that failed
 };
 
-/// The command's return code; empty while the line that says it is not complete.
+/// The command's return code. It is empty until the status line is complete.
 std::optional<int> returnCodeIn(const std::string& report)
 {
     const auto line = report.rfind(kStatusKey);
@@ -219,9 +222,9 @@ std::optional<int> returnCodeIn(const std::string& report)
     return std::stoi(report.substr(line + kStatusKey.size()));
 }
 
-/// Reads until the report is complete, and then what the other streams hold. Waiting for their ends instead would wait
-/// for every daemon that the command started, and waiting for the report's end for every child that the host forked
-/// while the pipe was open.
+/// Reads until the report is complete, and then reads what is left in the other streams. It does not wait for the ends
+/// of the streams. A daemon that the command started keeps its output open, and a child that the host forked meanwhile
+/// keeps the report open.
 void collect(Streams& streams, Child& shell)
 {
     std::vector<char> buffer(kPipeCapacity);
@@ -248,9 +251,9 @@ CommandResult notStarted(int error)
 CommandResult executeCommand(const std::string& command)
 {
     if (command.find('\0') != std::string::npos) {
-        return notStarted("the command holds a NUL byte"); // the shell would run what stands before it
+        return notStarted("the command holds a NUL byte"); // the shell would run the text before it
     }
-    Child shell; // before the streams: they are closed before it is waited for
+    Child shell; // declared before the streams, which are therefore closed before the destructor waits
     Streams streams;
     for (Stream* stream : streams.all()) {
         if (const int failure = stream->open(); failure != 0) {
@@ -282,7 +285,7 @@ CommandResult executeCommand(const std::string& command)
     if (const auto code = returnCodeIn(streams.report.text)) {
         result.returnCode = *code;
     } else if (const int signal = shell.endingSignal(); signal != 0) {
-        result.returnCode = 128 + signal; // as by Ctrl-C to the host's whole process group
+        result.returnCode = 128 + signal; // for example by Ctrl-C to the host's process group
     } else {
         const std::string& words = streams.report.text;
         result.errorOutput += "cannot start " + std::string(kShell) + ": " + (words.empty() ? "no report\n" : words);

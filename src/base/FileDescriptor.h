@@ -23,7 +23,7 @@ public:
     int get() const noexcept { return fd_; }
     bool isOpen() const noexcept { return fd_ >= 0; }
 
-    /// The caller's from here on.
+    /// Hands the descriptor over to the caller.
     int release() noexcept { return std::exchange(fd_, -1); }
 
     void reset(int fd = -1) noexcept
@@ -38,7 +38,8 @@ private:
     int fd_;
 };
 
-/// The descriptor itself, or in its place another one that is not below `lowest`; -1, with errno, when there is none.
+/// Returns the descriptor if it is at least `lowest`. Otherwise replaces it by a copy that is. Returns -1 and sets
+/// errno when that fails.
 inline int atLeast(int lowest, int fd) noexcept
 {
     if (fd < 0 || fd >= lowest) {
@@ -51,7 +52,7 @@ inline int atLeast(int lowest, int fd) noexcept
     return moved;
 }
 
-/// read(2) that does not end for a signal.
+/// Does what read(2) does, and repeats it after a signal.
 inline ssize_t readUninterrupted(int fd, char* buffer, std::size_t size) noexcept
 {
     ssize_t count = 0;

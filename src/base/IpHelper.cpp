@@ -22,7 +22,7 @@ std::optional<std::uint32_t> parseOctet(std::string_view digits) noexcept
         }
         octet = octet * 10 + static_cast<std::uint32_t>(digit - '0');
     }
-    // With a leading zero, only 0 to 7 are the same number in octal.
+    // Some tools read a number with a leading zero as octal. Only 0 to 7 are the same in both.
     const bool ambiguous = digits.size() > 1 && digits.front() == '0' && octet > 7;
     if (octet > 255 || ambiguous) {
         return std::nullopt;
@@ -52,7 +52,7 @@ std::optional<std::uint32_t> parseAddress(std::string_view text) noexcept
 
 std::string dotted(std::uint32_t address)
 {
-    // By hand: inet_ntop prints through sprintf, ten times the work, at every refresh.
+    // inet_ntop() would take ten times as long, and this runs at every refresh.
     std::array<char, sizeof "255.255.255.255."> text{};
     char* end = text.data();
     for (const int shift : {24, 16, 8, 0}) {

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <string>
 
-/// IPv4 texts. An address is valid when it is four decimal octets of one to three digits and nothing else. An octet may
-/// have a leading zero only where octal reading gives the same number (007, but neither 010 nor 08), because the tools
-/// that the text reaches read it so. Thread-safe.
+/// IPv4 texts. A valid address has four decimal octets of one to three digits and nothing else. An octet may have a
+/// leading zero only if it is the same number in octal (007, but neither 010 nor 08), because some tools read such text
+/// as octal. Thread-safe.
 namespace velbase2::system::iphelper {
 
 /// The dotted text of an address in host byte order.
@@ -26,8 +26,8 @@ bool isValidMask(int prefixLength);
 /// The dotted mask of a prefix length; empty outside 0 to 32.
 std::string subnetBitsToMask(int prefixLength);
 
-/// The number at the start of the text, read as std::stoi does: "+24abc" after blanks is 24. The other two results are
-/// for a text without one, and for one that is no int.
+/// The number at the start of the text, by the rules of std::stoi: "+24abc" after blanks is 24. Returns `ifNone` for a
+/// text without a number, and `ifBeyondInt` for a number that no int can hold.
 int leadingNumber(const std::string& text, int ifNone, int ifBeyondInt);
 
 /// The prefix length of a dotted mask; -1 when it is not valid.

@@ -10,7 +10,7 @@ struct IpSettings
 {
     std::string ip;      // dotted; empty when unknown
     std::string mask;    // dotted
-    bool dhcp = false;   // true: ip and mask only inform
+    bool dhcp = false;   // if true, ip and mask are only for information
     std::string gateway; // dotted; empty for none
 };
 

@@ -63,7 +63,7 @@ struct Logger
 
 Logger& logger()
 {
-    // Never destroyed: other threads and static destructors of the host may still log while the process ends.
+    // The logger is never destroyed, because other threads and static destructors of the host may log until the end.
     static Logger& instance = *new Logger; // NOLINT(cppcoreguidelines-*)
     return instance;
 }
@@ -80,7 +80,7 @@ void setSink(Sink sink)
     auto next = std::make_shared<const Sink>(sink ? std::move(sink) : Sink(writeToStandardError));
     const std::lock_guard lock(logger().sinkLock);
     logger().sink.swap(next);
-    // The previous sink is released after the lock (reverse order of declaration): its destructor may log.
+    // The previous sink is destroyed after the lock is released, because its destructor may log.
 }
 
 namespace detail {
@@ -92,7 +92,7 @@ bool isEnabled(int level) noexcept
 
 void log(int level, std::string_view tag, std::string_view line)
 {
-    // The sink is called without the lock: one that stalls must stall only its caller.
+    // The sink is called without the lock. A sink that stalls must stall only its own caller.
     std::shared_ptr<const Sink> sink;
     {
         const std::lock_guard lock(logger().sinkLock);

@@ -13,22 +13,22 @@ inline constexpr int kNotable = 2; // the default minimum
 inline constexpr int kError = 3;
 inline constexpr int kFileProblem = 4;
 
-/// Receives one record a call, the line without a final newline (it may hold newlines inside). Called by several
-/// threads at once; may itself log or replace the sink.
+/// Receives one record per call. The line has no final newline, but may have newlines inside. Several threads may call
+/// the sink at once. A sink may log, and may replace the sink.
 using Sink = std::function<void(int level, std::string_view tag, std::string_view line)>;
 
-/// Records below `level` are not made.
+/// Records below `level` are discarded.
 void setMinimumLevel(int level);
 
-/// An empty Sink restores the default one, which writes "<P>tag: line" with one write(2) to standard error, P being the
-/// priority that journald reads. It escapes control characters.
+/// Replaces the sink. An empty Sink restores the default one. The default sink writes "<P>tag: line" with one write(2)
+/// to standard error, where P is the priority for journald. It escapes control characters.
 void setSink(Sink sink);
 
 namespace detail {
 
 bool isEnabled(int level) noexcept;
 
-/// Hands the record to the sink whatever its level: the caller asks isEnabled() before it builds the line.
+/// Hands the record to the sink without looking at the level. The caller asks isEnabled() before it builds the line.
 void log(int level, std::string_view tag, std::string_view line);
 
 } // namespace detail

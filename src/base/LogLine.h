@@ -10,7 +10,7 @@ namespace velbase2::system::log::detail {
 
 inline constexpr std::string_view kTag = "libVelNetworkManager";
 
-/// Numbers as decimal digits, whatever the host's locale.
+/// Appends a text, or a number in decimal digits. The host's locale has no effect.
 template <class Part>
 void append(std::string& line, const Part& part)
 {

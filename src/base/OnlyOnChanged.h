@@ -14,11 +14,11 @@ struct DefaultCompare
     bool operator()(const T& left, const T& right) const { return left == right; }
 };
 
-/// A text cell that emits when the text changes, and on the first update whatever the text is.
+/// A text cell that emits on the first update, and then whenever the text changes.
 ///
-/// Any thread may update and read. The one lock is held while the slots run, so a reader waits for running slots, and
-/// a slot must neither update nor get() its own cell (it has the value as its argument), nor wait for anything whose
-/// slots read the cell.
+/// Any thread may update and read. The slots run with the lock held. Therefore a reader waits for running slots. A slot
+/// gets the value as its argument. It must neither update nor get() its own cell, nor wait for another thread that
+/// reads the cell.
 template <class Signal, class Compare>
 class OnlyOnChanged : public Signal
 {

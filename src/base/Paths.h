@@ -9,14 +9,15 @@ namespace velbase2::system::paths {
 
 inline constexpr const char* kNetworkDirectory = "/etc/systemd/network/";
 inline constexpr const char* kResolverDirectory = "/etc/systemd/resolved.conf.d/";
-inline constexpr const char* kResolverFile = "/etc/systemd/resolved.conf"; // read before the directory's, in byte order
+// systemd-resolved reads this file first, and then the files of the directory in byte order.
+inline constexpr const char* kResolverFile = "/etc/systemd/resolved.conf";
 inline constexpr const char* kHostname = "/etc/hostname";
 
 inline constexpr const char* kRouteTable = "/proc/net/route";
 inline constexpr const char* kInterfaceStates = "/sys/class/net/";
 
 inline constexpr const char* kBootMark = "/run/velnet/boot";              // made at each start by packaging/tmpfiles.d
-inline constexpr const char* kBootId = "/proc/sys/kernel/random/boot_id"; // another one after each start
+inline constexpr const char* kBootId = "/proc/sys/kernel/random/boot_id"; // changes at each start
 
 inline constexpr const char* kLeases = "/run/systemd/netif/leases/"; // networkd's, named by interface index
 inline constexpr const char* kResolverState = "/run/systemd/resolve/resolv.conf"; // what resolved itself uses
@@ -31,8 +32,9 @@ inline constexpr const char* kChangeLock = "/etc/systemd/velnet/trials/change.lo
 inline constexpr const char* kCallerLock = "/etc/systemd/velnet/trials/caller.lock"; // held until the trial is live
 inline constexpr const char* kGuardLock = "/etc/systemd/velnet/trials/guard.lock";   // held by the guard
 
-/// What follows the path of an interface's main file, in the order in which the loader reads them: of two Network
-/// sections the first one counts. systemd-networkd itself reads the main file first and the drop-ins in order of name.
+/// The suffixes of an interface's files after the path of the main file. In the loader, the first of two Network
+/// sections counts. systemd-networkd itself reads the main file first, and then the drop-ins in the order of their
+/// names.
 inline constexpr const char* kAddressDropIn = ".d/51-ip_address.conf"; // never written by this library
 inline constexpr const char* kRoutesDropIn = ".d/50-routes.conf";
 inline constexpr std::array<const char*, 3> kInLoadingOrder = {kAddressDropIn, kRoutesDropIn, ""};

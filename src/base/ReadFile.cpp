@@ -9,7 +9,7 @@
 
 namespace velbase2::system {
 
-// Not a file stream: those neither close on exec nor come cheap, and a refresh reads a dozen files.
+// A file stream would not close on exec, and costs more. A refresh reads a dozen files.
 
 FileDescriptor openForReading(const std::string& path)
 {
@@ -30,7 +30,7 @@ std::error_code readAll(int fd, std::string& text)
         }
         const auto size = text.size() + static_cast<std::size_t>(count);
         if (!text.empty() && size > text.capacity()) {
-            // To double it so often would copy megabytes.
+            // Growing in larger steps avoids copies of megabytes.
             text.reserve(text.size() + std::min(7 * size, kMostOfAFile - text.size()));
         }
         text.append(buffer.data(), static_cast<std::size_t>(count));

@@ -9,16 +9,16 @@
 
 namespace velbase2::system {
 
-inline constexpr std::size_t kMostOfAFile = std::size_t{16} << 20U; // bytes; an endless device must end somewhere
+inline constexpr std::size_t kMostOfAFile = std::size_t{16} << 20U; // bytes; limits the read of an endless device
 
-/// Opens a file for reading without waiting for anybody. Not open, with errno, on failure.
+/// Opens a file for reading without waiting for another process. On failure, the result is not open and errno is set.
 FileDescriptor openForReading(const std::string& path);
 
-/// Replaces `text` by what can be read at once, at most kMostOfAFile. A FIFO yields what it holds, be it nothing.
-/// The error code of the read that failed; `text` has what came before.
+/// Replaces `text` by the bytes that can be read without waiting, at most kMostOfAFile. A FIFO gives its present
+/// content, which may be empty. Returns the error of a failed read. `text` then has the bytes before it.
 std::error_code readAll(int fd, std::string& text);
 
-/// Both in one: the text of the file with its line ends. The error code of the open or the read that failed.
+/// Opens the file and reads its text with the line ends. Returns the error of the open or the read that failed.
 std::error_code readFile(const std::string& path, std::string& text);
 
 } // namespace velbase2::system

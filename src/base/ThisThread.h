@@ -6,7 +6,7 @@
 
 namespace velbase2::system::this_thread {
 
-/// Sleeps for the whole duration, whatever signals arrive.
+/// Sleeps for the whole duration, even when signals arrive.
 void sleep_for(const std::chrono::duration<long long, std::ratio<1, 1000000000>>& duration);
 
 } // namespace velbase2::system::this_thread

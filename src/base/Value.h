@@ -9,7 +9,7 @@
 
 namespace velbase2::system::signals {
 
-/// The policy of every Value: a change emits, and so does the first assignment. N has no further meaning.
+/// The policy of every Value: the first assignment and each change emit. N has no further meaning.
 template <int N>
 struct AssignOnlyOnChange
 {};
@@ -17,15 +17,15 @@ struct AssignOnlyOnChange
 /// An observable cell: a signal together with the value it emitted last. T is a std::optional, empty until the first
 /// assignment.
 ///
-/// Any thread may read, assign and connect. Slots run on the assigning thread, one emission of a cell at a time; a slot
-/// may read its cell but must not assign into it (deadlock). A reader never waits for a slot.
+/// Any thread may read, assign and connect. Slots run on the assigning thread, and a cell makes one emission at a time.
+/// A slot may read its cell, but must not assign to it (deadlock). A reader never waits for a slot.
 template <class T, class Policy>
 class Value : public signal<T>
 {
 public:
     Value() = default;
 
-    /// Copies the value of `other`, but no subscribers. A failure to copy ends the process.
+    /// Copies the value of `other`, but not its subscribers. A failure to copy ends the process.
     Value(const Value& other) noexcept : signal<T>(), value_(other.get()) {}
 
     Value& operator=(const Value&) = delete;
@@ -44,7 +44,7 @@ public:
             }
             value_ = std::forward<U>(newValue);
         }
-        // Whoever writes holds the assignment lock, so the slots may be given the stored value itself.
+        // Every writer holds the assignment lock. Therefore the slots can get the stored value without a copy.
         (*this)(value_);
     }
 

@@ -25,7 +25,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds kPatience{1};
 constexpr std::chrono::milliseconds kBetweenTries{1};
 
-/// -1, with errno, on failure.
+/// Returns -1 and sets errno on failure.
 int openOrCreate(const std::string& path, bool& isNew)
 {
     constexpr int kFlags = O_WRONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
@@ -36,18 +36,18 @@ int openOrCreate(const std::string& path, bool& isNew)
     constexpr mode_t kMode = 0644; // the daemons do not run as root and must read it
     const int created = ::open(path.c_str(), kFlags | O_CREAT, kMode);
     if (created >= 0) {
-        ::fchmod(created, kMode); // whatever the host's umask
+        ::fchmod(created, kMode); // independent of the host's umask
         isNew = true;
     }
     return created;
 }
 
-/// False, with errno, when another writer still has the file at the deadline.
+/// Returns false and sets errno when the lock cannot be taken before the deadline.
 bool lockUntil(Clock::time_point deadline, int fd)
 {
     while (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
         if (errno != EWOULDBLOCK && errno != EINTR) {
-            return true; // a file system without locks: better unlocked than not at all
+            return true; // the file system has no locks: write without one
         }
         if (Clock::now() >= deadline) {
             return false;
@@ -66,8 +66,8 @@ bool isAt(const std::string& path, int fd)
            opened.st_ino == present.st_ino;
 }
 
-/// The lock file of the directory that the file lies in. Only those can open it who may write there. Not open for what
-/// is no regular file, and where none can be made.
+/// Opens the lock file in the directory of the file. Only users who may write there can open it. The result is not open
+/// when the file is not a regular one, or when the lock file cannot be made.
 FileDescriptor openLockFile(int file)
 {
     constexpr int kFlags = O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
@@ -86,7 +86,7 @@ FileDescriptor openLockFile(int file)
         return FileDescriptor(atLeast(STDERR_FILENO + 1, existing));
     }
     const int created = ::open(name.c_str(), kFlags | O_CREAT | O_EXCL, 0600);
-    if (created < 0) { // somebody else was faster
+    if (created < 0) { // another process was faster
         return FileDescriptor(atLeast(STDERR_FILENO + 1, ::open(name.c_str(), kFlags)));
     }
     struct stat parent = {};
@@ -96,11 +96,11 @@ FileDescriptor openLockFile(int file)
     return FileDescriptor(atLeast(STDERR_FILENO + 1, created));
 }
 
-/// Two locks, let go by hand: they would outlive the descriptors in a child that the host has forked meanwhile.
+/// Two locks. They are released explicitly, because a child that the host has forked may still hold the descriptors.
 struct Turn
 {
     FileDescriptor file;
-    FileDescriptor lockFile; // may be none
+    FileDescriptor lockFile; // may be closed
 
     void release() const
     {
@@ -109,12 +109,13 @@ struct Turn
     }
 };
 
-/// The file at `path`, locked. Not open, with errno, on failure.
+/// Opens and locks the file at `path`. On failure, its file is not open and errno is set.
 Turn openLocked(const std::string& path, bool& isNew)
 {
     const auto deadline = Clock::now() + kPatience;
     for (;;) {
-        // In a host without standard streams: what others print must not land in the file.
+        // In a host without standard streams, the file must not get the number of one. Otherwise output would end up in
+        // the file.
         FileDescriptor file(atLeast(STDERR_FILENO + 1, openOrCreate(path, isNew)));
         if (!file.isOpen()) {
             return {std::move(file), FileDescriptor()};
@@ -123,7 +124,8 @@ Turn openLocked(const std::string& path, bool& isNew)
         Turn turn{std::move(file), std::move(lockFile)};
         const bool isFirst = turn.lockFile.isOpen() && lockUntil(deadline, turn.lockFile.get());
         const bool isWriter = isFirst || !turn.lockFile.isOpen();
-        // This lock anybody may hold who may read the file: whoever has the other one only waits for its end.
+        // Any user who may read the file can hold this lock. Therefore a holder of the lock file waits for it only
+        // until the deadline, and then writes anyway.
         const bool isLocked = isWriter && (lockUntil(deadline, turn.file.get()) || isFirst);
         if (isLocked && isAt(path, turn.file.get())) {
             return turn;
@@ -151,7 +153,7 @@ void writeAll(int fd, std::string_view content)
     }
 }
 
-/// Syncs the directory entry of a file, which may have been created through a link.
+/// Syncs the directory of a file. The path may be a symbolic link to the file.
 void syncDirectoryOf(const std::string& path)
 {
     const std::unique_ptr<char, decltype(&std::free)> file(::realpath(path.c_str(), nullptr), &std::free);
@@ -174,7 +176,7 @@ std::error_code writeFile(const std::string& path, std::string_view content)
     if (::ftruncate(file.get(), 0) == 0 || errno == EINVAL) { // EINVAL: a device, which has nothing to truncate
         writeAll(file.get(), content);
     }
-    turn.release(); // before the sync: others need not wait for the disk
+    turn.release(); // before the sync, because others need not wait for the disk
     ::fsync(file.get());
     if (isNew) {
         syncDirectoryOf(path);

@@ -7,15 +7,16 @@
 
 namespace velbase2::system {
 
-/// Replaces the whole content of a file and syncs it to the disk. An existing file keeps its owner and mode; a new one
-/// gets mode 0644 whatever the umask. Its directory has to exist.
+/// Replaces the whole content of a file and syncs it to the disk. An existing file keeps its owner and mode. A new one
+/// gets mode 0644, independent of the umask. Its directory has to exist.
 ///
-/// Writers of one file take turns, in one process and between processes, and wait for that no longer than a second:
-/// each locks (flock) the file ".velnet.lock" of its directory, where only writers can, and then the open file, before
-/// it truncates it. Somebody who may only read the file and locks it delays them, and does not stop them.
+/// Writers of one file take turns, within a process and between processes, and wait for at most a second. A writer
+/// first locks (flock) the file ".velnet.lock" in the directory, which only writers can open. Then it locks the file
+/// itself, and truncates it after that. A user who may only read the file can lock it, which delays writers but does
+/// not stop them.
 ///
-/// The error code tells why the file could not be opened: ENXIO for a FIFO that nobody reads, EWOULDBLOCK when its turn
-/// did not come. A later failure is not told.
+/// Returns why the file could not be opened: for example ENXIO for a FIFO that nobody reads, or EWOULDBLOCK when the
+/// locks were not free in time. Later failures are not reported.
 std::error_code writeFile(const std::string& path, std::string_view content);
 
 } // namespace velbase2::system
