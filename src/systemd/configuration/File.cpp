@@ -17,7 +17,7 @@ std::error_code File::read(const std::filesystem::path& path, std::iostream& out
     }
     std::string text;
     const auto failure = velbase2::system::readAll(file.get(), text);
-    // kept: copied as a stream buffer is, so that `out` fails when there was nothing to copy.
+    // kept: inserting a stream buffer makes `out` fail when there is nothing to copy.
     std::stringbuf buffer(text);
     out << &buffer;
     if (failure) {

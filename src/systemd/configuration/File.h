@@ -11,8 +11,8 @@ namespace vel_systemd::configuration::file {
 class File
 {
 public:
-    /// Copies the whole file, but no more than 16 MiB, into `out`, whose failbit is set when nothing was copied or a
-    /// read failed. The error code of the failed open, or zero. Never waits for another process.
+    /// Copies the file into `out`, at most 16 MiB. Sets the failbit of `out` when nothing was copied or a read failed.
+    /// Returns the error of a failed open, or zero. Never waits for another process.
     std::error_code read(const std::filesystem::path& path, std::iostream& out) const;
 };
 

@@ -12,8 +12,8 @@ namespace {
 
 void setAddress(IpSettings& settings, const std::string& address)
 {
-    constexpr int kHostPrefixLength = 32; // without "/" it is the address of a host
-    constexpr int kNotANumber = 0;        // kept: such a file has always been shown with the mask 0.0.0.0
+    constexpr int kHostPrefixLength = 32; // an address without "/" is that of a single host
+    constexpr int kNotANumber = 0;        // kept: such a length has always been shown as the mask 0.0.0.0
     constexpr int kNoLength = -1;
     const auto slash = address.find('/');
     settings.ip = iphelper::cleanupIP(address.substr(0, slash));
@@ -37,7 +37,7 @@ IpSettings ipSettingsOf(const file::Content& content)
     const auto& entries = network->entries;
     const auto dhcp = entries.find("DHCP");
     const auto address = entries.find("Address");
-    // kept: only "ipv4", which is what createConfig writes. getInterfaceDHCP, for the live state, knows more values.
+    // kept: only "ipv4", the value that createConfig writes. getInterfaceDHCP, for the live state, knows more values.
     if (dhcp != entries.end() && dhcp->second == "ipv4") {
         settings.dhcp = true;
     } else if (address != entries.end()) {

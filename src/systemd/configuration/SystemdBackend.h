@@ -19,7 +19,7 @@ namespace vel_systemd::configuration {
 
 namespace detail {
 
-/// The settings of the first section named Network; empty ones without it. The gateway is never set.
+/// The settings of the first section named Network. They are empty without such a section. The gateway is never set.
 velbase2::nsa::common::IpSettings ipSettingsOf(const file::Content& content);
 
 /// "dst=...,gw=..." for every section named Route that has both keys, joined by blanks.
@@ -35,7 +35,7 @@ bool SystemdBackendImpl<File>::load(networkmanager::EthInterface& iface) const
     log::detail::logLine(log::kNotable, "load network configuration for: ", iface.name);
     const std::filesystem::path directory = paths::kNetworkDirectory;
     file::Content content;
-    // The order is the precedence: the first Network section is the one that counts.
+    // The order matters, because only the first Network section counts.
     for (const char* suffix : paths::kInLoadingOrder) {
         std::stringstream text;
         if (!File().read(directory / (iface.networkFile + suffix), text)) {

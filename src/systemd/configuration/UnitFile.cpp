@@ -80,7 +80,7 @@ std::ostream& operator<<(std::ostream& output, const FileConverter& converter)
         std::visit([](const auto& reference) -> const Content& { return reference; }, converter.content_);
     bool isFirst = true;
     for (const auto& section : content) {
-        // kept: the empty line goes by the place in the list, so it also follows a first section that is skipped.
+        // kept: the place in the list decides on the empty line. It also follows a first section that is skipped.
         const char* separator = std::exchange(isFirst, false) ? "" : "\n";
         if (section.name.empty()) {
             continue;

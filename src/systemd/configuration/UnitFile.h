@@ -23,14 +23,16 @@ inline bool operator!=(const Section& left, const Section& right)
     return !(left == right);
 }
 
-/// A unit file: its sections in the order of reading. Two of the same name stay two. Comparable with ==, order counts.
+/// The sections of a unit file in the order of the file. Sections of the same name stay separate. Comparison with ==
+/// includes the order.
 using Content = std::list<Section>;
 
-/// Refers to a Content for the stream operators; it must outlive the converter. A const one serves only for output.
+/// Refers to a Content for the stream operators. The Content must outlive the converter. A const Content can only be
+/// written.
 class FileConverter
 {
 public:
-    // Implicit, so that a Content may stand in a stream expression.
+    // Implicit, so that a Content can be used in a stream expression.
     FileConverter(Content& content) : content_(std::ref(content)) {}        // NOLINT(google-explicit-constructor)
     FileConverter(const Content& content) : content_(std::cref(content)) {} // NOLINT(google-explicit-constructor)
 
@@ -43,13 +45,13 @@ private:
 
 /// Appends the sections of the rest of the stream to the converter's Content.
 ///
-/// The rules are simpler than systemd's: nothing is trimmed, a line without "=" is both key and value, the first of
-/// equal keys wins, what stands before the first header and sections without entries are dropped. A stream that is not
-/// good or fails before its end leaves the Content alone. Throws std::bad_variant_access, and reads nothing, when the
-/// Content is const.
+/// The rules are simpler than systemd's. Nothing is trimmed. A line without "=" is both key and value. Of equal keys,
+/// the first counts. Lines before the first header and sections without entries are dropped. A stream that is not good
+/// or fails before its end leaves the Content unchanged. For a const Content, throws std::bad_variant_access and reads
+/// nothing.
 std::istream& operator>>(std::istream& input, FileConverter converter);
 
-/// Writes the Content, keys in order. Skips sections without name and entries without key.
+/// Writes the Content with sorted keys. Skips sections without a name and entries without a key.
 std::ostream& operator<<(std::ostream& output, const FileConverter& converter);
 
 } // namespace vel_systemd::configuration::file
