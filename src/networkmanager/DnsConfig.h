@@ -7,20 +7,21 @@
 
 namespace networkmanager {
 
-/// Writes drop-ins of systemd-resolved and restarts it. Logs nothing and emits no status. Thread-safe; writers of
-/// the same file take turns, in other processes too, and the last one's text stands.
+/// Writes drop-ins of systemd-resolved and restarts it. Logs nothing and emits no status. Thread-safe. Writers of the
+/// same file take turns, also between processes, and the last text stays.
 class DnsConfig
 {
 public:
-    /// Holds the reference: the system outlives it.
+    /// Keeps a reference to the system, which must outlive this object.
     explicit DnsConfig(ISystemIF& system);
     virtual ~DnsConfig() = default;
 
-    /// Sets the server of that slot; "0.0.0.0" clears it. False when the address is not valid (nothing is done), or
-    /// when writing or restarting failed.
+    /// Sets the server of the slot `index`. "0.0.0.0" clears the slot. False when the address is not valid, and then
+    /// nothing is done. Also false when the write or the restart failed.
     bool setDnsServer(const std::string& address, unsigned int index);
 
-    /// Sets the search domains, written as they stand: the caller has validated them. The empty text clears them.
+    /// Sets the search domains. They are written unchanged, and the caller must have validated them. The empty text
+    /// clears them.
     bool setDnsDomain(const std::string& domain);
 
     bool writeToConfigAndReload(const std::string& file, const std::string& content);

@@ -16,7 +16,7 @@ public:
     EthernetInterfaces();
     virtual ~EthernetInterfaces() = default;
 
-    /// Registers an interface with empty cells; one that is registered already stays as it is.
+    /// Registers an interface with empty cells. An interface that is already registered stays unchanged.
     /// A second interface that holds the gateway throws std::invalid_argument and is not registered.
     void addInterface(const std::string& name, const std::string& networkFile, bool dhcpSupported, bool holdsGateway,
                       bool intComIf);

@@ -7,7 +7,8 @@
 #include <string>
 
 /// The observable values of the host. For threads see OnlyOnChanged. A slot of `hostname` or `gateway` must not call a
-/// set operation, nor a slot of `requestStatus` read one of the two: they would wait for each other for ever.
+/// set operation, and a slot of `requestStatus` must not read one of these two cells. Otherwise they would wait for
+/// each other for ever.
 struct HostSignals
 {
     using Signal = velbase2::system::signals::signal<std::string>;
@@ -17,5 +18,5 @@ struct HostSignals
 
     Cell hostname;
     Cell gateway;         // default gateway of the interface that holds it; empty when there is no default route
-    Signal requestStatus; // outcome of each set request: "OK" or why not; slots run on the caller's thread
+    Signal requestStatus; // outcome of each set request: "OK" or the reason; slots run on the caller's thread
 };

@@ -6,7 +6,7 @@
 
 namespace networkmanager {
 
-/// What a NetworkManager owns.
+/// The types and objects of a NetworkManager.
 struct NetworkManagerData
 {
     using Backend = vel_systemd::configuration::SystemdBackendImpl<vel_systemd::configuration::file::File>;

@@ -35,37 +35,38 @@ namespace log = velbase2::system::log;
 
 /// The manager behind the facade: registry, host values, refresh thread, and set operations.
 ///
-/// The host's threads call the operations; the refresh thread assigns the cells every 2 seconds and runs their slots.
-/// A set operation changes files and daemons; its effect reaches the cells with the next refresh. It returns true only
-/// on full success and emits the outcome on `requestStatus`, whose slots run on the caller's thread.
+/// The host's threads call the operations. The refresh thread assigns the cells every 2 seconds and runs their slots. A
+/// set operation changes files and restarts daemons, and its effect reaches the cells with the next refresh. It returns
+/// true only on full success. It emits the outcome on `requestStatus`, whose slots run on the caller's thread.
 template <class Backend>
 class NetworkManagerImpl
 {
 public:
     using IpSettings = velbase2::nsa::common::IpSettings;
 
-    /// Loads the configuration of every interface through `backend`, which outlives the manager. Exceptions of the
+    /// Loads the configuration of every interface through `backend`, which must outlive the manager. Exceptions of the
     /// backend pass to the caller.
     explicit NetworkManagerImpl(const Backend& backend, std::unique_ptr<ISystemIF> system = SystemIF_Factory());
     NetworkManagerImpl(const NetworkManagerImpl&) = delete;
     NetworkManagerImpl& operator=(const NetworkManagerImpl&) = delete;
     ~NetworkManagerImpl() { stop(); }
 
-    /// Starts the refresh thread; does nothing while it runs, and nothing after stop().
-    /// Throws std::system_error when there is no thread to be had.
+    /// Starts the refresh thread. Does nothing while it runs, and nothing after stop().
+    /// Throws std::system_error when no thread can be started.
     void start();
 
-    /// Ends the refresh thread, which takes up to 2 seconds, and all refreshing. Not from a slot of that thread.
+    /// Ends the refresh thread. This takes up to 2 seconds. A slot of that thread must not call it.
     void stop();
 
-    /// Switches an interface to a static address or to DHCP. `settings.gateway` takes part only in the comparison with
-    /// the cell, where it is empty; a static interface that holds the gateway keeps the one in force.
-    /// "nothing to change", and false, when the cell `ipSettings` equals the settings or both are DHCP.
-    /// One call at a time; a slot of `requestStatus` must not call it (deadlock), nor one that HostSignals excludes.
+    /// Switches an interface to a static address or to DHCP. `settings.gateway` is only compared with that of the cell,
+    /// which is empty. A static interface that holds the gateway keeps the present gateway. Returns false with the
+    /// status "nothing to change" when the cell `ipSettings` equals the settings, or when both have DHCP. Calls run one
+    /// after the other. A slot of `requestStatus` must not call this (deadlock), nor may a slot that HostSignals
+    /// excludes.
     bool setIp(const std::string& interfaceName, const IpSettings& settings);
 
-    /// Sets the default gateway, and makes the interface that holds it static with its present first address.
-    /// "0.0.0.0" removes it. Refused while DHCP is in use and a default route is not exactly "0.0.0.0".
+    /// Sets the default gateway. The interface that holds it becomes static with its present first address. "0.0.0.0"
+    /// removes the gateway. While DHCP is in use, the call is refused unless the live gateway is "0.0.0.0".
     bool setGateway(const std::string& gateway);
 
     /// See DnsConfig. These two emit no status.
@@ -75,7 +76,7 @@ public:
     /// See Routes::set. Throws std::out_of_range for an unknown interface.
     bool setRoutes(const std::string& interfaceName, const std::string& routes);
 
-    /// The registry itself; its entries never change, so it needs no lock. Connect to the cells through it.
+    /// The registry, for connecting to the cells. Its set of entries never changes, and therefore it needs no lock.
     std::map<std::string, EthInterface>& getInterfaces() { return interfaces_; }
 
     /// Throws std::out_of_range for an unknown name.
@@ -85,7 +86,7 @@ public:
 
     // The steps of the operations above. They emit the same statuses.
 
-    /// Checks the name, the address and mask of a static request, and that the interface has a MAC address.
+    /// Checks the name, the address and mask of a static request, and whether the interface has a MAC address.
     bool setIpCheckIfValid(const std::string& interfaceName, const IpSettings& settings);
 
     /// Replaces the interface's main file and restarts systemd-networkd.
@@ -95,20 +96,20 @@ public:
     /// Whether an interface that supports DHCP uses it now.
     bool dhcpEnabled();
 
-    /// Installs the route at once, to see whether the system takes it, and goes on to the file.
+    /// Installs the route at once to see whether the system accepts it, and then writes the file.
     bool doSetGateway(std::string gateway);
 
-    /// Rewrites the file of the interface that holds the gateway. False, without a status, when none does.
+    /// Rewrites the file of the interface that holds the gateway. False, without a status, when no interface holds it.
     bool setGatewayToSystem(const std::string& gateway);
 
-    /// Installs `replacement`, and tells where the registry is. Only before start(), and only where no refresh will
-    /// run: the refresher keeps the system interface it was built with.
+    /// Installs `replacement`, and sets `registry`. May be called only before start(), and only if no refresh will run,
+    /// because the refresher keeps the system interface with which it was built.
     void injectSystemIF(std::unique_ptr<ISystemIF> replacement, std::map<std::string, EthInterface>*& registry);
 
 private:
     static void mainLoop(const std::atomic<bool>& running, Refresher& refresher);
 
-    /// Emits the status; the result of a refused request.
+    /// Emits the status. Returns false, the result of a refused request.
     bool refuse(const std::string& status);
 
     const Backend& backend_;
@@ -250,7 +251,7 @@ bool NetworkManagerImpl<Backend>::setGateway(const std::string& gateway)
         log::detail::logLine(log::kDetail, "old gateway == new gateway -> nothing to do");
         return refuse(status::kNothingToChange);
     }
-    // kept: without a default route `current` is empty, which is not "0.0.0.0": it is refused (see the declaration).
+    // kept: without a default route `current` is empty, which is not "0.0.0.0". Therefore the request is refused.
     if (dhcpEnabled() && current != "0.0.0.0") {
         log::detail::logLine(log::kDetail, status::kGatewayFromDhcp);
         return refuse(status::kGatewayFromDhcp);
@@ -278,7 +279,7 @@ bool NetworkManagerImpl<Backend>::setGatewayToSystem(const std::string& gateway)
         return false;
     }
     const auto& iface = holder->second;
-    system_->deleteGateway(); // may fail: there need not be one
+    system_->deleteGateway(); // may fail, because there may be no gateway
     const auto settings = helper::getIpSettingsWithFirstIpv4(system_->getAddresses(iface.name));
     return writeSettings(iface.name, settings, gateway, iface.intComIf);
 }

@@ -37,14 +37,14 @@ void Refresher::updateInterface(EthInterface& iface)
     refreshIpSettings(iface);
     const bool link = system_.getLink(iface.name);
     iface.link.assign_and_signal(link);
-    // Without a link the kernel has no speed to report: the read would fail.
+    // Without a link, the kernel reports no speed, and the read would fail.
     iface.speed.assign_and_signal(link ? system_.getSpeed(iface.name) : std::string("0"));
     iface.duplex.assign_and_signal(system_.getDuplex(iface.name));
 }
 
 void Refresher::refreshIpSettings(EthInterface& iface)
 {
-    // By reference: the cell copies the list only when it has changed.
+    // The list is passed by reference, and the cell copies it only when it has changed.
     const auto addresses = system_.getAddresses(iface.name);
     iface.addresses.assign_and_signal(addresses);
     auto settings = helper::getIpSettingsWithFirstIpv4(addresses);

@@ -11,17 +11,17 @@
 namespace networkmanager {
 
 /// Copies the live state into the cells, which emit what changed. A started manager calls refresh() every 2 seconds
-/// (see NetworkManagerImpl). Holds references only: what it is given outlives it.
+/// (see NetworkManagerImpl). Keeps references only, and therefore the arguments must outlive it.
 ///
-/// One thread at a time runs it, slots included; the set of interfaces must not change meanwhile. It catches nothing:
-/// an exception of a slot or of the system ends the pass.
+/// Only one thread at a time may run it. The slots run on this thread. The set of interfaces must not change meanwhile.
+/// An exception of a slot or of the system ends the pass and reaches the caller.
 class Refresher
 {
 public:
     Refresher(HostSignals& hostSignals, std::map<std::string, EthInterface>& interfaces, ISystemIF& system);
 
-    /// One pass over all interfaces, then gateway and host name. An interface whose MAC address reads empty counts as
-    /// absent: its cells stay as they are.
+    /// Makes one pass over all interfaces, then refreshes the gateway and the host name. An interface with an empty MAC
+    /// address counts as absent, and its cells stay unchanged.
     void refresh();
 
     void updateInterface(EthInterface& iface);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-/// What `requestStatus` emits, besides the route tool's words and those of a bad route.
+/// The texts that `requestStatus` emits, except for the error texts of the route tool and of an invalid route.
 namespace networkmanager::status {
 
 inline constexpr const char* kOk = "OK";

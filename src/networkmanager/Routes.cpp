@@ -28,7 +28,7 @@ constexpr const char* kInvalid = "invalid";
 
 std::string withoutSeparators(std::string text)
 {
-    // Tab and carriage return are none.
+    // Tab and carriage return are not separators.
     const auto isSeparator = [](char character) {
         return std::string_view("\n,;| ").find(character) != std::string_view::npos;
     };
@@ -36,7 +36,7 @@ std::string withoutSeparators(std::string text)
     return text;
 }
 
-/// A position as the log shows it: the same on every target, npos too.
+/// A position for the log. The text is the same on 32-bit and 64-bit targets, also for npos.
 std::uint32_t shown(std::size_t position)
 {
     return static_cast<std::uint32_t>(position);
@@ -66,7 +66,7 @@ bool Routes::set(const std::string& routes)
         messages_(status::kRoutesUpdated);
         return true;
     } catch (const std::invalid_argument& error) {
-        // kept: from a slot it may come after the write. The file then stands, and so does the result.
+        // kept: a slot may throw it after the write. Then the file stays, and the result is true.
         messages_(error.what());
         return isWritten;
     }
@@ -110,8 +110,8 @@ std::string fillNewSettingToVector(std::vector<RouteSetting>& routes, std::strin
     const auto routeEnd = std::min(rest.find(kDestination, destinationStart), rest.size());
     logLine(kDetail, "route end ", shown(routeEnd), " - gw length ", shown(routeEnd - gatewayStart));
 
-    // kept: the lengths are right for text that begins with "dst=" and has its own "gw=". Other text is cut wrongly and
-    // as a rule fails the validation; the status then shows what was cut.
+    // kept: the lengths are right for a text that begins with "dst=" and has its own "gw=". Another text is cut at the
+    // wrong places. It usually fails the validation, and the status shows the cut text.
     RouteSetting route{rest.substr(destinationStart, gatewayStart - kIdentifierLengths),
                        rest.substr(gatewayStart, routeEnd - gatewayStart)};
     rest.erase(0, routeEnd);
@@ -154,7 +154,7 @@ bool checkValidRoute(const std::string& destination)
 bool checkMask(const std::string& prefix)
 {
     try {
-        return iphelper::isValidMask(std::stoi(prefix)); // kept: not leadingNumber, beyond int it throws
+        return iphelper::isValidMask(std::stoi(prefix)); // kept: unlike leadingNumber, it throws beyond int
     } catch (const std::invalid_argument&) {
         logLine(kError, "invalid mask value: ", prefix);
         return false;

@@ -17,19 +17,20 @@ struct RouteSetting
     std::string gateway;
 };
 
-/// Sets the static routes of one interface. Holds references only: what it is given outlives it.
+/// Sets the static routes of one interface. Keeps references only, and therefore the arguments must outlive it.
 class Routes
 {
 public:
     Routes(velbase2::system::signals::signal<std::string>& messages, ISystemIF& system, EthInterface& iface);
 
-    /// Replaces the interface's routes by those of the text: "dst=ADDRESS[/LENGTH] gw=ADDRESS", repeated, with any run
-    /// of blanks, line feeds, commas, semicolons and vertical bars between. The empty text removes all.
+    /// Replaces the interface's routes by those of the text. The text repeats "dst=ADDRESS[/LENGTH] gw=ADDRESS". Any
+    /// number of blanks, line feeds, commas, semicolons and vertical bars may stand between the parts. The empty text
+    /// removes all routes.
     ///
-    /// Writes the drop-in, restarts systemd-networkd, assigns the text to the cell `routes`, and emits the outcome on
-    /// the messages: "Routes updated" with true, else why not. A bad route leaves file and cell as they were.
-    /// Throws std::out_of_range for a later route without "gw=" and for a prefix length beyond int.
-    /// Slots run on the caller's thread.
+    /// Writes the drop-in, restarts systemd-networkd, and assigns the text to the cell `routes`. Emits "Routes updated"
+    /// and returns true, or emits the reason and returns false. An invalid route leaves the file and the cell
+    /// unchanged. Throws std::out_of_range for a later route without "gw=" and for a prefix length beyond int. Slots
+    /// run on the caller's thread.
     bool set(const std::string& routes);
 
 private:
@@ -38,25 +39,26 @@ private:
     EthInterface& iface_;
 };
 
-/// The routes of the text. Throws std::invalid_argument as checkForIdentifier, std::out_of_range as Routes::set.
+/// The routes of the text. Throws the exceptions of checkForIdentifier, and std::out_of_range like Routes::set.
 std::vector<RouteSetting> extract(const std::string& routes);
 
-/// Throws std::invalid_argument when the text lacks "dst=" or "gw=", or has its first "gw=" before its first "dst=".
+/// Throws std::invalid_argument when the text has no "dst=", has no "gw=", or has "gw=" before the first "dst=".
 void checkForIdentifier(const std::string& routes);
 
-/// Appends the first route of `rest`, which holds no separators and begins with "dst="; returns what follows it.
+/// Appends the first route of `rest`, which has no separators and begins with "dst=". Returns the text after this
+/// route.
 std::string fillNewSettingToVector(std::vector<RouteSetting>& routes, std::string rest);
 
-/// The position after the first `identifier`; npos without one.
+/// The position after the first `identifier`, or npos when there is none.
 std::size_t findStartOfContent(const std::string& text, const std::string& identifier);
 
-/// The text of the drop-in. "invalid", with a message that says why, when a route is not valid.
+/// The text of the drop-in. For an invalid route, returns "invalid" and emits a message with the reason.
 std::string createSysConf(const std::vector<RouteSetting>& routes,
                           velbase2::system::signals::signal<std::string>& messages);
 
 bool checkValidRoute(const std::string& destination);
 
-/// Whether std::stoi makes a prefix length of it: "24abc" is 24. Throws std::out_of_range beyond int.
+/// Whether std::stoi reads a prefix length from the text. "24abc" is read as 24. Throws std::out_of_range beyond int.
 bool checkMask(const std::string& prefix);
 
 /// The interface's drop-in directory, without a slash at its end.

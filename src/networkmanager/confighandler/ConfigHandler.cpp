@@ -17,7 +17,7 @@ namespace {
 constexpr const char* kNoAddress = "0.0.0.0";
 constexpr std::string_view kInet = "inet ";
 
-/// The result of `scan` for the first line for which it has one.
+/// The first result of `scan`, which is called for each line until it returns one.
 template <class Scan>
 auto firstLine(std::string_view text, Scan scan) -> decltype(scan(text))
 {
@@ -31,7 +31,7 @@ auto firstLine(std::string_view text, Scan scan) -> decltype(scan(text))
     return std::nullopt;
 }
 
-/// What follows the first `key` in the line.
+/// The text after the first `key` in the line.
 std::optional<std::string_view> textAfter(std::string_view line, std::string_view key)
 {
     const auto position = line.find(key);
@@ -117,7 +117,7 @@ std::string parseSubnetMask(const std::string& text)
     if (!found) {
         return {};
     }
-    // kept: without "/" the number is the address's first one, and what is no int counts as 24 (see the declaration).
+    // kept: without "/", the first number of the address is the length. A text without a valid int counts as 24.
     constexpr int kFallback = 24;
     const auto prefix = upTo(textAfter(*found, "/").value_or(*found), ' ');
     return iphelper::subnetBitsToMask(iphelper::leadingNumber(std::string(prefix), kFallback, kFallback));

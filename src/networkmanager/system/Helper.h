@@ -18,7 +18,7 @@ std::string ip2str(const sockaddr* address);
 /// The first six bytes as upper-case hexadecimal pairs joined by colons.
 std::string mac2str(const sockaddr& hardwareAddress);
 
-/// True for the empty text too.
+/// Also true for the empty text.
 bool isHexString(const std::string& text);
 
 /// The dotted address of a field of /proc/net/route: eight hexadecimal digits, a number in the host's byte order.
@@ -28,7 +28,8 @@ std::string hex2ip(const std::string& hexText);
 /// An IPv4 address whose text does not begin with "169.254".
 bool isIpv4AndNotApipa(const velbase2::nsa::common::structs::IpAddress& address);
 
-/// `ip` and `mask` of the first address that isIpv4AndNotApipa; the other fields, and all without one, as constructed.
+/// Returns settings with `ip` and `mask` of the first address for which isIpv4AndNotApipa() is true. Without such an
+/// address they are empty. The other fields have their default values.
 velbase2::nsa::common::IpSettings
 getIpSettingsWithFirstIpv4(const std::vector<velbase2::nsa::common::structs::IpAddress>& addresses);
 

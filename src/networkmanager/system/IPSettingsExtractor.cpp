@@ -24,8 +24,8 @@ std::string IPSettingsExtractor::getInterfaceMAC(const std::string& interfaceNam
 
 bool IPSettingsExtractor::getInterfaceDHCP(const std::string& fileContent) const
 {
-    // kept: a plain search, which finds a marker in a comment too. readFile has removed the line ends that tell them
-    // apart.
+    // kept: a plain search, which also finds the text in a comment. readFile has removed the line ends, and therefore
+    // comments cannot be recognised.
     const auto holds = [&fileContent](const char* marker) { return fileContent.find(marker) != std::string::npos; };
     return holds("DHCP=yes") || holds("DHCP=ipv4") || holds("DHCP=ipv6");
 }
@@ -33,7 +33,7 @@ bool IPSettingsExtractor::getInterfaceDHCP(const std::string& fileContent) const
 // NOLINTNEXTLINE(performance-unnecessary-value-param): hosts compile against this signature
 std::string IPSettingsExtractor::getDefaultGateway(const std::string& interfaceName, std::string routeTable) const
 {
-    // kept: a plain search, which takes the name for the tail of a longer one. The table comes without line ends.
+    // kept: a plain search, which also finds the name at the end of a longer name. The table has no line ends.
     const std::string key = interfaceName + "\t00000000\t";
     const auto position = routeTable.find(key);
     if (position == std::string::npos) {

@@ -11,8 +11,8 @@
 
 namespace networkmanager {
 
-/// Live settings of an interface, out of the socket reader that it owns and out of the texts it is given. Logs nothing.
-/// Thread-safe but for getInterfaceMAC (see SocketReader).
+/// Gets the live settings of an interface from its socket reader and from the texts that it is given. Logs nothing.
+/// Thread-safe, except for getInterfaceMAC (see SocketReader).
 class IPSettingsExtractor
 {
 public:
@@ -24,10 +24,10 @@ public:
 
     std::string getInterfaceMAC(const std::string& interfaceName) const;
 
-    /// Whether the text of a .network file holds DHCP=yes, DHCP=ipv4 or DHCP=ipv6, wherever it stands.
+    /// Whether DHCP=yes, DHCP=ipv4 or DHCP=ipv6 occurs anywhere in the text of a .network file.
     bool getInterfaceDHCP(const std::string& fileContent) const;
 
-    /// The gateway of the interface's default route in the text of /proc/net/route; empty when there is none.
+    /// The gateway of the interface's default route in the text of /proc/net/route. Empty when there is none.
     std::string getDefaultGateway(const std::string& interfaceName, std::string routeTable) const;
 
 private:

@@ -6,13 +6,13 @@
 #include <string>
 #include <vector>
 
-/// What the kernel tells about an interface through a socket.
+/// Reads data of an interface from the kernel through a socket.
 class ISocketReader
 {
 public:
     virtual ~ISocketReader() = default;
 
-    /// Six upper-case hexadecimal pairs joined by colons; empty when it cannot be read.
+    /// Six upper-case hexadecimal pairs joined by colons. Empty when the address cannot be read.
     virtual std::string getInterfaceMac(const std::string& interfaceName) const = 0;
 
     /// IPv4 and IPv6 addresses in the kernel's order; empty when there are none.

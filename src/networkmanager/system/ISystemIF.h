@@ -12,7 +12,7 @@ namespace networkmanager {
 
 /// Every access to files, commands and the kernel. A replacement may be given to the manager.
 ///
-/// Failures are results, never exceptions: false, an empty text, an empty list.
+/// A failure is a result and never an exception: false, an empty text or an empty list.
 /// The order of the operations is part of the interface: replacements in other binaries rely on it.
 class ISystemIF
 {
@@ -22,7 +22,7 @@ public:
     virtual std::string getMacAddress(const std::string& interfaceName) const = 0;
 
     /// Installs the default route at once. On failure the route tool's error text replaces `errorMessage`.
-    /// `gateway` becomes part of a shell command as it stands: the caller has validated it.
+    /// `gateway` becomes part of a shell command unchanged. The caller must have validated it.
     virtual bool checkSettingsGateway(const std::string& gateway, std::string& errorMessage) = 0;
 
     /// Removes the default route from the kernel.
@@ -49,15 +49,15 @@ public:
     /// Makes systemd-resolved read its files again. True when it was restarted.
     virtual bool reloadResolveD() = 0;
 
-    /// Replaces the whole content; writers of one file take turns. True when the file could be opened for writing
-    /// within a second, even when the write failed then; empty content is refused. After false, errno tells why (EINVAL
-    /// for empty content), whatever the log sink did in between.
+    /// Replaces the whole content. Writers of one file take turns. True when the file could be opened for writing
+    /// within a second, even if the write failed after that. Empty content is refused. After false, errno has the
+    /// reason (EINVAL for empty content).
     virtual bool writeToConfFile(const std::string& path, const std::string& content) = 0;
 
-    /// The lines of the file joined without line ends; empty when it cannot be read.
+    /// The lines of the file, joined without line ends. Empty when the file cannot be read.
     virtual std::string readFile(const std::string& path) const = 0;
 
-    /// Runs a shell command. True when it returned 0. The second form replaces both texts, whatever the result.
+    /// Runs a shell command. True when it returned 0. The second form replaces both texts in any case.
     virtual bool executeCmd(const std::string& command) = 0;
     virtual bool executeCmd(const std::string& command, std::string& output, std::string& errorOutput) = 0;
 };

@@ -22,7 +22,7 @@ using velbase2::system::log::detail::logLine;
 
 namespace {
 
-/// The kernel's netmask may be absent (no mask known).
+/// The kernel may report an address without a netmask. Then the text is empty.
 std::string maskText(const sockaddr* netmask)
 {
     return netmask == nullptr ? std::string() : helper::ip2str(netmask);
@@ -85,7 +85,7 @@ std::vector<IpAddress> SocketReader::getInterfaceAddresses(const std::string& in
         return addresses;
     }
     const std::unique_ptr<ifaddrs, decltype(&::freeifaddrs)> list(head, &::freeifaddrs);
-    addresses.reserve(4); // more is rare
+    addresses.reserve(4); // an interface rarely has more
     for (const ifaddrs* entry = list.get(); entry != nullptr; entry = entry->ifa_next) {
         if (entry->ifa_addr == nullptr || interfaceName != entry->ifa_name) {
             continue;

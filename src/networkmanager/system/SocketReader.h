@@ -14,8 +14,8 @@
 
 namespace networkmanager {
 
-/// Reads through a datagram socket, which it opens at construction and, while that fails, again at each fd().
-/// Not thread-safe while the socket is closed: fd() and openSocket() then write the descriptor.
+/// Reads through a datagram socket. The constructor opens it, and if that fails, each fd() tries again.
+/// Not thread-safe while the socket is closed, because fd() and openSocket() then write the descriptor.
 class SocketReader : public ISocketReader
 {
 public:
@@ -26,10 +26,10 @@ public:
 
     bool isValidSocket() const;
 
-    /// Opens the socket if it is closed. True when it is open afterwards.
+    /// Opens the socket if it is closed. Returns whether it is open afterwards.
     bool openSocket() const;
 
-    /// The descriptor of the socket, opened if need be; -1 when that failed.
+    /// The descriptor of the socket. Opens it if necessary, and returns -1 when that fails.
     int fd() const;
 
     std::string getInterfaceMac(const std::string& interfaceName) const override;
@@ -47,8 +47,8 @@ public:
     virtual std::unique_ptr<ISocketReader> create() const;
 };
 
-/// One interface request (SIOCG...) about the interface, whose name is cut to 15 characters. Empty, with a log line
-/// that names `optionName`, when the kernel refuses.
+/// Makes one request (SIOCG...) about the interface. Its name is cut to 15 characters. If the kernel refuses, the
+/// result is empty and a log line names `optionName`.
 std::optional<ifreq> getInterfaceGenericOption(int socketFd, int request, const std::string& interfaceName,
                                                const char* optionName);
 

@@ -30,7 +30,7 @@ constexpr const char* kReadUnitFiles = "sudo /bin/systemctl daemon-reload";
 constexpr const char* kAddDefaultRoute = "route add default gw ";
 constexpr const char* kFlushDefaultRoute = "ip route flush 0/0";
 
-/// What the kernel tells of an interface.
+/// Reads one attribute of an interface from sysfs.
 std::string readState(const SystemIF& system, const std::string& interfaceName, const char* attribute)
 {
     return system.readFile(paths::kInterfaceStates + interfaceName + attribute);
@@ -65,7 +65,7 @@ bool SystemIF::deleteGateway()
 
 std::string SystemIF::getGateway() const
 {
-    // The built-in table decides, whatever the manager's registry holds.
+    // The built-in table decides, even if the manager's registry has other interfaces.
     const auto* const holder = std::find_if(kBuiltInInterfaces.begin(), kBuiltInInterfaces.end(),
                                             [](const BuiltInInterface& entry) { return entry.holdsGateway; });
     if (holder == kBuiltInInterfaces.end()) {
@@ -127,7 +127,7 @@ bool SystemIF::writeToConfFile(const std::string& path, const std::string& conte
         errno = failure.value(); // the log sink may have changed it
         return false;
     }
-    return true; // kept: for a write that failed later, too; the daemon is restarted with what there is
+    return true; // kept: also when the write failed later; then the daemon is restarted with the file as it is
 }
 
 std::string SystemIF::readFile(const std::string& path) const

@@ -9,8 +9,8 @@
 
 namespace networkmanager {
 
-/// The real device. Reaches files only through its own virtual readFile and writeToConfFile, and commands only through
-/// its own virtual executeCmd, so that overriding these redirects all operations. Thread-safe.
+/// The real device. Uses files only through its own virtual readFile and writeToConfFile, and commands only through its
+/// own virtual executeCmd. Therefore overriding these redirects all operations. Thread-safe.
 class SystemIF : public ISystemIF
 {
 public:
