@@ -24,7 +24,7 @@ public:
 
     std::chrono::milliseconds now() const;
 
-    /// Runs the actions that are due meanwhile, and hints when there was one.
+    /// Runs the actions that become due, and hints when there was one.
     void advance(std::chrono::milliseconds duration);
 
     /// Advances until the schedule is empty.

@@ -16,7 +16,7 @@ namespace iphelper = velbase2::system::iphelper;
 
 namespace {
 
-// In the order and about the time that the real ones take after a restart.
+// The real daemons take these steps in this order after a restart, and need about these times.
 constexpr std::chrono::milliseconds kAddresses(20);
 constexpr std::chrono::milliseconds kRoutes(25);
 constexpr std::chrono::milliseconds kLease(40);
@@ -88,9 +88,10 @@ void Networkd::stop()
 
 void Networkd::takeOverRoutes(const std::string& interfaceName, ConfiguredInterface& wanted)
 {
-    // networkd takes over a route that it finds and that the files still ask for, without a look at its gateway. One
-    // that is not on-link goes with its address all the same; but where no static address is waited for, networkd has
-    // taken it for present by then, and brings it back at most with a lease.
+    // At a restart, the real networkd keeps an existing route that the files still ask for, and does not check its
+    // gateway. A route that is not on-link nevertheless disappears with its address. If networkd waits for a static
+    // address, it adds the route again after that. Otherwise it believes that the route exists, and adds it again at
+    // most with a lease.
     const auto stays = [&](const KernelRoute& route) {
         const auto entry = std::find(wanted.routes.begin(), wanted.routes.end(), routeOf(route));
         if (route.interfaceName != interfaceName || entry == wanted.routes.end()) {
@@ -114,7 +115,7 @@ void Networkd::linkChanged(const std::string& interfaceName)
             interfaceName, [](const KernelAddress& own) { return !own.isByHand; }, everyRoute);
     };
     if (iface.isPresent && iface.hasCable) {
-        loseAll(); // where the loss was not noticed yet
+        loseAll(); // the timer for the loss of carrier may still have been running
         configure(interfaceName, configuration_.interfaces.at(interfaceName));
     } else {
         schedule_.after(kLossOfCarrier, interfaceName, loseAll);
@@ -151,7 +152,7 @@ void Networkd::addRoutes(const std::string& interfaceName, const ConfiguredInter
     // Without a static address, networkd has the kernel take every gateway for one that is reached directly.
     const bool isOnLink = wanted.addresses.empty();
     for (const auto& route : routes) {
-        // The kernel refuses what it does not reach, and networkd does not ask again.
+        // The kernel refuses a route whose gateway it does not reach, and networkd does not try again.
         if (isUnderstood(route) && (isOnLink || kernel_.reaches(interfaceName, route.gateway))) {
             const auto [destination, mask] = split(route.destination);
             kernel_.routes.push_back({interfaceName, destination, mask, route.gateway, 0, isOnLink});
@@ -221,7 +222,7 @@ std::string Resolved::resolvConf(const std::vector<std::string>& leasedDnsServer
             servers.push_back(server);
         }
     }
-    // That a lease brings one of them once more is shown.
+    // The real file also lists a server twice when it is configured and comes with a lease.
     servers.insert(servers.end(), leasedDnsServers.begin(), leasedDnsServers.end());
     std::string text = "# This is the resolver's own list.\n";
     for (const auto& server : servers) {

@@ -21,7 +21,7 @@ namespace {
 // The first interface is in 192.168.10.0/24, the second one in 192.168.50.0/24, and so on.
 constexpr unsigned int kFirstNetwork = 10;
 constexpr unsigned int kNetworkStep = 40;
-constexpr int kFirstIndex = 2; // 1 is the loopback interface's
+constexpr int kFirstIndex = 2; // 1 is the loopback interface
 static_assert(kFirstNetwork + kNetworkStep * (networkmanager::kBuiltInInterfaces.size() - 1) <= 255);
 
 std::string addressIn(unsigned int network, unsigned int host)

@@ -38,7 +38,7 @@ public:
 private:
     std::map<std::string, int> writes_;           // errno values by path
     std::map<std::string, std::string> commands_; // words by the beginning of the command
-    std::map<std::string, bool> daemons_;         // that hang: whether a restart waits
+    std::map<std::string, bool> daemons_;         // by daemon that hangs; true while a restart waits
     bool hasGuards_ = true;
 };
 

@@ -8,7 +8,7 @@
 namespace networksimulation {
 namespace {
 
-/// As the real device names the holder of a lock.
+/// Names this process in the form in which the real device names the holder of a lock.
 std::string thisProcess()
 {
     return "process " + std::to_string(::getpid()) + " (" + ::program_invocation_short_name + ')';
@@ -86,7 +86,7 @@ std::error_code Files::moveAside(const std::string& /*path*/)
 
 std::error_code Files::writerOf(const std::string& /*path*/, networkhost::Writer& writer) const
 {
-    writer = {::geteuid(), ::getegid()}; // all is this user's own
+    writer = {::geteuid(), ::getegid()}; // everything belongs to this user
     return {};
 }
 

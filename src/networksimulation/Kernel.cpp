@@ -33,7 +33,7 @@ in_addr_t bitsOf(const std::string& address)
     return bits;
 }
 
-/// fe80:: and the interface identifier that the kernel makes of the MAC address.
+/// The address with the prefix fe80:: and the interface identifier that the kernel derives from the MAC address.
 std::string linkLocalAddress(const std::string& macAddress)
 {
     std::array<unsigned int, 6> mac{};
@@ -52,7 +52,7 @@ std::string linkLocalAddress(const std::string& macAddress)
     return text.data();
 }
 
-/// As the kernel sorts its table: by network, the longer prefix and the lower metric first.
+/// The order of the kernel's table: by network, then the longer prefix first, then the lower metric first.
 bool standsBefore(const KernelRoute& left, const KernelRoute& right)
 {
     const auto key = [](const KernelRoute& route) {
@@ -174,7 +174,7 @@ std::string Kernel::addDefaultRoute(const std::string& gateway)
         return "SIOCADDRT: Invalid argument\n";
     }
     const auto address = iphelper::cleanupIP(gateway);
-    // The newest of equal metric stands first.
+    // Of the routes with the same metric, the kernel lists the newest first.
     const auto add = [&](const std::string& interfaceName) {
         routes.insert(routes.begin(), {interfaceName, kAny, kAny, address, 0});
         return std::string();

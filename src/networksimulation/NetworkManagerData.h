@@ -24,7 +24,7 @@ struct NetworkManagerData
 
 using NetworkManager = networkmanager::detail::NetworkManager<NetworkManagerData>;
 
-/// Makes one pass on the caller's thread, for a manager that is not started.
+/// Refreshes the cells of a manager that is not started, on the caller's thread.
 template <class Manager>
 void refresh(Manager& manager)
 {

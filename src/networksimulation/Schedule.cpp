@@ -22,7 +22,7 @@ bool Schedule::advance(std::chrono::milliseconds duration)
     const auto end = now_ + duration;
     bool hasRun = false;
     while (!actions_.empty() && actions_.begin()->first <= end) {
-        // Taken out first: it may schedule and cancel others.
+        // The action is taken out before it runs, because it may schedule and cancel others.
         const auto next = actions_.extract(actions_.begin());
         now_ = next.key();
         next.mapped().run();

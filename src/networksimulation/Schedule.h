@@ -18,7 +18,7 @@ public:
     void after(std::chrono::milliseconds delay, const std::string& owner, std::function<void()> action);
     void cancel(const std::string& owner);
 
-    /// Runs the actions that are due meanwhile, in the order of time. Returns whether there was one.
+    /// Runs the actions that become due, in the order of time. Returns whether there was one.
     bool advance(std::chrono::milliseconds duration);
 
     bool isEmpty() const { return actions_.empty(); }
