@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Fixtures: the device box, booted once for all tests, and what several test files prepare in it."""
+"""Fixtures: the device box, which is booted once for all tests, and preparations that several test files share."""
 import os
 import pathlib
 import re
@@ -26,7 +26,7 @@ def booted_box():
 
 @pytest.fixture
 def box(booted_box):
-    """The box, with its settled network of the first boot before and after each test."""
+    """The box. Before and after each test, its network is settled as after the first boot."""
     yield booted_box
     booted_box.run("link", "local", "up")
     booted_box.run("link", "remote", "up")
@@ -36,7 +36,7 @@ def box(booted_box):
 
 @pytest.fixture
 def settings(box):
-    """For tests that change settings: puts the files of the daemons back, where it does not find all as it was."""
+    """For tests that change settings: restores the files of the daemons if anything has changed."""
     directories = "/etc/systemd/network", "/etc/systemd/resolved.conf.d", "/etc/systemd/velnet"
 
     def state():
@@ -50,15 +50,15 @@ def settings(box):
         return
     box.exec("sh", "-c", f"rm -rf {' '.join(directories)}; tar -C / -xf /var/settings.tar")
     for interface in INTERFACES:
-        box.exec("ip", "-4", "address", "flush", "dev", interface)  # only the restart brings addresses back
+        box.exec("ip", "-4", "address", "flush", "dev", interface)  # the restart must bring the addresses back
     box.restart_networkd()
     box.exec("systemctl", "restart", "systemd-resolved")
 
 
 @pytest.fixture
 def installed(box):
-    """The programs lie where units and users find them: the project may lie in /home, or where only root may go."""
-    if "EMULATED" in os.environ:  # an emulator writes the code that it runs, and is called in another way
+    """Installs the programs where units and users find them. The project may lie in /home or a root-only directory."""
+    if "EMULATED" in os.environ:  # an emulator needs writable code and another call
         for unit in "velnet-guard", "velnet-guard-boot":
             box.exec("install", "-Dm644", "/dev/stdin", f"/etc/systemd/system/{unit}.service.d/emulated.conf",
                      input="[Service]\nMemoryDenyWriteExecute=no\nSystemCallFilter=\nNoExecPaths=\n")
@@ -69,7 +69,7 @@ def installed(box):
     with tempfile.TemporaryDirectory(dir=pathlib.Path(VELNETCTL).parent) as directory:
         for path in VELNETCTL, SCENARIOS, *libraries:
             copy = shutil.copy(path, directory)
-            # A unit that may run only installed files could not use the libraries of the build.
+            # A unit that may only run installed files cannot use the libraries of the build.
             script = pathlib.Path(directory, "remove.cmake")
             script.write_text(f'file(RPATH_REMOVE FILE "{copy}")\n')
             subprocess.run(["cmake", "-P", script], check=True)
@@ -93,7 +93,7 @@ def monitor(box):
 
 @pytest.fixture
 def aside(box):
-    """Runs scripts with ASIDE; the route that the new settings have is in the kernel."""
+    """Runs scripts with ASIDE. The kernel already has the route of the new settings."""
     box.exec("ip", "route", "add", "10.2.0.0/16", "via", "192.168.10.2")
     yield lambda script: run_aside(box, script)
     box.exec("ip", "route", "del", "10.2.0.0/16")

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The device box: commands in it, its network without the library's help, and waits that have a limit."""
+"""The device box: runs commands in it, reads its network without the library, and waits with a limit."""
 import contextlib
 import json
 import os
@@ -14,7 +14,7 @@ DEVICEBOX = PROJECT / "tools/devicebox/devicebox"
 NAME = os.environ.get("DEVICEBOX_NAME", "check")
 VELNETCTL = os.environ["VELNETCTL"]
 SCENARIOS = os.environ["SCENARIOS"]
-# Runs the command that follows as the host's user.
+# Runs the next command as the host's user.
 AS_VELNET = ("setpriv", "--reuid=velnet", "--regid=velnet", "--init-groups", "--")
 
 
@@ -36,7 +36,7 @@ class Lines:
         self.reader.start()
 
     def take_until(self, is_last, what, limit=20):
-        """Waits for that line; removes and returns everything up to it."""
+        """Waits for that line. Removes and returns all lines up to it."""
         count = wait_until(lambda: next((number for number, line in enumerate(self.lines, 1) if is_last(line)), 0),
                            what, limit)
         taken, self.lines[:count] = self.lines[:count], []
@@ -71,11 +71,11 @@ class Box:
         self.exec("ip", "-batch", "-", input="\n".join(lines))
 
     def gateways(self):
-        """The gateways of the default routes of remote, as the kernel has them."""
+        """The gateways of the kernel's default routes of remote."""
         return [route["gateway"] for route in self.ip("-4", "route", "show", "default", "dev", "remote")]
 
     def routes(self, interface):
-        """The routes that networkd added by a file, but for the default route."""
+        """The routes that networkd added from a file, without the default route."""
         return {(route["dst"], route["gateway"]) for route in self.ip("-4", "route", "show", "dev", interface)
                 if route.get("protocol") == "static" and route["dst"] != "default"}
 
@@ -90,11 +90,11 @@ class Box:
         self.exec("tee", path, input=text)
 
     def show(self, name, *units):
-        """This property of each unit, as systemd has it."""
+        """systemd's value of this property for each unit."""
         return self.exec("systemctl", "show", "-P", name, *units).stdout.split()
 
     def restart_networkd(self):
-        self.exec("systemctl", "daemon-reload")  # as the library does; it also resets the daemon's start limit
+        self.exec("systemctl", "daemon-reload")  # the library does this, too; it also resets the start limit
         self.exec("systemctl", "restart", "systemd-networkd")
 
 
@@ -105,7 +105,7 @@ def ten_thousand_routes(verb):
 
 @contextlib.contextmanager
 def drop_in(box, unit, text):
-    """Changes the unit for a while. This drop-in replaces the one of packaging/, where the unit has one."""
+    """Changes the unit for a while. This drop-in replaces that of packaging/, if there is one."""
     path = f"/etc/systemd/system/{unit}.service.d/50-velnet.conf"
     box.exec("sh", "-ec", f"install -Dm644 /dev/stdin {path}; systemctl daemon-reload", input=text)
     try:
@@ -115,7 +115,7 @@ def drop_in(box, unit, text):
 
 
 def run_in_unit(box, *command, changes=""):
-    """Runs the command in velnet-host.service in place of the host, with these changes of the unit."""
+    """Runs the command in velnet-host.service instead of the host, with these changes of the unit."""
     start = f"[Service]\nType=oneshot\nRestart=no\nExecStart=\nExecStart={shlex.join(command)}\n{changes}"
     with drop_in(box, "velnet-host", start):
         return box.exec("systemctl", "start", "velnet-host", check=False).returncode == 0

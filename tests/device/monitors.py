@@ -7,7 +7,7 @@ from devicebox import VELNETCTL, Lines, wait_until
 
 
 class Monitor:
-    """velnetctl monitor --json, or a command that runs it, in the box. Its standard error goes to the log, if any."""
+    """velnetctl monitor --json in the box, or a command that runs it. The standard error goes to the log, if given."""
 
     def __init__(self, box, *command, log=None, is_read=True, **options):
         command = command or (VELNETCTL, "monitor", "--json")
@@ -20,7 +20,7 @@ class Monitor:
         self.changes = Lines(self.process.stdout, json.loads)
 
     def wait_for(self, source, name, value):
-        """Waits for that change; removes and returns everything up to it."""
+        """Waits for that change. Removes and returns all changes up to it."""
         def is_it(change):
             return (change["source"], change["name"]) == (source, name) and (
                 value(change["value"]) if callable(value) else change["value"] == value)
@@ -32,14 +32,14 @@ class Monitor:
 
 
 def velnetctl_inside(box):
-    """The number that the newest velnetctl has in the box."""
+    """The process ID of the newest velnetctl in the box."""
     return box.exec("pgrep", "-nx", "velnetctl").stdout.strip()
 
 
 def wait_until_stalled(box, log):
-    """Waits for a monitor with the option -v, which has this log and a reader that stalls; its number in the box."""
+    """Waits until a monitor with -v, this log and a stalled reader blocks. Returns its process ID in the box."""
     wait_until(lambda: "refresh..." in log.read_text(), "the first look has begun")
-    # Nothing but the reader lets it sleep during its first look.
+    # During its first pass, the monitor only sleeps when it waits for the reader.
     return wait_until(lambda: box.exec("pgrep", "-r", "S", "-x", "velnetctl", check=False).stdout.strip(), "it stalls")
 
 

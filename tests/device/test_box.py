@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The box keeps the machine from harm, and removes only what it made."""
+"""The box does not harm the machine, and removes only its own files and processes."""
 import os
 import pathlib
 import re
@@ -15,7 +15,7 @@ CAP_SYS_TIME = 1 << 25
 
 @pytest.fixture
 def other_checkout(tmp_path, monkeypatch):
-    """A second project with all that devicebox needs, in a path that needs quoting; with a cache of its own."""
+    """A second project with all files that devicebox needs, in a path that needs quoting. It has its own cache."""
     project = tmp_path / "with blank: and colon"
     for part in "tools/devicebox", "packaging":
         shutil.copytree(PROJECT / part, project / part, symlinks=True)
@@ -57,7 +57,7 @@ def test_a_box_removes_only_its_own_files(booted_box, other_checkout):
     for file in strangers:
         file.parent.mkdir(parents=True)
         file.touch()
-    (cache / made.name).symlink_to(made)  # to spare the time of making another
+    (cache / made.name).symlink_to(made)  # saves the time for another root
     try:
         up = devicebox_of(other_checkout, "--name", name, "up")
         assert up.returncode == 0, up.stderr

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Changes that fail half way, as the kernel shows them, and what a terminal shows of a plan."""
+"""The kernel after changes that fail half way, and the terminal output of a plan."""
 import shlex
 
 import pytest
@@ -11,7 +11,7 @@ pytestmark = pytest.mark.usefixtures("settings")
 
 
 def test_a_failed_change_keeps_the_default_route(box):
-    box.velnetctl("set-ip", "remote", "192.168.50.20/24", "--wait", "20")  # with the gateway of its lease
+    box.velnetctl("set-ip", "remote", "192.168.50.20/24", "--wait", "20")  # keeps the gateway of the lease
     mounts = f"file=$(realpath {REMOTE}); mount --bind $file $file; mount -o remount,bind,ro $file"
     script = f"{mounts}; exec {shlex.quote(VELNETCTL)} set-gateway 192.168.50.2"
     result = box.exec("unshare", "--mount", "sh", "-c", script, check=False)

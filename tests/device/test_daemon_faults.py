@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Faults of commands, daemons and interfaces: the user hears of them, readers go on, and nothing of them is left."""
+"""Faults of commands, daemons and interfaces: they are reported, readers continue, and nothing is left behind."""
 import contextlib
 import re
 import socket
@@ -79,7 +79,7 @@ def publishes(box, monitor):
 
 
 def without_terminal(box, *command):
-    """Runs it as the user of the host, with a standard input that stays silent."""
+    """Runs the command as the user of the host, with a standard input that stays silent."""
     silent, far_end = socket.socketpair()
     with silent, far_end:
         return box.exec("setsid", "-w", *AS_VELNET, *command, stdin=silent, timeout=60, check=False)
@@ -106,7 +106,7 @@ def test_a_change_without_its_daemon_is_undone(box, nothing_is_left, installed, 
         publishes(box, monitor)
         assert is_pending(box)
     state, why = end_of_trial(box)
-    assert state == "rolled back" and reason in why  # the fault is the first one
+    assert state == "rolled back" and reason in why  # the reason of the first fault stays
     assert without_terminal(box, "velnetctl", *change.split(), "--force", "--wait", "20").stdout == "OK\n"
 
 
@@ -142,7 +142,7 @@ def test_a_disabled_daemon_is_an_objection(box, nothing_is_left):
 
 
 def make_local(box, mac):
-    """Makes local and its far end anew, after it was deleted."""
+    """Makes local and its far end again after the deletion."""
     init = re.search(r"PID (\d+)", box.run("status").stdout)[1]
     for command in (f"link add local-peer type veth peer name local address {mac} netns {init}",
                     "address add 192.168.10.2/24 dev local-peer", "link set local-peer up"):

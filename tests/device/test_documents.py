@@ -1,14 +1,14 @@
 # SPDX-License-Identifier: MIT
-"""Each block of a document has a comment in front that says what runs it. What is to be run in the box is run here.
+"""Runs the commands of the documents in the box. A comment before each block of a document says what runs it:
 
 <!-- run -->                 the commands run here, in the order of the document; JSON is applied as settings
 <!-- run during a trial -->  the same, after a trial has begun
 <!-- run by FILE ... -->     one of the files has a line with the first two words of each command
-<!-- run by hand -->         nothing runs it: it takes too long, or needs what this machine has not
-<!-- quoted -->              each line stands in an example, a test or a program of a document
+<!-- run by hand -->         nothing runs it: it takes too long, or needs something that this machine does not have
+<!-- quoted -->              each line is in an example, a test or a program of a document
 <!-- shown -->               a picture or an output
 
-The programs are C++ and CMake. tests/package/documents builds them, and runs those below <!-- run -->.
+The programs are C++ and CMake. tests/package/documents builds them, and runs those marked with <!-- run -->.
 """
 import pathlib
 import re
@@ -22,13 +22,13 @@ PROJECT = pathlib.Path(__file__).parents[2]
 TEXTS = {str(path.relative_to(PROJECT)): path.read_text() for pattern in ("*.md", "*/*.md", "packaging/*/*.md")
          for path in sorted(PROJECT.glob(pattern))}
 TRIAL = "velnetctl set-ip local 172.16.0.5/16 --try 60"
-# The manual page has examples of each verb. Those of some need a settled device of their own, and something before.
+# The manual page has examples of each verb. For these verbs, they need a settled device and a command before them.
 BEFORE = {"set-ip": "true", "set-gateway": "velnetctl set-ip remote 192.168.50.20/24 --wait 20", "set-routes": "true",
           "apply": "velnetctl save settings.json", "confirm": TRIAL, "rollback": TRIAL, "pending": TRIAL}
 PAGE = re.sub(r"\\f[BIR]|\\(?=-)", "", (PROJECT / "src/velnetctl/velnetctl.1").read_text()).replace(r"\(aq", "'")
 for examples, verb in re.findall(r"^\.EX\n( *velnetctl (\S+)(?s:.*?))^\.EE", PAGE, re.M):
     name = verb if verb in BEFORE else "velnetctl.1"
-    commands = examples.replace("\n        ", "   # ")  # what it does stands below it
+    commands = examples.replace("\n        ", "   # ")  # the line below an example explains it
     TEXTS[name] = TEXTS.get(name, "") + "<!-- run -->\n\n" + commands + "\n"
 BLOCK = re.compile(r"(?:^<!-- (.*) -->\n\n?)?(?:^```(.*)\n((?:.*\n)*?)```$|((?:^ {4}.*\n|^\s*\n(?= {4}))+))", re.M)
 PROGRAMS = "cpp", "cmake"
@@ -48,12 +48,12 @@ def code():
 
 @pytest.fixture
 def shell(box, settings, installed):
-    """Runs a command line in the box; what is wrong with its end, if anything."""
+    """Runs a command line in the box. Returns a text when the exit code is wrong."""
     def run(command, good=(0,)):
         command = command.replace("build/release", str(pathlib.Path(VELNETCTL).parents[2]))
-        command = command.partition(" | jq ")[0]  # the device has none
+        command = command.partition(" | jq ")[0]  # the device has no jq
         commands.append(command)
-        if re.match("velnetctl (monitor|watch)", command):  # until Ctrl-C
+        if re.match("velnetctl (monitor|watch)", command):  # ends with Ctrl-C
             command = f"TERM=xterm timeout --foreground --preserve-status -s INT 1 {command}"
             command = shlex.join(["script", "-qec", command, "/dev/null"])
         result = box.exec("sh", "-c", f"cd /var/tmp; {command}", check=False)
@@ -70,7 +70,7 @@ def shell(box, settings, installed):
 
 
 def has(path, command):
-    """Whether a line of the file has the first two words of the command. A word in capitals stands for another one."""
+    """Whether a line of the file has the first two words of the command. A word in capitals is a placeholder."""
     words = [word for word in command.split() if not word.isupper()][:2]
     return any(all(word in line for word in words) for line in (PROJECT / path).read_text().splitlines())
 

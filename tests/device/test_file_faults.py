@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Obstacles in place of files, missing means, and a clock that jumps: all are told, and nothing of them is left."""
+"""Obstacles in place of files, exhausted resources and a jumping clock: they are reported, and nothing is left."""
 import base64
 import os
 import pathlib
@@ -11,10 +11,10 @@ from devicebox import VELNETCTL, wait_until
 from monitors import Monitor, has_address, lacks_address, velnetctl_inside
 from trials import ASIDE
 
-# A user of nobody else, because the limit of its processes counts those on the whole machine.
+# No other process may have this user, because the process limit counts those of the whole machine.
 USER = 100000 + os.getpid()
 
-# The settings of all changes below are live already: nobody waits for daemons.
+# The settings of all changes below are already live. Therefore no change waits for daemons.
 PREPARE = ASIDE + f"""
 mount -o remount,nr_inodes=1k /etc/systemd
 printf 'nameserver 10.0.0.5%s\\n' 0 1 9 >>../live
@@ -34,7 +34,7 @@ DONE = "OK\n|Routes updated\n"
 
 @pytest.fixture
 def beside(box, installed):
-    """Runs scripts beside a monitor, which has files of its own, goes on after the fault, and finds nothing left."""
+    """Runs scripts with their own files beside a monitor. It must continue after the fault, and nothing may be left."""
     monitor = Monitor(box, "unshare", "--mount", "sh", "-ec", PREPARE)
     monitor.wait_for("resolver", "domains", [])
     inside = velnetctl_inside(box)
@@ -44,7 +44,7 @@ def beside(box, installed):
         return box.exec("nsenter", "-m", "-t", inside, "sh", "-ec", tools + script).stdout
 
     def things():
-        """All files, descriptors and processes, but for those that a change is to leave."""
+        """All files, descriptors and processes, except those that a change should leave."""
         others = "! -name trials ! -name '*.lock' ! -name 'rolled-*'"
         find = f"find . ../resolved.conf.d ../velnet {others} -printf '%p,%y,%m\\n'"
         return sorted(run(f"{find}; ls /proc/{inside}/fd; pgrep --ns {inside} --nslist mnt | wc -l").split())
@@ -108,7 +108,7 @@ def test_a_monitor_survives_without_descriptors(beside):
 
 
 def test_a_change_that_runs_out_of_memory_is_undone(beside):
-    """The restart of the daemon prints more than the memory holds."""
+    """The restart of the daemon prints more than fits into the memory."""
     before = beside("cp ../systemctl ../quiet; echo 'head -c 99M /dev/zero' >>../systemctl; cat ../velnet/*.conf")
     told = beside("prlimit --as=40000000 $velnetctl set-dns 0 10.0.0.59 2>&1 || true; cat ../velnet/*.conf")
     assert told == "velnetctl: std::bad_alloc\n" + before
@@ -119,7 +119,7 @@ def test_a_change_that_runs_out_of_memory_is_undone(beside):
 def jump(box):
     """Moves the wall clock of the processes that run with CLOCK."""
     library = next(pathlib.Path("/usr/lib").glob("*/faketime/libfaketimeMT.so.1")).read_bytes()
-    library = library.replace(b"\0timerfd_settime\0", b"\0timerfd_unknown\0")  # it would move every clock's
+    library = library.replace(b"\0timerfd_settime\0", b"\0timerfd_unknown\0")  # it would change the time of every clock
     box.exec("sh", "-c", "base64 -d >/var/ft.so", input=base64.b64encode(library).decode())
     box.write("/var/ft", "+0")
     return lambda by: box.write("/var/ft", by)
@@ -142,7 +142,7 @@ def test_a_trial_keeps_its_time_if_the_clock_jumps(beside, jump):
     for by in ("+10h", "-10h"):
         beside(f"{change} 60")
         jump(by)
-        assert beside(f"export {CLOCK}; timeout 2 $velnetctl guard || echo $?") == "124\n"  # it has something to guard
+        assert beside(f"export {CLOCK}; timeout 2 $velnetctl guard || echo $?") == "124\n"  # a trial is still pending
         beside(f"$velnetctl rollback; {change} 1")
         jump("+0")
         wait_until(lambda: beside("$velnetctl pending || :").endswith("it was not confirmed in time\n"), "it ends")

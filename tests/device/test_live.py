@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""velnetctl monitor over the events of kernel and files: very many, lost ones, and files that come and go."""
+"""velnetctl monitor and the events of kernel and files: very many, lost ones, and files that appear and disappear."""
 import contextlib
 import re
 import shlex
@@ -17,25 +17,25 @@ LOCAL, SERVER, DOMAIN = f"{NETWORK}/01_local.network", f"{RESOLVED}/dns_server_0
 
 @contextlib.contextmanager
 def stopped(box, monitor):
-    """The monitor does nothing for a while; gives the number that it has in the box."""
+    """Stops the monitor for a while. Yields its process ID in the box."""
     inside = velnetctl_inside(box)
     box.exec("kill", "-STOP", inside)
     try:
         yield inside
     finally:
         box.exec("kill", "-CONT", inside)
-        monitor.process.send_signal(signal.SIGCONT)  # the command that started it has stopped with it
+        monitor.process.send_signal(signal.SIGCONT)  # its parent command was stopped as well
 
 
 def held_by(box, process):
-    """How many descriptors and watched directories it has."""
+    """The numbers of descriptors and watched directories of the monitor."""
     listed = box.exec("sh", "-c", f"cd /proc/{process}; ls fd; grep -h ^inotify fdinfo/*").stdout
     return len(listed.splitlines())
 
 
 @pytest.fixture
 def own_etc(box):
-    """A monitor that has an /etc of its own, with no directory in it, and a function that runs a script there."""
+    """A monitor with its own /etc without directories, and a function that runs a script there."""
     prepare = "mount -t tmpfs none /etc && echo velnet-device >/etc/hostname"
     script = f"{prepare} && exec {shlex.quote(VELNETCTL)} monitor --json"
     monitor = Monitor(box, "unshare", "--mount", "sh", "-c", script)
@@ -82,14 +82,14 @@ def test_a_change_among_lost_file_events_is_seen(box, own_etc):
     monitor.wait_for("local", "configured", lambda value: value["dhcp"])
     most = box.read("/proc/sys/fs/inotify/max_queued_events").strip()
     with stopped(box, monitor):
-        # Each file that is made is an event at least: there is no room for those of the other directory.
+        # Each new file is at least one event. The queue has no room for the events of the other directory.
         run(f"cd {NETWORK}; seq {most} | xargs touch; mkdir {RESOLVED}; echo '[Resolve]\nDNS=10.0.0.1' >{SERVER}")
     monitor.wait_for("resolver", "servers", ["10.0.0.1"])
     run(f"echo '[Resolve]\nDomains=a.example' >{DOMAIN}")
     monitor.wait_for("resolver", "domains", ["a.example"])
 
 
-def test_a_file_is_seen_however_it_comes(own_etc):  # RealHintsTest.cpp has more ways
+def test_a_file_is_seen_however_it_comes(own_etc):  # RealHintsTest.cpp has more cases
     monitor, run = own_etc
     run(f"mkdir -p {NETWORK}; echo '[Network]\nDHCP=yes' >{LOCAL}")
     monitor.wait_for("local", "configured", lambda value: value["dhcp"])
@@ -130,7 +130,7 @@ def test_a_reader_that_stalls_costs_no_memory(box, tmp_path):
     box.ip_batch([f"address {verb} 10.9.8.7/24 dev local" for _ in range(2500) for verb in ("add", "delete")])
     box.ip_batch(["address add 10.9.8.7/24 dev local"])
     assert memory() == before
-    monitor.read()  # it finds the last state
+    monitor.read()  # the monitor must reach the last state
     monitor.wait_for("local", "addresses", has_address("10.9.8.7"))
     box.ip_batch(["address delete 10.9.8.7/24 dev local"])
     monitor.wait_for("local", "addresses", lacks_address("10.9.8.7"))
@@ -141,7 +141,7 @@ def test_a_monitor_without_anything_to_do_sleeps(box, monitor):
     inside = velnetctl_inside(box)
     wake_ups = []
 
-    def is_idle():  # for 50 of these questions, but for the look each 30 s
+    def is_idle():  # for 50 checks; a pass every 30 s is allowed
         status = box.read(f"/proc/{inside}/status")
         wake_ups.append(int(re.search(r"^voluntary_ctxt_switches:\s*(\d+)", status, re.MULTILINE)[1]))
         return len(wake_ups) > 50 and wake_ups[-1] - wake_ups[-51] <= 1

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""velnetctl monitor: the changes that it publishes while the network changes, and how it ends."""
+"""velnetctl monitor: the published changes while the network changes, and the end of the program."""
 import fcntl
 import os
 import re
@@ -40,7 +40,7 @@ def test_an_address_comes_and_goes(box, monitor):
 @pytest.mark.parametrize("end", [signal.SIGINT, signal.SIGTERM])
 def test_a_monitor_ends_though_its_reader_stalls(box, tmp_path, end):
     reader, writer = os.pipe()
-    os.write(writer, bytes(fcntl.fcntl(writer, fcntl.F_GETPIPE_SZ)))  # it is full, and nobody reads it
+    os.write(writer, bytes(fcntl.fcntl(writer, fcntl.F_GETPIPE_SZ)))  # fills the pipe, which nobody reads
     log = tmp_path / "log"
     with log.open("w") as stderr:
         monitor = subprocess.Popen([*box.command, "exec", VELNETCTL, "-v", "monitor"], stdout=writer, stderr=stderr)

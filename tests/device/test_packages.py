@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The Debian packages, on a device that has nothing else of the project: installed, upgraded, removed and purged."""
+"""Installs, upgrades, removes and purges the Debian packages on a device that has nothing else of the project."""
 import re
 import subprocess
 
@@ -13,7 +13,7 @@ UNITS = "velnet-guard.path", "velnet-guard-boot.service", "velnet-host.service"
 LOCAL = "/etc/systemd/network/01_local.network"
 TRIAL = "set-ip", "local", "192.168.10.9/24", "--require-boot-guard", "--try"
 
-# Makes the same packages with a lower version, another sudo rule and other units.
+# Makes the same packages with a lower version, a different sudo rule and different units.
 MAKE_OLDER = """
 cd /var/tmp
 version=$(dpkg-deb --field "$1" Version)
@@ -26,7 +26,7 @@ for package; do
     rm -r tree
 done"""
 
-# Lists all that a package can leave, but for logs and dpkg's own files.
+# Lists everything that a package can leave, except logs and dpkg's own files.
 LIST = r"""
 find / -xdev '(' -path /var/log -o -path /var/lib/dpkg -o -path /var/tmp ')' -prune -o -printf '%p %y %m %u %g %l\n'
 getent passwd; getent group; systemctl list-unit-files --no-legend; systemctl list-units --no-legend --all 'velnet*'
@@ -63,7 +63,7 @@ def test_installed_documents_have_no_dead_link(device, tmp_path):
 
 
 def change_every_setting(box):
-    """Changes each setting as the host would, and goes back to the settings of the boot."""
+    """Changes each setting like the host, and then restores the settings of the boot."""
     def host(line):
         assert run_in_unit(box, "velnetctl", *line.split()), line
 

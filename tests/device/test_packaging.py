@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""packaging/: the rights and the limits of the host's user, and the daemons without a start limit."""
+"""packaging/: the rights and limits of the host's user, and the daemons' start limit."""
 import shlex
 
 import pytest
@@ -18,7 +18,7 @@ REFUSED = ("id",
 
 @pytest.fixture
 def host(box, settings, installed):
-    """Runs a command in place of the host."""
+    """Runs a command instead of the host."""
     return lambda *command, **options: run_in_unit(box, *command, **options)
 
 
@@ -26,7 +26,7 @@ def test_sudo_runs_the_three_commands_and_no_other(box):
     def sudo(command):
         return box.exec(*AS_VELNET, "sudo", "-n", *command.split(), check=False)
 
-    assert "/etc/sudoers.d/velnet-host: parsed OK" in box.exec("visudo", "-c").stdout  # checks owner and mode, too
+    assert "/etc/sudoers.d/velnet-host: parsed OK" in box.exec("visudo", "-c").stdout  # also checks owner and mode
     before = box.show("InvocationID", *DAEMONS)
     assert [sudo(f"/bin/systemctl restart {daemon}").returncode for daemon in DAEMONS] == [0, 0]
     after = box.show("InvocationID", *DAEMONS)
@@ -46,13 +46,13 @@ def test_sudo_looks_up_no_device_name(box):
 
 
 def test_a_trial_of_the_unit_is_of_this_boot(box, units, host):
-    """There, /proc is a new one, and in a container the kernel's own id of the boot is another one."""
+    """The unit has its own /proc. In a container, the kernel's boot ID differs there."""
     assert host("velnetctl", "set-ip", "local", "10.0.0.1/8", "--try", "99")
     assert '"state": "counting"' in box.velnetctl("pending", "--json").stdout
     box.velnetctl("rollback")
 
 
-# A host that changes settings all the time, and ends when the change at work is done.
+# A host that changes settings all the time, and ends after the running change.
 BUSY = """[Service]
 Restart=no
 Type=exec
@@ -75,7 +75,7 @@ def test_the_unit_stops_in_the_middle_of_a_change(box, settings, installed):
 
 
 def test_a_host_in_the_unit_writes_nowhere_else(box, host):
-    box.exec(*AS_VELNET, "touch", "/run/lock/velnet")  # below, the unit refuses it
+    box.exec(*AS_VELNET, "touch", "/run/lock/velnet")  # inside the unit, the same is refused
     assert host("touch", "/etc/systemd/velnet/x")
     for path in "/etc/hostname", "/etc/systemd/system/velnet.service", "/usr/bin/velnet", "/run/lock/velnet":
         assert not host("touch", path), path

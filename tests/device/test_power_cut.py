@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Power cuts: those of the box, and those of a model of a disk, which follows the system calls that strace shows."""
+"""Power cuts of the box, and of a model of a disk that follows the system calls shown by strace."""
 import ast
 import collections
 import itertools
@@ -22,7 +22,7 @@ STRACE = "strace -o /dev/null -e inject"
 @pytest.mark.parametrize("state, begin", [
     ("waiting|rolling back", f"{STRACE}=clone3:signal=KILL:when=3 {TRY}"),
     ("counting", TRY),
-    ("counting", f"chown root:root {OWN}/01_local.network; {TRY}"),  # the guard cannot give it back to root
+    ("counting", f"chown root:root {OWN}/01_local.network; {TRY}"),  # the guard cannot make root the owner again
     ("rolling back", f"{TRY}; systemctl kill -s STOP velnet-guard\n"
                      f"{STRACE}=renameat:signal=KILL:when=2 velnetctl rollback"),
     ("confirmed", f"{TRY}; velnetctl confirm"),
@@ -48,7 +48,7 @@ def test_only_confirmed_settings_outlive_a_power_cut(box, units, state, begin):
 
 
 class File:
-    """New contents: unknown after a power cut, unless they were synced since they were written."""
+    """The new content of a file. It is unknown after a power cut, unless it was synced after the write."""
     text, is_synced = b"", False
 
 
@@ -56,9 +56,9 @@ class Disk:
     """The files that a power cut may leave after the calls so far."""
 
     def __init__(self):
-        self.seen = {}  # path: File, True for a directory, or None when it is gone; all others are as before
+        self.seen = {}  # path: File, True for a directory, None for a removed file
         self.durable = {}
-        self.pending = collections.defaultdict(list)  # directory: its changes since it was synced
+        self.pending = collections.defaultdict(list)  # directory: the changes since its last sync
 
     def call(self, name, text):
         path = re.match(r"(?:\d+<([^>]*)>)?", text)[1]  # the open file, or the directory
@@ -77,15 +77,15 @@ class Disk:
             self.seen.update(self.pending[path][-1])
 
     def states(self):
-        """In each directory, any number of its pending changes has happened, in their order."""
+        """Yields the possible states. In each directory, any number of its pending changes has happened, in order."""
         for counts in itertools.product(*(range(len(changes) + 1) for changes in self.pending.values())):
             happened = [entries for changes, count in zip(self.pending.values(), counts) for entries in changes[:count]]
             yield dict(collections.ChainMap(*reversed(happened), self.durable))
 
 
 def verdict(state, old, new):
-    """The files after the next boot: "old", "restored" by the record, "new", or a mixture, which is returned."""
-    def text(path):  # None where there is no file, False where the text is unknown
+    """The files after the next boot: "old", "restored" or "new", or the files themselves if they are a mixture."""
+    def text(path):  # None without a file, False for an unknown text
         file = state.get(path, old.get(path))
         return file.is_synced and file.text.decode() if isinstance(file, File) else file
 

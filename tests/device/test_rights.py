@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The host's user may change the network and nothing else: attacks on root's files, guard and commands."""
+"""The host's user may only change the network. The tests attack root's files, guard and commands."""
 import json
 import re
 import subprocess
@@ -59,13 +59,13 @@ def test_a_link_leads_root_and_the_guard_nowhere(box, secret, velnet, who, targe
     assert f"cannot write {REMOTE}" in told or f"{REMOTE} is root's and stays as it is" in told
     assert box.velnetctl(*TRY[:3], check=False).returncode == 1
     assert box.exec("stat", "-c", "%U:%G %a %s", "/etc/shadow").stdout == shadow
-    assert "/usr/lib/" not in box.exec("sh", "-c", f"cat {OWN}/trials/*").stdout  # which /proc/1/maps has
+    assert "/usr/lib/" not in box.exec("sh", "-c", f"cat {OWN}/trials/*").stdout  # a path from /proc/1/maps
     velnet(f"rm {OWN}/02_remote.network")
     wait_until(lambda: not is_pending(box), "the trial is over")
 
 
 def signed(record):
-    """The record with its checksum, CRC-64/XZ, which keeps damage out and no attacker."""
+    """The record with its checksum (CRC-64/XZ), which detects damage but does not stop an attacker."""
     text, checksum = json.dumps(record) + "\n", 2**64 - 1
     for byte in text.encode():
         checksum ^= byte
@@ -130,7 +130,7 @@ def test_a_file_of_root_survives_a_trial(box, secret):
     assert box.velnetctl(*other).stdout == "OK\n"
 
 
-# Each holds a lock until its input ends. The lock of the guard is taken: there, it waits until the guard has ended.
+# Each command holds a lock until its input ends. For the guard's lock, it waits until the guard has ended.
 LEASE = """exec perl -MFcntl -e 'open F, "+<", "trials/change.lock" or die; fcntl F, 1024, F_WRLCK or die; \
     system "echo ready"; <STDIN>'"""
 LOCK = "exec 9<>trials/{}.lock; flock -n 9 || true; echo ready; flock 9; read || true"

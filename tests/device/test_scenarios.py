@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The same steps on the device box and on the simulated device; all that comes of them is the same."""
+"""The same steps on the device box and on the simulated device must have the same results."""
 import os
 import random
 import subprocess
@@ -12,7 +12,7 @@ pytestmark = pytest.mark.usefixtures("settings")
 
 
 class Run:
-    """The scenario program at work on a device."""
+    """The scenario program, running on a device."""
 
     def __init__(self, *command):
         self.process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
@@ -21,7 +21,7 @@ class Run:
         self.answer("the first look at the device")
 
     def answer(self, step):
-        """All that came of the step. The line "." ends it."""
+        """Returns all results of the step. The line "." ends them."""
         return "".join(self.lines.take_until(lambda line: line == ".\n", f"{step} is done", limit=60)[:-1])
 
     def step(self, text):
@@ -47,7 +47,7 @@ def in_the_box(box):
 
 
 def recorded():
-    """The scenarios that need no fault of a simulated device."""
+    """The scenarios that do not need faults of the simulated device."""
     for path in sorted((PROJECT / "tests/scenarios").glob("*.txt")):
         for block in ("\n" + path.read_text()).split("\n== ")[1:]:
             heading, steps = block.split("\n", 1)

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""docs/settings.schema.json and velnetctl agree about what a document of settings is."""
+"""docs/settings.schema.json and velnetctl accept and refuse the same documents of settings."""
 import functools
 import json
 import operator

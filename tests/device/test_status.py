@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""velnetctl status as a process; tests/scenarios tell its output."""
+"""velnetctl status as a process. tests/scenarios check its output."""
 import json
 import shlex
 

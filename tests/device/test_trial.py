@@ -20,8 +20,8 @@ POOL = concurrent.futures.ThreadPoolExecutor(8)
 
 
 def at_each_call(aside, before, victim, effect, most, kind=""):
-    """Runs the victim again and again, with the effect at one of its system calls after the other. Returns the old and
-    new files, the calls of this kind, and for each call that was tried (at most `most` of them) the files after it."""
+    """Runs the victim once for each system call of this kind, with the effect at that call, but at most `most` times.
+    Returns the old and the new files, the calls of this kind, and the files after each tried call."""
     told = aside(f"""files old; {before} >&2; echo '== calls'; strace -qqo /dev/fd/3 {victim} 3>&1 >&2
         $confirm >&2 || true; files new""")
     seen, calls = collections.Counter(), []
@@ -104,11 +104,11 @@ def test_the_next_caller_starts_a_missing_guard(aside, visitor):
 
 
 class Terminal:
-    """A caller of velnetctl in a terminal of its own, which shows this text already."""
+    """A caller of velnetctl in its own terminal. The terminal already shows this text."""
 
     def __init__(self, box, line="set-ip local 10.0.0.1/8 --try 2", shown="n goes back; it is rolled back in 2 s"):
         self.master, terminal = pty.openpty()
-        # script passes the control keys on; otherwise they would end the command that leads into the box.
+        # script passes the control keys on. Otherwise they would end the command that enters the box.
         command = ["script", "-qec", f"exec env TERM=xterm {shlex.quote(VELNETCTL)} {line}", "/dev/null"]
         self.process = subprocess.Popen(["setsid", "--ctty", *box.command, "exec", *command],
                                         stdin=terminal, stdout=terminal, stderr=terminal)
@@ -151,7 +151,7 @@ def test_the_end_of_its_caller_keeps_no_trial(box, end):
     ("q\n", "rolled back"),
     ("rollback\n", "rolled back"),
     ("", "rolled back"),
-    ("nay\ny\n", "confirmed"),  # "nay" and "yeah" are no answers: it asks again
+    ("nay\ny\n", "confirmed"),  # "nay" is not an answer: velnetctl asks again
     ("yeah\nn\n", "rolled back"),
 ])
 def test_an_answer_ends_the_countdown(box, settings, answer, state):
@@ -205,7 +205,7 @@ def test_the_guards_unit_survives_every_kill(box, units):
 
 
 def test_mode_owner_and_attributes_are_kept(box, units):
-    seen = f"/proc/{re.search('PID (.*),', box.run('status').stdout)[1]}/root{LOCAL}"  # there is no setfattr inside
+    seen = f"/proc/{re.search('PID (.*),', box.run('status').stdout)[1]}/root{LOCAL}"  # the box has no setfattr
 
     def kept():
         return box.exec("stat", "-Lc", "%a %U %G", LOCAL).stdout, os.getxattr(seen, "user.note")

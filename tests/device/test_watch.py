@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""velnetctl watch, as people see it in a terminal."""
+"""velnetctl watch in a terminal."""
 import re
 import shlex
 import subprocess
@@ -11,7 +11,7 @@ from trials import end_of_trial
 
 
 class Screen:
-    """A terminal of 100 by 40 in which velnetctl watch runs, and cat after it."""
+    """A terminal of 100 by 40 characters that runs velnetctl watch, and cat after it."""
 
     def __init__(self, socket, command):
         self.socket = socket
@@ -24,7 +24,7 @@ class Screen:
         return subprocess.run(command, check=True, capture_output=True, text=True).stdout
 
     def shows(self, pattern):
-        """The match with the text shown, which has brackets around marks (reverse video)."""
+        """Matches the shown text. Marked text (reverse video) has brackets around it."""
         shown = re.sub(r"\x1b\[[\d;]*\b7m(?:\x1b\[[\d;]*m)*([^\x1b]*)", r"[\1]", self.tmux("capture-pane", "-pe"))
         return re.search(pattern, re.sub(r"\x1b\[[\d;]*m", "", shown))
 
@@ -69,7 +69,7 @@ def test_an_interface_that_goes_is_shown_as_absent(box, screen):
 def test_a_key_ends_a_trial_that_counts_down(box, settings, screen, key, state):
     box.velnetctl("set-ip", "local", "10.8.9.1/8", "--try", "60")
     screen.wait_for("c keeps the setting, r goes back at once")
-    screen.wait_for(r"rolled\s+back\s+in\s+5[0-6]\s+s\s")  # nothing but the time has changed
+    screen.wait_for(r"rolled\s+back\s+in\s+5[0-6]\s+s\s")  # only the time has changed
     screen.tmux("send-keys", key)
     screen.wait_for(f"\nno trial is pending; the last one, set-ip local 10.8.9.1/8, was {state}")
     assert end_of_trial(box)[0] == state
@@ -83,7 +83,7 @@ def test_it_ends_and_the_terminal_is_as_before(box, screen, end):
         screen.tmux("send-keys", end)
     screen.wait_for("^ended with 0\n")
     screen.tmux("send-keys", "typed", "Enter")
-    screen.wait_for("\ntyped\ntyped\n")  # by the terminal, and by cat when it had the line
+    screen.wait_for("\ntyped\ntyped\n")  # once from the terminal's echo, and once from cat
 
 
 def test_where_it_cannot_draw_it_says_so(box):

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Trials in the device box: how one ended, and a place in which many of them can run at once."""
+"""Trials in the device box: their ends, and an environment in which many of them can run at once."""
 import json
 import re
 
@@ -25,8 +25,8 @@ NEW_SETTINGS = json.dumps({
     "gateway": None,
     "dns": {"servers": ["10.0.0.53"], "domains": ["new.example"]}})
 
-# Prepares a mount namespace with files of its own and without daemons, where many trials can run at once. The new
-# settings are live there already. To apply them replaces three files and makes one.
+# Prepares a mount namespace with its own files and without daemons. Many trials can run at once in such namespaces. The
+# new settings are already live there. Applying them replaces three files and makes one.
 ASIDE = f"""
 mount -t tmpfs -o nr_inodes=96 none /mnt
 cp -a /etc/systemd/. /mnt

@@ -9,7 +9,7 @@
 
 namespace iphelper = velbase2::system::iphelper;
 
-/// The number of ones that the mask begins with, when no others follow; else -1.
+/// The number of leading one bits of the mask. -1 when a one follows a zero.
 static int lengthOf(std::uint32_t mask)
 {
     for (int length = 0; length <= 32; ++length) {

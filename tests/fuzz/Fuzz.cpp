@@ -15,7 +15,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     namespace log = velbase2::system::log;
-    log::setMinimumLevel(log::kDetail); // so that its lines are made
+    log::setMinimumLevel(log::kDetail); // the library builds log lines only for an enabled level
     log::setSink([](int, std::string_view, std::string_view) {});
     fuzz::check(std::string(data, data + size));
     return 0;
@@ -38,7 +38,7 @@ bool isNumber(const std::string& text)
     return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
 }
 
-/// kept: what stands behind the number of a prefix length reaches the file.
+/// kept: a text after the number of a prefix length reaches the file.
 bool beginsWithNumber(const std::string& text)
 {
     char* end = nullptr;

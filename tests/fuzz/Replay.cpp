@@ -8,13 +8,13 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-/// In place of the fuzzer: the files of a directory as inputs, each once.
+/// Replaces the fuzzer: uses each file of a directory once as an input.
 int main(int /*argc*/, char** argv)
 {
     int inputs = 0;
     for (const auto& entry : std::filesystem::directory_iterator(argv[1])) {
         std::printf("%s\n", entry.path().c_str());
-        std::fflush(stdout); // the next one may end the program
+        std::fflush(stdout); // the next input may end the program
         std::ifstream file(entry.path(), std::ios::binary);
         const std::string text{std::istreambuf_iterator<char>(file), {}};
         LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());

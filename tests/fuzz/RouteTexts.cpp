@@ -4,7 +4,7 @@
 
 #include <stdexcept>
 
-/// The input is what setRoutes gets.
+/// The input is the argument of setRoutes.
 void fuzz::check(const std::string& input)
 {
     try {

@@ -22,7 +22,7 @@ void checkScanners(const std::string& output)
     fuzz::require(!confighandler::parseDhcp(output) || isPart("dynamic", ""), "an address by DHCP is dynamic");
 }
 
-/// What is written loads as what was asked for.
+/// The written file must load as the requested settings.
 void checkConfig(const IpSettings& settings)
 {
     const auto text = networkmanager::confighandler::createConfig("remote", settings, settings.gateway, false);
@@ -43,7 +43,7 @@ void checkConfig(const IpSettings& settings)
 
 } // namespace
 
-/// The input is the output of a tool; its first lines are an address, a mask and a gateway, too.
+/// The input is the output of a tool. Its first three lines also serve as an address, a mask and a gateway.
 void fuzz::check(const std::string& input)
 {
     checkScanners(input);

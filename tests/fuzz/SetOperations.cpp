@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t kFields = 6;
 
-/// The fields between tabs, the last of them with the rest of the line. "~" stands for a line end in one.
+/// The fields between tabs. The last one has the rest of the line. "~" in a field means a line end.
 std::vector<std::string> fieldsOf(const std::string& line)
 {
     auto fields = fuzz::split(line, '\t');
@@ -28,7 +28,7 @@ std::vector<std::string> fieldsOf(const std::string& line)
     return fields;
 }
 
-/// By the manager itself, or by networkhost. Whether it was done.
+/// Makes the change with the manager itself or with networkhost. Returns whether it was done.
 bool set(networksimulation::NetworkManager& manager, networkhost::IDevice& device,
          const std::vector<std::string>& fields)
 {
@@ -65,7 +65,7 @@ void fuzz::check(const std::string& input)
     for (const auto& line : split(input, '\n')) {
         const auto fields = fieldsOf(line);
         const bool isOfHost = fields[0] == "host";
-        if (!isOfHost && fields[1] == "domain") { // kept: goes to the file as it stands
+        if (!isOfHost && fields[1] == "domain") { // kept: the text reaches the file unchanged
             const auto text = "[Resolve]\nDomains=" + fields[2] + '\n';
             manager.setDnsDomain(fields[2]);
             const std::vector<networksimulation::Event> expected = {
@@ -85,7 +85,7 @@ void fuzz::check(const std::string& input)
                 require(!isOfHost || !hasControlCharacter(written), "no control character of a host reaches a file");
             }
         }
-        device.advance(std::chrono::minutes(1)); // the daemons are through
+        device.advance(std::chrono::minutes(1)); // until the daemons have finished
         refresh(manager);
     }
 }

@@ -14,7 +14,7 @@ namespace {
 struct Enough
 {};
 
-/// A guard stays as long as there is a record that it cannot read, or whose time is far off.
+/// Ends a guard that would run for ever, because its record is unreadable or its deadline is far away.
 class Device : public networksimulation::Device
 {
 public:
@@ -61,8 +61,8 @@ void act(Device& device, const std::string& what)
 
 } // namespace
 
-/// The first line of the input says who meets the record (guard, boot, confirm, rollback), and whether it is one being
-/// rolled back ("claimed"), and one without checksum ("bare"). The rest is the record.
+/// The first line of the input names the caller that meets the record (guard, boot, confirm or rollback). "claimed"
+/// means that the record is being rolled back, and "bare" that it has no checksum. The rest is the record.
 void fuzz::check(const std::string& input)
 {
     const auto end = std::min(input.find('\n'), input.size());

@@ -23,7 +23,7 @@ std::string written(const Content& content)
     return text.str();
 }
 
-/// Without what the format has no text for.
+/// Removes the entries that the format cannot express.
 Content writable(Content content)
 {
     for (auto& section : content) {

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Usage: verbs.py VELNETCTL STAGE MAKER SOURCES. --help, manual page and completion tell of the same verbs and options."""
+"""Usage: verbs.py VELNETCTL STAGE MAKER SOURCES. Compares verbs and options of --help, manual page and completion."""
 import pathlib
 import re
 import subprocess
@@ -17,7 +17,7 @@ def output(*command, **options):
 
 
 def offered(*words, **options):
-    """What bash offers for the last word behind velnetctl."""
+    """The completions that bash offers for the last word after velnetctl."""
     shown = output("bash", "--norc", "-c", COMPLETE, "bash", completion, "velnetctl", *words, **options)
     return list(filter(None, shown.split("\n")))
 

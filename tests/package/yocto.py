@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Usage: yocto.py BUILD. Installs it as the Yocto recipe says, and sorts the files into packages as BitBake does."""
+"""Usage: yocto.py BUILD. Installs the build by the Yocto recipe, and sorts the files into packages like BitBake."""
 import hashlib
 import os
 import pathlib
@@ -17,7 +17,7 @@ CACHE = dict(re.findall(r"^(\w+):\w+=(.*)$", (BUILD / "CMakeCache.txt").read_tex
 
 
 def sort_into_packages(stage, systemd):
-    """With systemd's own files in that directory."""
+    """Sorts the files into packages. systemd's own files are in the given directory."""
     paths = {"bindir": "/usr/bin", "includedir": "/usr/include", "libdir": "/usr/" + CACHE["CMAKE_INSTALL_LIBDIR"],
              "datadir": "/usr/share", "mandir": "/usr/share/man", "nonarch_libdir": "/usr/lib", "sysconfdir": "/etc",
              "systemd_unitdir": systemd, "systemd_system_unitdir": systemd + "/system"}

@@ -4,6 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 
-/// The test program's memory, of each thread: what it was given, in bytes, and what it can be made short of.
+/// The memory of each thread of the test program: the allocated bytes, and the size above which an allocation fails.
 inline thread_local std::size_t allocated = 0;
 inline thread_local std::size_t largestAllocation = SIZE_MAX;

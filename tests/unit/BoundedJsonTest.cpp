@@ -19,11 +19,12 @@ std::string repeated(std::size_t times, const std::function<std::string(std::siz
     return text;
 }
 
-/// Documents of a number of members.
+/// Hostile documents with the given number of members.
 const std::function<std::string(std::size_t)> kHostile[] = {
     [](std::size_t number) {
         const auto keys = repeated(number, [](auto) { return R"("a":1)"; });
-        return "{\"" + std::string(4 * number, 'n') + "\": {" + keys + "}}"; // the same key, behind a long name
+        return "{\"" + std::string(4 * number, 'n') + "\": {" + keys +
+               "}}"; // the same key many times, below a long name
     },
     [](std::size_t number) {
         return '{' + repeated(number, [](auto i) { return "\"k" + std::to_string(i) + "\":{}"; }) + '}';
@@ -52,7 +53,7 @@ TEST(HostileJson, CostsWhatItWeighs)
         EXPECT_LT(bytesFor(hostile(40000)), 2.5 * static_cast<double>(bytesFor(document)));
         const auto faults = faultsOfSettings(hostile(5000));
         EXPECT_EQ(faults.size(), 101U);
-        EXPECT_EQ(faults.back(), "... and 4903 more"); // three faults besides
+        EXPECT_EQ(faults.back(), "... and 4903 more"); // there are three other faults
         for (const auto& fault : faults) {
             EXPECT_LT(fault.size(), 100U);
         }
@@ -66,12 +67,12 @@ TEST(HostileJson, IsRefusedBeyondItsLimits)
     EXPECT_EQ(faultOf(std::string(8, '[') + std::string(8, ']')), "the document: an object is expected");
     EXPECT_EQ(faultOf(std::string((1U << 20U) + 1, ' ')), "the document is larger than 1 MiB");
     EXPECT_LT(faultOf('"' + std::string(1U << 19U, 'x')).size(), 1100U);
-    EXPECT_EQ(faultsOfSettings(R"({"a": 1, "a": 2)").size(), 1U); // no more is told of half a document
+    EXPECT_EQ(faultsOfSettings(R"({"a": 1, "a": 2)").size(), 1U); // half a document gives only the syntax error
     const auto withServers = [](std::size_t number) {
         return R"({"interfaces": {"local": {"address": null}, "remote": {"address": "dhcp"}}, "gateway": null,
                    "dns": {"domains": [], "servers": [)" +
                repeated(number, [](auto) { return R"("10.0.0.1")"; }) + "]}}";
     };
     EXPECT_TRUE(faultsOfSettings(withServers(256)).empty());
-    EXPECT_EQ(faultOf(withServers(257)), "dns.servers: more than 256 servers"); // each takes a file
+    EXPECT_EQ(faultOf(withServers(257)), "dns.servers: more than 256 servers"); // each server needs a file
 }

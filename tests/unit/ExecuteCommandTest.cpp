@@ -44,7 +44,7 @@ TEST(ExecuteCommand, GivesTheReturnCodeAndBothTexts)
 {
     expect("", 0, "", "");
     expect("echo out; echo err >&2; exit 7", 7, "out\n", "err\n");
-    expect("echo \"[$1]\"; false # x", 1, "[]\n", ""); // no argument, and a comment
+    expect("echo \"[$1]\"; false # x", 1, "[]\n", ""); // no argument, and a comment at the end
     expect("-x 2>/dev/null", 127, "", "");             // looks like an option
     expect("kill -KILL $$", 137, "", "");
     expect("kill -TERM $$", 143, "", "");
@@ -65,7 +65,7 @@ TEST(ExecuteCommand, TakesMoreThanAPipeHolds)
 
 TEST(ExecuteCommand, DoesNotWaitForTheBackground)
 {
-    const auto result = executeCommand("sleep 1000 & echo $!"); // which has the pipes
+    const auto result = executeCommand("sleep 1000 & echo $!"); // sleep inherits the pipes
     EXPECT_EQ(::kill(std::stoi(result.output), SIGTERM), 0);
 }
 
@@ -75,10 +75,10 @@ TEST(ExecuteCommand, DoesNotWaitForChildrenThatTheHostForks)
     const auto commands = std::async(std::launch::async, [&isForking] {
         while (isForking) {
             expect("echo x", 0, "x\n", "");
-            expect("kill -KILL $PPID", 137, "", ""); // the shell that is to report the end
+            expect("kill -KILL $PPID", 137, "", ""); // kills the outer shell
         }
     });
-    SleepingChildren children; // some are forked while a command is being started, and have its pipes
+    SleepingChildren children; // those forked during the start of a command inherit its pipes
     isForking = false;
     EXPECT_EQ(commands.wait_for(std::chrono::seconds(30)), std::future_status::ready);
 }
@@ -147,7 +147,7 @@ TEST(ExecuteCommand, WorksInAHostWithoutStandardStreams)
 TEST(ExecuteCommand, TellsThatTheInnerShellCannotStart)
 {
     OwnProcess([] {
-        // As a user who has no other process, so that the limit allows one process more each time.
+        // Without other processes of this user, the limit allows exactly one more process each time.
         ASSERT_EQ(::geteuid() == 0 ? ::setuid(54321) : ::unshare(CLONE_NEWUSER), 0);
         rlimit processes{};
         ASSERT_EQ(::getrlimit(RLIMIT_NPROC, &processes), 0);

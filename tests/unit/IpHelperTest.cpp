@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the fuzz target Addresses does not show.
+// Cases that the fuzz target Addresses does not cover.
 #include "base/IpHelper.h"
 
 #include <gtest/gtest.h>

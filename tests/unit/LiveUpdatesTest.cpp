@@ -31,7 +31,7 @@ struct LiveUpdates : SimulatedManager
             updates->dispatch();
         }
     }
-    /// How often the cells were refreshed until nothing was left to do.
+    /// Counts the refreshes of the cells until nothing is left to do.
     int refreshes()
     {
         int count = 0;
@@ -88,7 +88,7 @@ TEST_F(LiveUpdates, RunChangesInOrderBesideTheLoop)
     std::vector<std::string> told;
     const auto tell = [&](const networkhost::Outcome& outcome) {
         EXPECT_EQ(std::this_thread::get_id(), loop);
-        EXPECT_EQ(remote.ipSettings.get()->ip, "192.168.50.20"); // whoever is told finds it in the cells
+        EXPECT_EQ(remote.ipSettings.get()->ip, "192.168.50.20"); // a callback finds its change in the cells
         told.push_back(outcome.isDone ? "done" : outcome.reason);
     };
     std::promise<void> goAhead;
@@ -119,7 +119,7 @@ TEST_F(LiveUpdates, RunChangesInOrderBesideTheLoop)
 
 namespace {
 
-/// The simulated device with a clock that stands still: a wait on it is over when it is broken off, or never.
+/// A simulated device whose clock never advances. A wait on it only ends when it is broken off.
 class StandingDevice : public IDevice
 {
 public:
@@ -170,7 +170,7 @@ TEST_F(LiveUpdates, BeginTheNextChangeWhileATrialWaits)
     EXPECT_THAT(told, testing::UnorderedElementsAre("done", testing::EndsWith("was rolled back: asked for")));
     startTrial([](const auto&) { FAIL(); });
     updates.reset();
-    EXPECT_TRUE(networkhost::trialState(device).isPending()); // its guard sees that nobody waits any more
+    EXPECT_TRUE(networkhost::trialState(device).isPending()); // its guard notices that the caller has gone
 }
 
 TEST_F(LiveUpdates, EndWithTheChangeThatRunsAndDropTheOthers)
@@ -188,7 +188,7 @@ TEST_F(LiveUpdates, EndWithTheChangeThatRunsAndDropTheOthers)
             isDropping.get_future().wait();
             sigset_t blocked;
             ::pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
-            isDone = ::sigismember(&blocked, SIGTERM) == 1; // the host's threads are to get it
+            isDone = ::sigismember(&blocked, SIGTERM) == 1; // the signal is for the host's threads
             velbase2::system::log::setSink({});
             return 0;
         },

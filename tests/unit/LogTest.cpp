@@ -11,9 +11,9 @@ using namespace velbase2::system::log;
 
 TEST(Log, WritesPriorityAndPrintableTextToStderr)
 {
-    RecordingLog().lines.clear(); // a sink comes and goes
+    RecordingLog().lines.clear(); // sets another sink and restores the default one
     testing::internal::CaptureStderr();
-    for (const int level : {kDetail, kNotable, kError, kFileProblem}) { // does not filter
+    for (const int level : {kDetail, kNotable, kError, kFileProblem}) { // log() does not filter
         detail::log(level, "tag", "line");
     }
     detail::log(kNotable, "tag", "a\nb\x1b[2J\x7f\xc3\xbc");

@@ -23,7 +23,7 @@ struct UnwritableSystem : networksimulation::System
 
 TEST(EthernetInterfaces, AreLocalAndRemoteWhichHoldsTheGateway)
 {
-    networkmanager::detail::NetworkManager<networkmanager::NetworkManagerData> manager; // of the real device
+    networkmanager::detail::NetworkManager<networkmanager::NetworkManagerData> manager; // on the real device
     const networkmanager::EthParams& local = manager.getInterface("local");
     const networkmanager::EthParams& remote = manager.getInterface("remote");
     EXPECT_THAT(local, FieldsAre("local", "01_local.network", true, false, true));
@@ -51,7 +51,7 @@ TEST_F(NetworkManager, LoadsTheFilesOfItsInterfacesWhenItIsMade)
     networksimulation::NetworkManager another;
     EXPECT_EQ(another.getInterface("local").routes.get(), "dst=10.1.0.0/16,gw=192.168.10.2");
     EXPECT_TRUE(another.getInterface("remote").ipSettings.get()->dhcp);
-    EXPECT_EQ(another.getInterface("local").macAddress.get(), std::nullopt); // comes with a refresh
+    EXPECT_EQ(another.getInterface("local").macAddress.get(), std::nullopt); // empty until a refresh
     EXPECT_THAT(log.lines,
                 ElementsAre(_, "2 load network configuration for: local", "2 load network configuration for: remote"));
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the scenarios cannot show: settings by hand that the daemons do not understand, and the defaults of options.
+// Cases that scenarios cannot show: hand-written settings that the daemons do not understand, and default options.
 #include "networkhost/plan/Objections.h"
 
 #include "networkhost/change/Apply.h"
@@ -30,8 +30,9 @@ TEST(Objections, NameTheSettingAndItsFault)
                 ElementsAre("the route to 10.1.0.0/33 via 10.0.0.1: systemd-networkd does not understand it"));
     EXPECT_THAT(of({{"10.0.0.5/8"}, false, "", {{"0.0.0.0/0", "10.0.0.1"}}}),
                 ElementsAre("the route to 0.0.0.0/0 of remote is a default route: set the gateway instead"));
-    EXPECT_THAT(of({{}, true, "10.0.0.1", {{"10.1.0.0/16", "10.0.0.1"}}}), ElementsAre()); // a lease may reach both
-    EXPECT_THAT(of({{"10.0.0.0/31"}, false, "10.0.0.1", {}}), ElementsAre());              // no broadcast address
+    EXPECT_THAT(of({{}, true, "10.0.0.1", {{"10.1.0.0/16", "10.0.0.1"}}}),
+                ElementsAre());                                               // both may be in the subnet of a lease
+    EXPECT_THAT(of({{"10.0.0.0/31"}, false, "10.0.0.1", {}}), ElementsAre()); // a /31 has no broadcast address
 }
 
 TEST(Objections, RefuseAPlanUnlessItIsForced)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What begins, ends and guards trials, as processes of one simulated device, in all orders: see docs/testing.md.
+// Runs the callers and guards of trials as processes of one simulated device, in all orders. See docs/testing.md.
 #include "base/Paths.h"
 #include "networkhost/change/Apply.h"
 #include "networkhost/change/Guard.h"
@@ -32,39 +32,40 @@ namespace {
 struct Killed
 {};
 
-/// At that point of an order, the process that is about to do something lets the others go first until they pause
-/// ('y'), is stopped until the next event or for 15 s ('s'), or is killed ('k').
+/// An event at a point of an order. The process that is about to act lets the others run first until they pause ('y'),
+/// is stopped until the next event or for 15 s ('s'), or is killed ('k').
 struct Event
 {
     std::size_t point = 0;
     char what = 'y';
 };
-using Script = std::vector<Event>; // everywhere else, a process goes on until it pauses or ends
+using Script = std::vector<Event>; // at all other points, a process continues until it pauses or ends
 
-/// What may happen at a point, and a hash of all that matters for what follows.
+/// The possible events at a point. Each has a hash of everything that matters for the steps after it.
 using Choices = std::map<char, std::size_t>;
 
 struct Process
 {
     std::string name;
     milliseconds wake{};
-    std::optional<bool> isDone; // its answer to its caller
+    std::optional<bool> isDone; // the answer to the caller
     bool hasEnded = false;
     bool isKilled = false;
     bool isStopped = false;
-    std::size_t history = 0; // a hash of all that it has done and seen
-    std::size_t deeds = 0;   // a hash of what others can notice of it
+    std::size_t history = 0; // a hash of everything that the process has done and seen
+    std::size_t deeds = 0;   // a hash of everything that other processes can notice
     std::condition_variable turn;
     std::thread thread;
 };
 
-thread_local Process* theProcess = nullptr; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): of its thread
+thread_local Process* theProcess =
+    nullptr; // NOLINT(cppcoreguidelines-avoid-non-const-global-variables): each thread has its own
 
 using Answers = std::map<std::string, std::optional<bool>>; // by the name of the process
-using Texts = std::map<std::string, std::string>;           // of files that have changed, by path; empty: there is none
+using Texts = std::map<std::string, std::string>;           // changed files by path; empty when there is no file
 
-/// Its processes run one at a time. Each operation on a record, a lock, a configuration file or a daemon is a point, at
-/// which another one may go on.
+/// A device whose processes run one at a time. Each operation on a record, a lock, a configuration file or a daemon is
+/// a point, at which another process may continue.
 class Device : public networksimulation::Device
 {
 public:
@@ -85,7 +86,7 @@ public:
             theProcess = &process;
             try {
                 process.isDone = work(*this);
-            } catch (const Killed&) { // its locks are free now
+            } catch (const Killed&) { // the unwinding has released its locks
             }
             process.hasEnded = true;
             saw(std::to_string(process.isDone.value_or(false)));
@@ -109,7 +110,7 @@ public:
         });
     }
 
-    /// As that of the real device, with a process for the guard.
+    /// Does what the real device does. The guard is a process of this device.
     bool startGuard(const std::function<bool()>& isUp) override
     {
         for (int tries = 0; tries < 3 && theProcess != nullptr; ++tries) {
@@ -124,7 +125,7 @@ public:
         return theProcess == nullptr;
     }
 
-    /// Until all processes have ended.
+    /// Runs until all processes have ended.
     void run()
     {
         giveTurn(next());
@@ -134,7 +135,7 @@ public:
         }
     }
 
-    /// A point. Returns when the process is to do it.
+    /// A point before an operation. Returns when it is the turn of this process.
     void step(const std::string& operation, const std::string& path, bool canBeKilled = true)
     {
         auto* const self = theProcess;
@@ -180,12 +181,12 @@ public:
         if (theProcess == nullptr) {
             return advance(duration);
         }
-        constexpr milliseconds kShortest(200); // by then the daemons are through, and waits take fewer looks
+        constexpr milliseconds kShortest(200); // enough for the daemons, and saves looks
         theProcess->wake = now() + std::max(duration, kShortest);
         passTurn();
     }
 
-    /// What the process that runs learns.
+    /// Notes a result that the running process has learnt.
     void saw(const std::string& result)
     {
         if (theProcess != nullptr) {
@@ -219,12 +220,12 @@ public:
     }
 
     std::vector<std::unique_ptr<Process>> processes;
-    std::vector<std::string> trace;           // what was done, in order
-    std::vector<Choices> choices;             // before each of them
-    std::set<std::pair<Texts, Answers>> cuts; // what a power cut may leave, and what had been told until then
-    std::string fault;                        // what did not hold; empty when all did
+    std::vector<std::string> trace;           // the operations in order
+    std::vector<Choices> choices;             // the choices before each operation
+    std::set<std::pair<Texts, Answers>> cuts; // files that a power cut may leave, and the answers before it
+    std::string fault;                        // the first failed check; empty when there is none
     bool hasGuards = true;                    // for startGuard()
-    bool probesTakeLocks = false;             // a planted fault
+    bool probesTakeLocks = false;             // a deliberate fault
 
 private:
     Choices choicesOf(const Process& self, bool canBeKilled) const
@@ -254,7 +255,7 @@ private:
         return result;
     }
 
-    /// In turn, of those that are awake; time passes when nobody is. The one that runs comes last.
+    /// Returns the next awake process in turn, the running one last. Advances the clock while no process is awake.
     Process* next()
     {
         std::size_t first = 0;
@@ -311,15 +312,15 @@ private:
     Script script_;
     Texts texts_;
     std::size_t textsHash_ = 0;
-    std::size_t daemonsHash_ = 0; // of what they were told, and when
+    std::size_t daemonsHash_ = 0; // of the commands to the daemons and their times
     std::unique_ptr<networkhost::IFiles> files_;
     std::unique_ptr<networkmanager::ISystemIF> system_;
     std::mutex mutex_;
-    std::condition_variable turn_; // of the test
-    Process* running_ = nullptr;   // nullptr: the test
+    std::condition_variable turn_; // wakes the test
+    Process* running_ = nullptr;   // nullptr while the test runs
 };
 
-/// Its release is a point as well, but for a killed process.
+/// The release of this lock is a point as well, except in a killed process.
 class OwnLock : public networkhost::IFiles::Lock
 {
 public:
@@ -328,7 +329,7 @@ public:
     {}
     OwnLock(const OwnLock&) = delete;
     OwnLock& operator=(const OwnLock&) = delete;
-    ~OwnLock() override // NOLINT(bugprone-exception-escape): none is killed here
+    ~OwnLock() override // NOLINT(bugprone-exception-escape): no process is killed here
     {
         if (theProcess != nullptr && !theProcess->isKilled) {
             device_.step("unlock", path_, false);
@@ -376,7 +377,7 @@ public:
         device_.step("rename", from + ' ' + to);
         const auto error = Base::rename(from, to);
         device_.saw(error.message());
-        device_.changed({from, to}); // no power cut is in between
+        device_.changed({from, to}); // a power cut cannot separate the two
         return error;
     }
     std::error_code tryLock(const std::string& path, std::unique_ptr<networkhost::IFiles::Lock>& lock,
@@ -387,7 +388,7 @@ public:
         std::unique_ptr<networkhost::IFiles::Lock> own;
         const auto error = Base::tryLock(path, own, holder);
         if (error) {
-            device_.forgetUntil(history); // each try is as the one before
+            device_.forgetUntil(history); // a further try is like the one before
         } else {
             lock = std::make_unique<OwnLock>(device_, path, std::move(own));
         }
@@ -532,7 +533,7 @@ void prepare(Device& device, const Case& example)
     std::for_each(example.roles.begin(), example.roles.end(), [&device](Role role) { add(device, role); });
 }
 
-/// What does not hold of the files and of what was told of them.
+/// Names what is wrong with the files, or with the answers about them.
 std::string faultOf(networksimulation::Device& device, Answers answers)
 {
     const auto isAs = [&](const networkhost::FileChange& file, const std::optional<std::string>& text) {
@@ -563,12 +564,12 @@ std::string faultOf(networksimulation::Device& device, Answers answers)
     return lacking.empty() ? "" : "the device lacks " + lacking;
 }
 
-/// When all have ended, and another guard has seen to what the killed have left.
+/// Checks the device after all processes have ended and a further guard has run.
 void check(Device& device)
 {
     Answers answers;
     bool isKilled = false;
-    const bool breaksLock = device.processes.at(1)->name == "root's rollback"; // kills have no promise then
+    const bool breaksLock = device.processes.at(1)->name == "root's rollback"; // then a kill breaks no promise
     for (const auto& process : device.processes) {
         answers[process->name] = process->isDone;
         isKilled = isKilled || process->isKilled;
@@ -589,7 +590,7 @@ void check(Device& device)
 std::string faultAfterCut(const Texts& texts, const Answers& answers)
 {
     networksimulation::Device device;
-    device.reboot(); // that its next boot is another one than any of the record
+    device.reboot(); // the next boot must differ from the boot of any record
     device.reboot();
     for (const auto& [path, text] : texts) {
         text.empty() ? static_cast<void>(device.files().remove(path)) : device.put(path, text);
@@ -630,11 +631,12 @@ class Orders
 public:
     explicit Orders(const Case& example) : example_(example) { plans(); }
 
-    /// All with up to so many events. One at most kills a process; one at most stops one, and counts as two. Where two
-    /// orders come to the same situation, one goes on. Ends at the first fault.
+    /// Runs all orders with at most this many events. At most one event kills a process. At most one stops a process,
+    /// and it counts as two. When two orders lead to the same situation, only one is continued. Ends at the first
+    /// fault.
     void explore(std::size_t events)
     {
-        std::vector<std::vector<Script>> scripts(events + 1); // by what their events count
+        std::vector<std::vector<Script>> scripts(events + 1); // by the count of their events
         scripts[0] = {{}};
         for (std::size_t much = 0; much <= events; ++much) {
             for (std::size_t i = 0; i < scripts[much].size() && fault.empty(); ++i) {
@@ -654,7 +656,7 @@ public:
         }
     }
 
-    /// One order; what else could have happened at its points.
+    /// Runs one order. Returns the possible events at its points.
     std::vector<Choices> run(const Script& script)
     {
         std::vector<Choices> choices;
@@ -685,7 +687,7 @@ public:
     std::size_t cuts() const { return cuts_.size(); }
 
     std::string fault;
-    std::string last;               // order that was run, as a text
+    std::string last;               // the text of the last order
     std::vector<std::string> trace; // of the last order
     std::size_t count = 0;
 
@@ -703,7 +705,7 @@ std::size_t eventsAtMost()
 
 struct TrialOrders : testing::TestWithParam<Case>
 {
-    networksimulation::RecordingLog log; // keeps it away
+    networksimulation::RecordingLog log; // keeps the log out of the output
 };
 
 } // namespace

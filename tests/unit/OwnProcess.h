@@ -14,8 +14,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// Runs the body in a child beside this process, for what would change it or has to be another one; the end of the
-/// object waits for it. To be made before there are threads: the child would meet their locks.
+/// Runs the body in a child process, because it would change this process or needs another one. The destructor waits
+/// for the child. The object must be made before threads start, because the child could find their locks held.
 class OwnProcess
 {
 public:
@@ -24,7 +24,7 @@ public:
     {
         if (child_ == 0) {
             body();
-            std::fflush(stdout); // the failures
+            std::fflush(stdout); // prints the failures
             std::_Exit(testing::Test::HasFailure() ? 1 : 0);
         }
     }
@@ -41,7 +41,7 @@ private:
     pid_t child_;
 };
 
-/// In a process whose network and mounts are its own, where the commands have run.
+/// Runs the commands and then the body in a process with its own network and mounts.
 template <class Body>
 void inANetworkOf(const std::string& commands, Body body)
 {
@@ -50,14 +50,14 @@ void inANetworkOf(const std::string& commands, Body body)
         const int own = CLONE_NEWNET | CLONE_NEWNS;
         ASSERT_EQ(::unshare(user == 0 ? own : CLONE_NEWUSER | own), 0);
         if (user != 0) {
-            std::ofstream("/proc/self/uid_map") << "0 " << user << " 1"; // who may set up that network
+            std::ofstream("/proc/self/uid_map") << "0 " << user << " 1"; // root may set up that network
         }
         EXPECT_EQ(velbase2::system::executeCommand("set -e; mount --make-rprivate /; " + commands).errorOutput, "");
         body();
     });
 }
 
-/// Many children as of a host that forks and does not exec: they hold what was open, until they are ended.
+/// Many children of a host that forks without exec. They keep the open descriptors until they are ended.
 class SleepingChildren
 {
 public:

@@ -6,7 +6,7 @@
 using namespace std::chrono_literals;
 using velnetctl::Picture;
 
-/// The lines of a window, with what is marked in brackets and without blanks at the end.
+/// The lines of a window, without blanks at the end. Marked text is in brackets.
 std::string shown(const Picture& picture, int width, int height, Picture::Time now,
                   const networkhost::TrialState& trial = {})
 {

@@ -44,8 +44,8 @@ TEST(Plan, IsJudgedByTheFilesOfItsTime)
     ASSERT_TRUE(apply(device, networkhost::planRoutes(device, "remote", "")).isDone);
     ASSERT_TRUE(apply(device, networkhost::planDnsServer(device, "192.168.50.2", 0)).isDone);
     EXPECT_TRUE(apply(device, first).isDone);
-    EXPECT_EQ(waitUntilLive(device, first, seconds(10)), ""); // the route has gone meanwhile
-    EXPECT_EQ(tryOut(device, second).reason, "");             // the server is another one
+    EXPECT_EQ(waitUntilLive(device, first, seconds(10)), ""); // the route has been removed since the plan
+    EXPECT_EQ(tryOut(device, second).reason, "");             // the DNS server has changed since the plan
 }
 
 TEST(Plan, MadeByHandIsLiveWhenItsFilesAre)

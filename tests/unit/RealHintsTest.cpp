@@ -23,7 +23,7 @@ TEST(RealHints, ComeOfTheKernelAndOfFilesWhereverTheyComeFrom)
                   "ln -s third/b /etc/systemd/resolved.conf", "echo a > /etc/systemd/third/b"}) {
                 SCOPED_TRACE(command);
                 hints.rearm();
-                while (hints.take({})) { // what is left
+                while (hints.take({})) { // drops earlier hints
                 }
                 const auto done =
                     std::async(std::launch::async, [command] { EXPECT_EQ(executeCommand(command).errorOutput, ""); });

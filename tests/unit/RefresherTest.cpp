@@ -10,7 +10,7 @@ struct Refresher : testing::Test
 {
     Refresher() { device.watch(manager); }
 
-    /// What one pass publishes.
+    /// Makes one pass and returns the published events.
     auto pass()
     {
         refresh(manager);
@@ -21,7 +21,7 @@ struct Refresher : testing::Test
     networksimulation::NetworkManager manager;
 };
 
-/// Notes what is read of it, by path.
+/// Notes the paths that are read.
 struct ReadSystem : networksimulation::System
 {
     using System::System;
@@ -40,7 +40,7 @@ TEST_F(Refresher, PublishesEachFirstReadingAndThenOnlyChanges)
     EXPECT_THAT(pass(),
                 ElementsAre(published("local", "mac", "02:00:c0:a8:0a:01"),
                             published("local", "addresses", "192.168.10.1/24, fe80::c0ff:fea8:a01"),
-                            published("local", "link", "up"), // the loader has found the same settings
+                            published("local", "link", "up"), // no "live" event: the loader has found the same settings
                             published("local", "speed", "10000"), published("local", "duplex", "full"),
                             published("remote", "mac", "02:00:c0:a8:32:01"),
                             published("remote", "addresses", "192.168.50.100/24, fe80::c0ff:fea8:3201"),

@@ -16,7 +16,7 @@ TEST(Requests, TellTheStepThatFailed)
     EXPECT_FALSE(unwritten.isDone);
     EXPECT_EQ(unwritten.failures.at(0).error, std::errc::no_space_on_device);
     EXPECT_EQ(unwritten.reason, "cannot write /etc/systemd/resolved.conf.d/dns_domain.conf: No space left on device");
-    EXPECT_THAT(device.takeEvents(), testing::SizeIs(1)); // the failed write: nothing is restarted
+    EXPECT_THAT(device.takeEvents(), testing::SizeIs(1)); // only the failed write; no daemon is restarted
     device.failCommand("sudo /bin/systemctl restart", "Job failed.");
     EXPECT_EQ(networkhost::apply(device, networkhost::planRoutes(device, "local", "")).status, "internal error");
     EXPECT_EQ(networkhost::apply(device, networkhost::planIp(device, "eth9", {"", "", true, ""})).reason,

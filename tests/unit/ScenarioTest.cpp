@@ -16,7 +16,7 @@ namespace {
 struct RecordedStep
 {
     std::string step;
-    std::string expected; // stands below the step, indented
+    std::string expected; // the indented text below the step
 };
 
 class RecordedScenario : public testing::Test
@@ -37,7 +37,7 @@ private:
     std::vector<RecordedStep> steps_;
 };
 
-/// "GoesToDHCP" of "goes to DHCP [simulated]".
+/// Makes "GoesToDHCP" of "goes to DHCP [simulated]".
 std::string testName(const std::string& heading)
 {
     std::string name;

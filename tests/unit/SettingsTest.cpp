@@ -55,7 +55,7 @@ TEST(Settings, AreRefusedWhereAFileOfOthersAsksForMore)
     const auto document = saveSettings(device.files());
     device.put(kRemote, device.textOf(kRemote) + "[Route]\nDestination=10.9.0.0/16\nGateway=192.168.50.9\n");
     const auto plan = planSettings(device, document);
-    ASSERT_EQ(plan.files.size(), 1U) << plan.refusal; // by hand, but in a file of ours
+    ASSERT_EQ(plan.files.size(), 1U) << plan.refusal; // the line is hand-written, but in a file of the library
     EXPECT_EQ(plan.files[0].after, "[Match]\nName=remote\n\n[Network]\nDHCP=ipv4\n\n");
     device.put(kResolver + "hand.conf", "[Resolve]\nDNS=9.9.9.9\n");
     device.put(kRemote + ".d/51-ip_address.conf", "[Network]\nAddress=10.9.9.9/8\n");
@@ -89,5 +89,5 @@ TEST(Settings, TellThePlaceOfASyntaxError)
     EXPECT_THAT(fault("{\"gateway\": 1e999}"), testing::StartsWith("line 1, column 17: number overflow"));
     EXPECT_EQ(fault(" \n"), "the document is empty");
     EXPECT_THAT(fault("{}\n\n]"), testing::StartsWith("line 3, column 1: syntax error"));
-    EXPECT_THAT(fault("{\n\"dns\":\n"), testing::StartsWith("line 3, column 1: syntax error")); // behind the last byte
+    EXPECT_THAT(fault("{\n\"dns\":\n"), testing::StartsWith("line 3, column 1: syntax error")); // after the last byte
 }

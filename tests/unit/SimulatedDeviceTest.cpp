@@ -8,7 +8,7 @@
 TEST(SimulatedDevice, HasTheKernelsRouteTable)
 {
     networksimulation::Device device;
-    device.addAddress("local", "10.9.8.7/32"); // has no network
+    device.addAddress("local", "10.9.8.7/32"); // a /32 adds no route to a network
     device.addAddress("local", "10.9.8.6/31");
     std::string table;
     EXPECT_FALSE(device.files().read("/proc/net/route", table));
@@ -42,7 +42,7 @@ TEST(SimulatedDevice, TellsWhatHappened)
     files.replace("/etc/systemd/network/a", "text");
     files.rename("/etc/systemd/network/a", "/etc/systemd/network/b");
     files.remove("/etc/systemd/network/b");
-    files.remove("/etc/systemd/network/b"); // nothing is left
+    files.remove("/etc/systemd/network/b"); // it no longer exists
     files.replace("/etc/systemd/network/bad", "text");
     device.system().executeCmd("ip route flush 0/0");
     device.system().executeCmd("reboot");

@@ -8,8 +8,8 @@
 
 #include <gmock/gmock.h>
 
-/// A manager that is not started, over a simulated device that has booted, and one refresh later. From here on the
-/// device notes what is written, run, emitted and published.
+/// A manager that is not started, over a booted simulated device and after one refresh. From then on, the device notes
+/// events: written files, commands, emitted statuses and published cells.
 struct SimulatedManager : testing::Test
 {
     SimulatedManager()

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a set operation does with slots that throw or call it from two threads. The rest stands in tests/scenarios.
+// Slots that throw, and slots that call a set operation from two threads. tests/scenarios has the other cases.
 #include "SimulatedManager.h"
 
 #include <future>
@@ -9,7 +9,7 @@ using SetRoutesSlots = SimulatedManager;
 
 TEST_F(SetIpSlots, RunsAloneUntilItsSlotsHaveReturnedOrThrown)
 {
-    int running = 0; // not atomic: no two slots may run at once
+    int running = 0; // not atomic, because no two slots may run at once
     for (auto& entry : manager.getInterfaces()) {
         entry.second.holdsGateway = entry.second.dhcpSupported = false;
     }

@@ -23,7 +23,7 @@ TEST(SocketReader, GivesAddressesInTheKernelsOrder)
                  "bridge; ip addr add 10.9.9.9/8 dev eth90",
                  [] {
                      auto addresses = SocketReader().getInterfaceAddresses("eth9");
-                     ASSERT_GE(addresses.size(), 3U); // the kernel may have added a link-local one
+                     ASSERT_GE(addresses.size(), 3U); // the kernel may have added a link-local address
                      addresses.resize(3);
                      const std::vector<IpAddress> expected = {{IpAddressFamily::IPv4, "192.0.2.1", "255.255.255.0"},
                                                               {IpAddressFamily::IPv4, "10.0.0.1", "255.128.0.0"},
@@ -56,7 +56,7 @@ TEST(SocketReader, OpensItsSocketAsSoonAsItCan)
     OwnProcess([] {
         RecordingLog recorded;
         EXPECT_EQ(SocketReader().getInterfaceMac("eth99"), "");
-        recorded.lines.clear(); // a sanitizer needs descriptors to see what a line is made of for the first time
+        recorded.lines.clear(); // a sanitizer needs descriptors when the first line is built
         rlimit descriptors{};
         ::getrlimit(RLIMIT_NOFILE, &descriptors);
         const rlimit none{0, descriptors.rlim_max};

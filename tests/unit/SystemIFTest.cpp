@@ -11,7 +11,7 @@
 using networksimulation::RecordingLog;
 using Lines = std::vector<std::string>;
 
-/// Reads and runs nothing real. Commands that begin with `failing` fail.
+/// Reads texts instead of files, and runs no commands. Commands that begin with `failing` fail.
 struct SystemOfTexts : networkmanager::SystemIF
 {
     std::string readFile(const std::string& path) const override { return files.count(path) ? files.at(path) : ""; }
@@ -60,7 +60,7 @@ TEST(SystemIF, FindsTheGatewayOfRemoteInTheRouteTable)
     const std::pair<const char*, const char*> gatewayOfTable[] = {
         {"local\t00000000\t0101A8C0\t0003remote\t0000A8C0\t00000000\t0001remote\t00000000\tfe01a8c0\t0003",
          "192.168.1.254"},
-        {"xremote\t00000000\t0101A8C0\tremote\t00000000\t0201A8C0", "192.168.1.1"}, // of a name with this tail
+        {"xremote\t00000000\t0101A8C0\tremote\t00000000\t0201A8C0", "192.168.1.1"}, // a longer name with this end
         {"remote\t0000A8C0\t00000000", ""},                                         // no default route
         {"remote\t00000000\t0101A8", "0.0.0.0"},                                    // cut off
         {"remote\t00000000\t0x01A8C0", "0.0.0.0"},

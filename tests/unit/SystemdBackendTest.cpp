@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The operations of the backend itself; what it makes of files stands in tests/scenarios/Load.txt.
+// The operations of the backend. tests/scenarios/Load.txt shows how it reads files.
 #include "systemd/configuration/SystemdBackend.h"
 
 #include "SimulatedManager.h"

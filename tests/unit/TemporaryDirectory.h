@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string>
 
-/// A directory of its own below /tmp, removed at the end with all that it holds.
+/// Makes a new directory below /tmp, and removes it with its content at the end.
 class TemporaryDirectory
 {
 public:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the scenarios cannot show: what happens while a trial or its guard waits. Kills: see OrdersTest.cpp.
+// Events during the wait of a trial or its guard, which scenarios cannot show. For kills see OrdersTest.cpp.
 #include "networkhost/change/Trial.h"
 
 #include "networkhost/change/Apply.h"
@@ -21,10 +21,10 @@ namespace {
 
 constexpr const char* kRemotePath = "/etc/systemd/network/02_remote.network";
 
-/// On which something happens at a time.
+/// A device with an event at a given time.
 struct EventfulDevice : networksimulation::Device
 {
-    std::unique_ptr<networkhost::IHints> openHints() override { return IDevice::openHints(); } // none: it polls
+    std::unique_ptr<networkhost::IHints> openHints() override { return IDevice::openHints(); } // no hints: waits poll
     void pause(std::chrono::milliseconds duration) override
     {
         Device::pause(duration);
@@ -62,7 +62,7 @@ TEST(Trial, GoesBackWhenItsProcessIsKilledBeforeItIsLive)
     device.repair();
     const auto begin = device.now();
     networkhost::guardTrials(device, [](const std::string&) {});
-    EXPECT_LT(device.now() - begin, seconds(5)); // not after the time to wait
+    EXPECT_LT(device.now() - begin, seconds(5)); // before the time to wait is over
     EXPECT_EQ(trialState(device).why, "its process ended before it was live");
     EXPECT_EQ(device.textOf(kRemotePath), old);
 }

@@ -33,13 +33,13 @@ struct WriteFile : testing::Test
         EXPECT_EQ(::stat(path.c_str(), &status), 0);
         return status.st_mode & 07777U;
     }
-    /// The text that a reader sees who waits for his turn, too.
+    /// The text that a reader gets who takes the lock as well.
     std::string textInTurn() const
     {
         const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
         EXPECT_EQ(::flock(file.get(), LOCK_SH), 0);
         auto text = textOf(path);
-        ::flock(file.get(), LOCK_UN); // closing is not enough: a child forked meanwhile has the file open, too
+        ::flock(file.get(), LOCK_UN); // a child forked meanwhile keeps the file open
         return text;
     }
     void writeManyTimes(const std::string& text) const
@@ -97,7 +97,7 @@ TEST_F(WriteFile, WritesToTheFileThatReplacedItMeanwhile)
     ASSERT_EQ(::flock(other.get(), LOCK_EX), 0);
     auto writer = std::async(std::launch::async, writeFile, path, kShort);
     const auto opened = [this] {
-        std::error_code gone; // a descriptor may be closed meanwhile
+        std::error_code gone; // another thread may close a descriptor meanwhile
         int count = 0;
         for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
             count += std::filesystem::read_symlink(entry, gone) == path ? 1 : 0;

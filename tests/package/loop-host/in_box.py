@@ -22,7 +22,7 @@ def box(*arguments):
 
 
 def request(text):
-    """The connection, on which the answer will come. The socket lies in the box."""
+    """Sends the request to the socket in the box. Returns the connection, on which the answer will arrive."""
     client = socket.socket(socket.AF_UNIX, socket.SOCK_SEQPACKET)
     client.connect(f"/proc/{init}/root/run/host.socket")
     client.settimeout(60)
@@ -39,7 +39,7 @@ def wait_for_line(line, times=1):
 
 if code := subprocess.run([DEVICEBOX, "check"]).returncode:
     sys.exit(code)
-if os.geteuid() != 0:  # as devicebox does
+if os.geteuid() != 0:  # devicebox does the same
     os.execvp("sudo", ["sudo", "-n", "--preserve-env=DEVICEBOX_NAME,DEVICEBOX_CACHE", sys.executable, *sys.argv])
 box("down")
 try:
@@ -52,7 +52,7 @@ try:
     box("link", "remote", "down")
     wait_for_line("remote link: down")
 
-    # While a change is at work, the host answers, prints what changes, and its timer goes on.
+    # During a change, the host must answer, print changes, and run its timer.
     box("exec", "sh", "-c", HELD)
     first = request("set remote 192.168.50.20 255.255.255.0 192.168.50.1")
     request("set remote 192.168.50.21 255.255.255.0 192.168.50.1").close()

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""Asks the example host, as a client of its socket, for a plan and for two trials."""
+"""Asks the example host over its socket for a plan and for two trials."""
 import os
 import socket
 import subprocess
