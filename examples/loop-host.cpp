@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// A host with an event loop of its own, which never stands still. It prints what changes on the device, and changes
-// settings for others over a Unix socket (SOCK_SEQPACKET). Each connection sends one packet and gets one answer:
-//   set INTERFACE dhcp|ADDRESS [MASK [GATEWAY]]    when the daemons are restarted; the values follow
-//   try INTERFACE dhcp|ADDRESS [MASK [GATEWAY]]    when it is live; it goes back unless it is confirmed within 60 s
-//   confirm, rollback                              when the trial is over
-//   state                                          at once, whatever is under way: all that was published
-// Usage: loop-host SOCKET. SIGHUP prints the state; SIGTERM and SIGINT end it, after the change that runs.
+// A host with its own event loop, which is never blocked. It prints the changes of the device. Clients change settings
+// over a Unix socket (SOCK_SEQPACKET). Each connection sends one packet and gets one answer:
+//   set INTERFACE dhcp|ADDRESS [MASK [GATEWAY]]    answers when the daemons are restarted; the values follow
+//   try INTERFACE dhcp|ADDRESS [MASK [GATEWAY]]    answers when it is live; undone unless confirmed within 60 s
+//   confirm, rollback                              answers when the trial is over
+//   state                                          answers at once, also during a change: the last value of each cell
+// Usage: loop-host SOCKET. SIGHUP prints the state. SIGTERM and SIGINT end the host after the running change.
 #include <csignal>
 #include <cstdio>
 #include <iostream>
@@ -25,7 +25,7 @@
 
 namespace {
 
-/// Runs on a thread beside the loop: it may take its time, and touches nothing of the loop's.
+/// Runs on another thread than the loop. It may take long, and must not use the loop's data.
 std::string carryOut(networkhost::IDevice& device, const std::string& request)
 {
     std::istringstream words(request);
@@ -43,19 +43,19 @@ std::string carryOut(networkhost::IDevice& device, const std::string& request)
     return outcome.isDone ? "done\n" : "not done: " + outcome.reason + '\n';
 }
 
-/// Only the user that the host runs as may connect. -1, with errno, on failure.
+/// Only the host's own user may connect. Returns -1 and sets errno on failure.
 int listenAt(const std::string& path)
 {
     sockaddr_un address = {AF_UNIX, {}};
     const bool isPath = !path.empty() && path.copy(address.sun_path, sizeof address.sun_path - 1) == path.size();
-    ::unlink(path.c_str()); // of a run before
+    ::unlink(path.c_str()); // an earlier run may have left it
     const int listener = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    ::fchmod(listener, 0600); // the mode of the file as well
+    ::fchmod(listener, 0600); // bind() gives the file this mode
     const auto* const place = reinterpret_cast<const sockaddr*>(&address);
     return isPath && ::bind(listener, place, sizeof address) == 0 && ::listen(listener, 8) == 0 ? listener : -1;
 }
 
-/// Readable for the signal, which does nothing else any more: in this thread, and all that it starts.
+/// The descriptor becomes readable at the signal. The signal is blocked in this thread and in those that it starts.
 int openSignal(int signal)
 {
     sigset_t set;
@@ -65,7 +65,7 @@ int openSignal(int signal)
     return ::signalfd(-1, &set, SFD_CLOEXEC);
 }
 
-/// What there is to read; nothing for what is too long to be a request.
+/// Reads a request. A packet that is too long for a request gives an empty text.
 std::string take(int fd)
 {
     std::string text(256, '\0');
@@ -73,7 +73,7 @@ std::string take(int fd)
     return size < 0 || size == 256 ? "" : text.substr(0, static_cast<std::size_t>(size));
 }
 
-/// Waits for no client: the answer fits into its socket, or it has gone.
+/// Does not wait for the client. The answer fits into the socket's buffer, unless the client has gone.
 void answer(int client, const std::string& text)
 {
     ::send(client, text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
@@ -91,22 +91,23 @@ int main(int argc, char** argv)
         std::perror("usage: loop-host SOCKET");
         return 2;
     }
-    const int hangUp = openSignal(SIGHUP); // the signals before there is a thread
+    const int hangUp = openSignal(SIGHUP); // before a thread starts, because threads inherit the blocked signals
     const int interrupt = openSignal(SIGINT);
     const int terminate = openSignal(SIGTERM);
 
     std::map<std::string, std::string> state; // a line for each cell
     const auto add = [](const std::string& lines, const auto& cell) { return lines + cell.second; };
     const auto stateText = [&] { return std::accumulate(state.begin(), state.end(), std::string(), add); };
-    int underWay = 0; // changes
+    int underWay = 0; // changes that have not ended
     networkhost::RealDevice device;
-    networkmanager::detail::NetworkManager<networkmanager::NetworkManagerData> manager; // is not started
+    networkmanager::detail::NetworkManager<networkmanager::NetworkManagerData>
+        manager; // not started: the loop refreshes
     networkhost::connectToEachCell(manager, [&state](const std::string& source, const char* name, const auto& content) {
         auto& line = state[source + name];
         line = source + ' ' + name + ": " + networkhost::toText(content) + '\n';
-        std::cout << line << std::flush; // to the journal, which keeps nobody waiting
+        std::cout << line << std::flush; // to the journal, which does not block
     });
-    networkhost::LiveUpdates updates(device, manager); // the last one: it ends before all that it uses
+    networkhost::LiveUpdates updates(device, manager); // last: destroyed before the objects that it uses
     const int epoll = ::epoll_create1(EPOLL_CLOEXEC);
     const auto watch = [epoll](int fd, std::uint32_t events) {
         epoll_event event = {events, {}};
@@ -117,12 +118,13 @@ int main(int argc, char** argv)
         watch(fd, EPOLLIN);
     }
     for (epoll_event event = {};;) {
-        const int fd = ::epoll_wait(epoll, &event, 1, -1) == 1 ? event.data.fd : -1; // broken off
+        const int fd =
+            ::epoll_wait(epoll, &event, 1, -1) == 1 ? event.data.fd : -1; // -1: a signal interrupted the wait
         if (fd == interrupt || fd == terminate) {
             return 0;
         }
         if (fd == updates.fd()) {
-            updates.dispatch(); // in here run the slots, and what follows a change
+            updates.dispatch(); // runs slots and the callbacks of finished changes
         } else if (fd == listener) {
             watch(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC), EPOLLIN | EPOLLONESHOT);
         } else if (const auto request = take(fd); fd == timer) {

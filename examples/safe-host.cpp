@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// A host that lets others change the settings of the device over a Unix socket, and cannot be locked out by them. Each
-// connection sends one line and gets one answer:
+// A host whose clients change the settings of the device over a Unix socket. A wrong change cannot lock them out,
+// because each change is a trial. Each connection sends one line and gets one answer:
 //
-//   plan INTERFACE dhcp|ADDRESS/LENGTH [GATEWAY]            what would be written and run
-//   try SECONDS INTERFACE dhcp|ADDRESS/LENGTH [GATEWAY]     do it, and go back unless it is confirmed in time
-//   confirm, rollback, pending                              about the trial
+//   plan INTERFACE dhcp|ADDRESS/LENGTH [GATEWAY]            shows the files and commands of the change
+//   try SECONDS INTERFACE dhcp|ADDRESS/LENGTH [GATEWAY]     makes the change, and undoes it unless confirmed in time
+//   confirm, rollback, pending                              confirms, ends or shows the trial
 //
 // Usage: safe-host SOCKET [--simulated]
 #include <cerrno>
@@ -31,7 +31,7 @@ std::string textOf(const networkhost::Outcome& outcome, const std::string& whenD
     return text;
 }
 
-/// The words are "remote 10.0.0.5/24 10.0.0.1"; the plan tells what is wrong with them.
+/// The words are for example "remote 10.0.0.5/24 10.0.0.1". For wrong words, the plan is refused with a reason.
 networkhost::Plan planOf(networkhost::IDevice& device, std::istream& words)
 {
     std::string interfaceName;
@@ -84,7 +84,7 @@ std::string answer(networkhost::IDevice& device, const std::string& request)
     return verb == "pending" ? trialState(device).text() + '\n' : "refused: unknown request\n";
 }
 
-/// The first line that the client sends, at most 4 KiB of it.
+/// The first line from the client, at most 4 KiB.
 std::string readLine(int client)
 {
     std::string line;
@@ -95,7 +95,7 @@ std::string readLine(int client)
     return line;
 }
 
-/// Only the user that the host runs as may connect. -1, with errno, on failure.
+/// Only the host's own user may connect. Returns -1 and sets errno on failure.
 int listenAt(const std::string& path)
 {
     sockaddr_un address = {};
@@ -106,7 +106,7 @@ int listenAt(const std::string& path)
     }
     std::memcpy(address.sun_path, path.c_str(), path.size());
     const int listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    ::unlink(path.c_str()); // of a run before
+    ::unlink(path.c_str()); // an earlier run may have left it
     ::umask(0177);
     const bool isListening = listener >= 0 &&
                              ::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
@@ -132,7 +132,7 @@ int main(int argc, char** argv)
     }
     for (;;) {
         const int client = ::accept(listener, nullptr, nullptr);
-        const timeval patience = {5, 0}; // with a client that sends no line
+        const timeval patience = {5, 0}; // limits the wait for a client that sends no line
         ::setsockopt(client, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
         const auto text = answer(*device, readLine(client));
         ::send(client, text.data(), text.size(), MSG_NOSIGNAL);

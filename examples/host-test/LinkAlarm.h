@@ -8,7 +8,7 @@
 class LinkAlarm
 {
 public:
-    /// The alarm outlives the manager, whose thread calls it.
+    /// The alarm must outlive the manager, whose thread calls it.
     template <class Manager>
     LinkAlarm(Manager& manager, const char* interfaceName)
     {

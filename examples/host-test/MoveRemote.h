@@ -6,7 +6,8 @@
 #include <chrono>
 #include <string>
 
-/// Gives remote a static address and waits until the device has it. The empty text, or why not, for the log.
+/// Gives remote a static address and waits until the device has it. Returns the reason of a failure for the log, or an
+/// empty text.
 inline std::string moveRemoteTo(networkhost::IDevice& device, const std::string& address)
 {
     const auto plan = networkhost::planIp(device, "remote", {address, "255.255.255.0", false, ""});
