@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The C library's allocation with a counter: also its own calls, and those of the libraries, come here.
+// Replaces the C library's allocation functions by ones that count. The calls of the C library itself and of other
+// libraries are counted as well.
 #include "Turns.h"
 
 #include <atomic>

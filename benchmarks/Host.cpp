@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A host: it makes a manager and waits, makes none and waits, or asks a manager to set an address of remote.
+// A host for measurements. It makes a manager and waits, waits without a manager, or sets an address of remote.
 #include "networkmanager/NetworkManager.h"
 
 #include <iostream>

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What the library does again and again, each beside what it cannot do without or what else does the same.
+// The frequent operations of the library. Each is measured beside its unavoidable part, or beside other code that does
+// the same.
 #include "Turns.h"
 #include "base/ExecuteCommand.h"
 #include "networkmanager/EthernetInterfaces.h"
@@ -51,7 +52,7 @@ void listAddresses()
     ::freeifaddrs(list);
 }
 
-/// The floor of a pass: the same files and calls in the same order, and nothing done with what they yield.
+/// The floor of a pass: the same files and calls in the same order, without any use of their results.
 Run callsOfAPass()
 {
     return [] {
@@ -100,7 +101,7 @@ Run twoLocksAndAComparison()
     };
 }
 
-/// The memory of a large host, which a child of it must not copy.
+/// Uses as much memory as a large host. The cost of a command must not depend on it.
 void use512MiB()
 {
     static const std::vector<char> memory(std::size_t{512} << 20U, 1);
@@ -113,14 +114,14 @@ Run command()
     return [] { keep(velbase2::system::executeCommand("/bin/true")); };
 }
 
-/// Captures nothing, and gives a wrong answer in a host that ignores SIGCHLD.
+/// system(3) captures no output, and its result is wrong in a host that ignores SIGCHLD.
 Run commandBySystem()
 {
     use512MiB();
     return [] { keep(std::system("/bin/true")); };
 }
 
-/// Copies the page tables.
+/// fork(2) copies the page tables.
 Run commandByFork()
 {
     use512MiB();

@@ -33,10 +33,10 @@ struct Entry
 {
     std::string name;
     Run run;
-    long count; // in a turn
+    long count; // runs in a turn
 };
 
-/// Comes after a first run, which is not like the others.
+/// Returns how many runs fit into a turn. Makes one run before, because the first one takes longer.
 long countFor(Nanoseconds turn, const Run& run)
 {
     auto begin = now(CLOCK_MONOTONIC);
@@ -84,7 +84,7 @@ int takeTurns(const Candidates& candidates, int argc, char** argv)
         }
         for (long turns = std::stol(words.at(0)); turns > 0; --turns) {
             std::for_each(entries.begin(), entries.end(), takeTurn);
-            std::reverse(entries.begin(), entries.end()); // whoever comes first may have it better
+            std::reverse(entries.begin(), entries.end()); // the first one may have an advantage
         }
         return EXIT_SUCCESS;
     } catch (const std::logic_error&) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Things that are measured side by side, in one process.
+// Measures several candidates side by side in one process.
 #pragma once
 
 #include <functional>
@@ -10,19 +10,21 @@ namespace benchmarks {
 
 using Run = std::function<void()>;
 
-/// By name: what makes a run, which is made only when it is asked for, so that it finds the process as it should be.
+/// Functions by name that prepare a run. A run is prepared only when it is asked for, because the preparation of others
+/// could change the process.
 using Candidates = std::map<std::string, std::function<Run()>>;
 
-/// A main: PROGRAM TURNS MILLISECONDS NAME... runs each of the named for about so long, one after the other, again and
-/// again. Prints a line for each candidate of each turn: its name, and, for one run of it, nanoseconds of CPU time of
-/// this process, nanoseconds by the clock, and allocations of memory.
-/// PROGRAM runs COUNT NAME runs it that often and does nothing else, for those who count from outside.
+/// The main() of a benchmark.
+/// PROGRAM TURNS MILLISECONDS NAME... runs the named candidates one after the other in each turn, each for about this
+/// time. Prints a line for each candidate and turn: its name, and for one run the nanoseconds of CPU time of this
+/// process, the nanoseconds by the clock, and the number of allocations.
+/// PROGRAM runs COUNT NAME only makes COUNT runs, for tools that count from outside.
 int takeTurns(const Candidates& candidates, int argc, char** argv);
 
-/// Calls of malloc, calloc, realloc and the like in this process so far, those of operator new among them.
+/// The number of allocations in this process so far: calls of malloc, calloc, realloc and operator new.
 unsigned long allocations();
 
-/// Keeps the compiler from leaving out what made it.
+/// Keeps the compiler from removing the code that computes the value.
 template <class T>
 void keep(const T& value)
 {

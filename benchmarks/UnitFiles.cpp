@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A unit file from text in memory, by the library and by others. Neither of them checks what the others do.
+// Parses a unit file from text in memory, with the library and with other parsers. They do not check the same things.
 #include "Turns.h"
 #include "systemd/configuration/UnitFile.h"
 
@@ -36,8 +36,8 @@ void parseByPropertyTree(const std::string& text)
     keep(tree);
 }
 
-/// Sections with names of their own: of two that share one, the three would make different things. All are of the same
-/// length, at the end of a long text, too.
+/// Makes sections with different names, because the three parsers treat sections of the same name differently. All
+/// sections have the same length, also at the end of a long text.
 std::string textOf(std::size_t bytes)
 {
     std::string text;
