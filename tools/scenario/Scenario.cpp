@@ -23,7 +23,7 @@ namespace logging = velbase2::system::log;
 
 namespace {
 
-/// The parts of "A && B", which are asked for without a pause between.
+/// The parts of "A && B". They run without a pause in between.
 std::vector<std::string> partsOf(const std::string& step)
 {
     const std::string separator = " && ";
@@ -46,7 +46,7 @@ void replaceAll(std::string& text, const std::string& old, const std::string& re
 
 } // namespace
 
-/// Tells of each write and command, and has the device do it.
+/// Reports each write and command, and passes it on to the device.
 class Scenario::Recorder : public networkmanager::SystemIF
 {
 public:
@@ -105,7 +105,7 @@ Scenario::Scenario(networkhost::IDevice& device, Surroundings surroundings)
       lease_(networkhost::readLiveState(device).interfaces.at("remote").lease.address), backend_(device.files()),
       manager_(backend_, std::make_unique<Recorder>(device.system(), *this))
 {
-    ::setenv("NO_COLOR", "1", 1); // what velnetctl prints is told as it is
+    ::setenv("NO_COLOR", "1", 1); // keeps colour codes out of velnetctl's output
     logging::setMinimumLevel(logging::kFileProblem + 1);
     refresh();
     shown_ = liveText();
@@ -141,7 +141,7 @@ std::string Scenario::run(const std::string& step)
 
 void Scenario::refresh()
 {
-    // A pass of its own: the thread of a manager would show some steps of the daemons and miss others.
+    // Makes one pass after the step. The thread of a manager would show some steps of the daemons and miss others.
     networkmanager::Refresher(manager_.getSignals(), manager_.getInterfaces(), device_.system()).refresh();
 }
 
@@ -221,7 +221,7 @@ void Scenario::settle()
     constexpr milliseconds kLimit(15000);
     constexpr milliseconds kStep(20);
     const auto end = device_.now() + kLimit;
-    // Nothing tells that a daemon has given up: what is asked for and does not come is waited for longer.
+    // There is no sign that a daemon has given up. Therefore the wait is longer for settings that do not become live.
     auto before = liveText();
     auto since = device_.now();
     while (device_.now() < end) {

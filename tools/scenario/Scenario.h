@@ -16,10 +16,10 @@ class Step
 public:
     explicit Step(const std::string& line);
 
-    /// The word of that number; empty when there are fewer.
+    /// The word with that index. Empty when there are fewer words.
     std::string word(std::size_t index) const;
 
-    /// All behind that many words, with "\\n", "\\r", "\\t", "\\e" and "\\s" (a blank) for what they stand for.
+    /// The text after `count` words. The escapes "\\n", "\\r", "\\t", "\\e" and "\\s" (a blank) are replaced.
     std::string textAfter(std::size_t count) const;
 
 private:
@@ -27,22 +27,21 @@ private:
     std::vector<std::string> words_;
 };
 
-/// A manager over a device, real or simulated, that is told one step after the other and tells what comes of each:
-/// files, commands, statuses, cells, and what changed in kernel and resolver. The same steps give the same text on
-/// both.
+/// Runs steps with a manager over a real or simulated device. Returns the results of each step as a text: files,
+/// commands, statuses, cells, and changes of the kernel and the resolver. The text is the same on both devices.
 class Scenario
 {
 public:
-    /// Does what comes from outside, as "plug IF", and returns what there is to tell.
+    /// Runs a step that comes from outside the device, for example "plug IF". Returns the lines to add to the result.
     using Surroundings = std::function<std::string(const Step& step)>;
 
-    /// The device outlives it.
+    /// The device outlives the scenario.
     Scenario(networkhost::IDevice& device, Surroundings surroundings);
     Scenario(const Scenario&) = delete;
     Scenario& operator=(const Scenario&) = delete;
     ~Scenario();
 
-    /// Does one step, lets the daemons settle, refreshes the cells. What came of it, one thing a line.
+    /// Runs one step, lets the daemons settle, and refreshes the cells. Returns one result per line.
     std::string run(const std::string& step);
 
 private:
@@ -59,9 +58,9 @@ private:
 
     networkhost::IDevice& device_;
     Surroundings surroundings_;
-    std::string lease_; // differs between devices, so that it is told as LEASE
+    std::string lease_; // shown as LEASE, because it differs between devices
     std::string told_;
-    std::string shown_; // of kernel and resolver, after the last step
+    std::string shown_; // the state of kernel and resolver after the last step
     networkhost::Backend backend_;
     networkmanager::detail::NetworkManagerImpl<networkhost::Backend> manager_;
 };

@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <string>
 
-/// A scenario on a simulated device that is called as the device box is.
+/// A scenario on a simulated device with the host name of the device box.
 class SimulatedScenario
 {
 public:
@@ -67,7 +67,7 @@ private:
         return {};
     }
 
-    /// What a manager would find in the cells of an interface when it is made.
+    /// The cells of an interface in a new manager.
     static std::string load(const std::string& interfaceName)
     {
         auto interfaces = networkmanager::EthernetInterfaces().interfaces;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Reads steps from standard input and prints what comes of each, with a line "." behind it and one before the first: on
-// this device, or with
-// --simulated on a new simulated one. On this device, what comes from outside has been done by whoever wrote the step.
+// Reads steps from standard input and prints the results of each. Prints a line "." before the first step and after
+// each step. Runs on this device, or with --simulated on a new simulated one. On this device, the caller has already
+// carried out the steps from outside.
 #include "Scenario.h"
 #include "SimulatedScenario.h"
 #include "networkhost/device/RealDevice.h"
@@ -12,7 +12,7 @@ int main(int argc, char** /*argv*/)
 {
     const auto answer = [](auto& scenario) {
         std::string step;
-        std::cout << '.' << std::endl; // it knows how the device is before the first step
+        std::cout << '.' << std::endl; // the state before the first step has been read
         while (std::getline(std::cin, step)) {
             std::cout << scenario.run(step) << '.' << std::endl;
         }

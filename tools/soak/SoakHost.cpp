@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-// The host that tools/soak/soak watches: a started manager, and LiveUpdates with a manager of its own. Takes one
-// request a line and answers each with a line, before it takes the next one:
-//   apply KIND INTERFACE [VALUE]          KIND is ip, gateway, dns, domain or routes. "done", when it is live
-//   try SECONDS KIND INTERFACE [VALUE]    "done", when the time to confirm in has begun
+// The host that tools/soak/soak watches. It has a started manager, and LiveUpdates with another manager. It takes one
+// request per line, and answers with a line before it takes the next one:
+//   apply KIND INTERFACE [VALUE]          KIND is ip, gateway, dns, domain or routes. "done" when it is live
+//   try SECONDS KIND INTERFACE [VALUE]    "done" when the countdown has begun
 //   confirm, rollback                     "done"
-//   state                                 of the trial, in a sentence
-//   missing                               what is not live within 30 s; "nothing"
+//   state                                 the state of the trial in a sentence
+//   missing                               the settings that are not live within 30 s, or "nothing"
 //   figures                               bytes of the heap in use, refreshes, dispatches, emissions
-// Usage: soak_host VELNETCTL. Ends with its input.
+// Usage: soak_host VELNETCTL. Ends at the end of its input.
 #include "base/IpHelper.h"
 #include "base/Log.h"
 #include "networkhost/change/Apply.h"
@@ -57,7 +57,7 @@ std::string answerTo(const networkhost::Outcome& outcome)
     return outcome.isDone ? "done" : "not done: " + outcome.reason;
 }
 
-/// Beside the loop.
+/// Runs on another thread than the loop.
 std::string carryOut(IDevice& device, const std::string& request)
 {
     std::istringstream words(request);

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
-// Everything at once that may be done at once, for the thread sanitizer: a manager that is refreshed without a pause,
-// and on other threads set operations, slots that come, go and throw, and readers; beside it LiveUpdates over the
-// simulated device. Prints how much of each there was; exit code 1 when there was none, or a value was not right.
-// Usage: stress [SECONDS], otherwise 60.
+// For the thread sanitizer: does everything at once that the library allows. One thread refreshes a manager without a
+// pause. Other threads run set operations, connect and disconnect slots, throw in slots, and read. LiveUpdates runs
+// over the simulated device at the same time. Prints the number of each operation. The exit code is 1 when one of them
+// never happened, or when a value was wrong.
+// Usage: stress [SECONDS]. The default is 60.
 #include "base/IpHelper.h"
 #include "networkhost/change/Apply.h"
 #include "networkhost/change/Trial.h"
@@ -28,7 +29,7 @@ using velbase2::nsa::common::IpSettings;
 using velbase2::system::iphelper::leadingNumber;
 namespace status = networkmanager::status;
 
-constexpr auto kRelaxed = std::memory_order_relaxed; // what the program itself shares is not to order its threads
+constexpr auto kRelaxed = std::memory_order_relaxed; // the program's own data must not order its threads
 
 struct Thrown : std::exception
 {};
@@ -36,7 +37,7 @@ struct Thrown : std::exception
 // NOLINTBEGIN(cppcoreguidelines-avoid-non-const-global-variables)
 std::atomic<unsigned> faults = 0;
 thread_local bool isSettingIp = false;
-thread_local std::string statusHere; // the last one that this thread has emitted
+thread_local std::string statusHere; // the last status that this thread has emitted
 // NOLINTEND(cppcoreguidelines-avoid-non-const-global-variables)
 
 void expect(bool holds, const std::string& what)
@@ -46,13 +47,13 @@ void expect(bool holds, const std::string& what)
     }
 }
 
-/// Each member follows from the last octet.
+/// The last octet determines all members.
 IpSettings settingsOf(int octet)
 {
     return {"10.0.0." + std::to_string(octet), "255.0.0." + std::to_string(octet), octet % 3 == 0, ""};
 }
 
-/// What is read follows from the number of the pass. Without a lock, which would order the threads that come by here.
+/// The number of the pass determines all readings. There is no lock, because it would order the threads.
 struct System : networkmanager::SystemIF
 {
     IpSettings settings() const { return settingsOf(pass.load(kRelaxed) % 250); }
@@ -73,7 +74,7 @@ struct System : networkmanager::SystemIF
     bool note() const
     {
         if (isSettingIp) {
-            ++stepsOfSetIp; // without a lock: one call at a time
+            ++stepsOfSetIp; // needs no lock, because setIp runs one call at a time
         }
         return true;
     }
@@ -81,7 +82,7 @@ struct System : networkmanager::SystemIF
     mutable unsigned stepsOfSetIp = 0;
 };
 
-/// The cells of a manager, and what a slot of each has seen that is always connected.
+/// The cells of a manager. Each has a slot that is always connected and notes its values.
 struct Watched
 {
     template <class Manager>
@@ -93,14 +94,14 @@ struct Watched
         }
         networkhost::connectToEachCell(
             manager, [this](const std::string& source, const char* name, const auto& content) {
-                auto& cell = cells.at(source + ' ' + name); // without a lock: the slots of a cell take turns
+                auto& cell = cells.at(source + ' ' + name); // needs no lock: the slots of a cell take turns
                 const auto before = std::exchange(cell.emitted, networkhost::toText(content));
                 expect(cell.emitted != before, std::string("emitted without a change: ") + name);
                 ++cell.emissions;
             });
     }
 
-    /// Between two passes, on their thread.
+    /// Runs between two passes, on the thread of the passes.
     void note()
     {
         const auto noteCell = [this](const std::string& name, const std::string& text) {
@@ -116,12 +117,12 @@ struct Watched
             host, [&](const char* name, auto& cell) { noteCell(std::string("host ") + name, cell.get()); });
     }
 
-    /// When all has ended.
+    /// Runs when all threads have ended.
     void check()
     {
         note();
         for (const auto& [name, cell] : cells) {
-            const bool isOfPasses = name.find(" routes") == std::string::npos; // others assign these at any time
+            const bool isOfPasses = name.find(" routes") == std::string::npos; // set operations assign routes
             expect(cell.read == cell.emitted, "not what was emitted last: " + name);
             expect(!isOfPasses || cell.emissions == cell.changes, "emitted more or less often than changed: " + name);
         }
@@ -139,7 +140,7 @@ struct Watched
     std::map<std::string, Cell> cells;
 };
 
-/// `octet`: 0 to 9; those near 0 stand for what is refused, too.
+/// `octet` is 0 to 9. Low values also stand for requests that are refused.
 template <class Manager>
 bool setSomething(Manager& manager, int kind, const std::string& name, int octet)
 {
@@ -209,7 +210,8 @@ void copyAndRead(Watched& watched)
     expect(watched.host.gateway.get().find("10.0.0.") == 0, "a torn gateway");
 }
 
-/// True when it did what was asked for. While a trial waits for the device, the others begin, and may be refused.
+/// Returns whether the change had the expected outcome. While a trial waits for the device, other changes begin and may
+/// be refused.
 bool change(networkhost::IDevice& device, unsigned number)
 {
     const auto address = "10.1.0." + std::to_string(1 + number / 4 % 250);
@@ -225,7 +227,7 @@ bool change(networkhost::IDevice& device, unsigned number)
     }
 }
 
-/// One turn of a host's loop; `told` changes are done.
+/// One turn of a host's loop. `told` has the finished changes.
 void dispatch(networkhost::LiveUpdates& updates, networksimulation::Device& device, unsigned& started,
               std::set<unsigned>& told)
 {
@@ -269,7 +271,7 @@ int main(int argc, char** argv)
             for (; !isOver.load(kRelaxed); count.fetch_add(1, kRelaxed)) {
                 try {
                     turn();
-                } catch (const Thrown&) { // by a slot, to whoever assigned or asked
+                } catch (const Thrown&) { // a slot's exception reaches the caller
                 }
             }
         });
@@ -293,12 +295,12 @@ int main(int argc, char** argv)
         thread.join();
     }
     watched.note();
-    refresher.refresh(); // a slot may have broken off the last one
+    refresher.refresh(); // an exception of a slot may have ended the last pass
     watched.check();
     expect(manager.getInterface("remote").ipSettings.get() == system.settings(),
            "the last settings are not those read");
     while (told.size() < started || simulated.getSignals().hostname.get() != std::to_string(started)) {
-        updates.dispatch(); // until all is told and shown
+        updates.dispatch(); // until all changes are reported and shown
     }
     counts["changes"] = told.size();
     for (const auto& [what, count] : counts) {
