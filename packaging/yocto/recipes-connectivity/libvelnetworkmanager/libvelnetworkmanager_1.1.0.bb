@@ -5,7 +5,7 @@ changes addresses, default gateway, DNS and static routes through systemd-networ
 LICENSE = "MIT"
 LIC_FILES_CHKSUM = "file://LICENSE;md5=64a7f7247e283e1ea7bcb3798449bf56"
 
-# The layer is part of the project: what is built is the tree that it lies in.
+# The layer is part of the project. The recipe builds the source tree that contains it.
 inherit externalsrc
 EXTERNALSRC = "${@os.path.abspath(d.getVar('THISDIR') + '/../../../..')}"
 EXTERNALSRC_SYMLINKS = ""
@@ -58,7 +58,7 @@ SUMMARY:velnetworkmanager-host = "Lets a host of libVelNetworkManager run withou
 SUMMARY:velnetctl = "Shows and changes the network settings of an embedded device"
 SUMMARY:libvelnetworkhost = "Network settings as plans, trials and one document"
 
-# The files for CMake name all libraries, so all of them have to be there.
+# The CMake files name all libraries. Therefore all of them have to be installed.
 RDEPENDS:${PN}-dev += "${PN}-staticdev libvelnetworkhost boost-dev"
 RDEPENDS:velnetworkmanager-host = "velnetctl bash util-linux iproute2 net-tools sudo systemd"
 RRECOMMENDS:${PN} = "iproute2 net-tools sudo"
@@ -66,6 +66,7 @@ RRECOMMENDS:${PN} = "iproute2 net-tools sudo"
 SYSTEMD_PACKAGES = "velnetworkmanager-host"
 SYSTEMD_SERVICE:velnetworkmanager-host = "velnet-guard.path velnet-guard-boot.service"
 
-# The same user as in packaging/sysusers.d, which makes none where there is one: for images without systemd-sysusers.
+# The user of packaging/sysusers.d, for images without systemd-sysusers. With it, sysusers.d finds the user and makes
+# no other.
 USERADD_PACKAGES = "velnetworkmanager-host"
 USERADD_PARAM:velnetworkmanager-host = "--system --user-group --home-dir / --no-create-home --shell /sbin/nologin velnet"
