@@ -120,7 +120,7 @@ public:
 
     // Locks of files
 
-    /// Returns false when somebody has the lock.
+    /// Returns false when the lock is already held.
     bool lock(const std::string& path);
     void unlock(const std::string& path);
 

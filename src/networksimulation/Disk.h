@@ -51,7 +51,7 @@ public:
     /// Writes without an event, whatever the faults are.
     void put(const std::string& path, const std::string& text);
 
-    /// Returns false when somebody has the lock of that file.
+    /// Returns false when the lock of that file is already held.
     bool lock(const std::string& path);
     void unlock(const std::string& path);
 

@@ -10,7 +10,7 @@
 
 namespace networksimulation {
 
-/// What a DHCP server at the far end of an interface gives.
+/// The lease that a DHCP server at the far end of an interface gives.
 struct DhcpServer
 {
     std::string address;

@@ -174,7 +174,7 @@ std::string Kernel::addDefaultRoute(const std::string& gateway)
         return "SIOCADDRT: Invalid argument\n";
     }
     const auto address = iphelper::cleanupIP(gateway);
-    // Of the routes with the same metric, the kernel lists the newest first.
+    // The kernel lists the newest of the routes with the same metric first.
     const auto add = [&](const std::string& interfaceName) {
         routes.insert(routes.begin(), {interfaceName, kAny, kAny, address, 0});
         return std::string();

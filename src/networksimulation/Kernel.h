@@ -60,7 +60,7 @@ public:
     /// length.
     void addAddress(const std::string& interfaceName, const std::string& address);
 
-    // What the kernel shows
+    // Outputs of the kernel
 
     /// Returns IPv4 addresses first, then the link-local address of IPv6. An absent interface has none.
     std::vector<velbase2::nsa::common::structs::IpAddress> addressesOf(const std::string& interfaceName) const;
@@ -74,7 +74,7 @@ public:
     /// Whether the interface is in one network with the gateway.
     bool reaches(const std::string& interfaceName, const std::string& gateway) const;
 
-    // What daemons and commands do
+    // Actions of daemons and commands
 
     /// Does what "route add default gw" does. Returns the text of its failure, which is empty when it succeeds.
     std::string addDefaultRoute(const std::string& gateway);
