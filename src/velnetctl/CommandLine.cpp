@@ -445,7 +445,7 @@ std::string faultOfOptions(const std::vector<const CLI::Option*>& options, const
     return {};
 }
 
-/// What CLI11 found, in one line.
+/// The error that CLI11 found, in one line.
 std::string textOf(const CLI::ParseError& error, const CLI::App& app)
 {
     if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {

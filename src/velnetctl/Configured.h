@@ -7,13 +7,13 @@
 #include <string>
 #include <vector>
 
-/// What is configured, as velnetctl shows it.
+/// The configured settings in the form in which velnetctl shows them.
 namespace velnetctl {
 
 /// "10.0.0.2/8, DHCP, gateway 10.0.0.1".
 std::string configuredText(const networkhost::ConfiguredInterface& configured);
 
-/// The records of the required library have room for one address.
+/// The records of libVelNetworkManager have room for one address.
 velbase2::nsa::common::IpSettings settingsOf(const networkhost::ConfiguredInterface& configured);
 
 /// "1.1.1.1, search example.org".

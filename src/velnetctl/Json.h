@@ -10,7 +10,7 @@
 
 #include <nlohmann/json.hpp>
 
-/// What velnetctl prints for programs. A cell that was never assigned is null.
+/// Values as velnetctl prints them for programs. A cell that was never assigned is null.
 namespace velnetctl {
 
 using Json = nlohmann::ordered_json;

@@ -67,7 +67,7 @@ std::string keysFor(const TrialState& trial)
                                                      : "";
 }
 
-/// What a command that failed has said may be several.
+/// Joins the lines of a text: the output of a failed command may have several.
 std::string inOneLine(std::string text)
 {
     std::replace(text.begin(), text.end(), '\n', ' ');

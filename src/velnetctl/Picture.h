@@ -25,7 +25,7 @@ struct Span
 
 using Line = std::vector<Span>;
 
-/// What `velnetctl watch` shows, whatever it is drawn with: the state, the trial, and the last changes.
+/// The content of `velnetctl watch`, without the drawing: the state, the trial, and the last changes.
 class Picture
 {
 public:

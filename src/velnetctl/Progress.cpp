@@ -12,7 +12,7 @@
 namespace velnetctl {
 namespace {
 
-/// What is longer than a line of the terminal could not be rewritten.
+/// Cuts the text: one that is longer than a line of the terminal could not be rewritten.
 std::string cutToTerminal(const std::string& line)
 {
     winsize size{};

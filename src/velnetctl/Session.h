@@ -8,7 +8,7 @@
 
 namespace velnetctl {
 
-/// What a run of velnetctl works on and where it prints.
+/// The device on which a run of velnetctl works, and the streams to which it prints.
 struct Session
 {
     networkhost::IDevice& device;

@@ -50,7 +50,7 @@ struct Section
     std::vector<Row> rows;
 };
 
-/// Of the host, the resolver, the daemons that something is wrong with, and each interface by name.
+/// The sections of the host, the resolver, the daemons with a fault, and each interface in the order of the names.
 std::vector<Section> sectionsOf(const Snapshot& snapshot);
 
 } // namespace velnetctl

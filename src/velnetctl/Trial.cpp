@@ -29,7 +29,7 @@ namespace {
 
 enum class Answer { None, Keep, GoBack, Unclear, Leave };
 
-/// The meaning of a line that somebody typed.
+/// The meaning of a typed line.
 Answer answerOf(std::string line)
 {
     const auto isBlank = [](unsigned char letter) { return std::isspace(letter) != 0; };
@@ -50,7 +50,7 @@ Answer answerOf(std::string line)
     return Answer::Unclear;
 }
 
-/// Who sits at the terminal: lines of the standard input, its end, and the keys that would end this program.
+/// Reads the terminal: lines of the standard input, its end, and the keys that would end this program.
 class Terminal
 {
 public:
@@ -156,7 +156,7 @@ bool ask(Session& session, Terminal& terminal)
         if (shown.empty()) {
             session.output << question << std::flush;
         } else if (isRewritten && question != shown) {
-            // What is being typed behind it stays.
+            // The text that is being typed behind it stays.
             session.output << "\0337\r" << question << "\0338" << std::flush;
         }
         shown = shown.empty() || isRewritten ? question : shown;

@@ -69,7 +69,7 @@ public:
         }
     }
 
-    /// What fits.
+    /// Draws the lines and columns that fit.
     void draw(const std::vector<Line>& lines) const
     {
         ::erase();
@@ -115,7 +115,7 @@ bool goesOn(int signals, Screen& screen)
 
 constexpr int kCtrlC = 3;
 
-/// Of a terminal that has some; when it has ended, that counts as Ctrl-C.
+/// Reads the keys of a terminal that is readable. The end of the terminal counts as Ctrl-C.
 std::vector<int> readKeys()
 {
     std::vector<int> keys;

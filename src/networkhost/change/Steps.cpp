@@ -79,7 +79,7 @@ Outcome runSteps(IDevice& device, const Plan& plan, bool allowsInPlace)
     Outcome outcome;
     outcome.status = plan.status;
     if (!runCommands(device, plan.preparations, outcome)) {
-        outcome.status = outcome.failures.back().words; // the required library emits the tool's words, too
+        outcome.status = outcome.failures.back().words; // libVelNetworkManager emits the tool's words, too
     } else {
         outcome.isDone = std::all_of(plan.files.begin(), plan.files.end(),
                                      [&](const auto& file) { return writeFile(device, file, allowsInPlace, outcome); });

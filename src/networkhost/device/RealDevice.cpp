@@ -36,7 +36,7 @@ std::string shellWord(const std::string& word)
     return '\'' + text + '\'';
 }
 
-/// For root, reads the configuration through RealFiles. The required library follows each symbolic link, and a link in
+/// For root, reads the configuration through RealFiles. libVelNetworkManager follows each symbolic link, and a link in
 /// another user's directory may lead anywhere.
 class RealSystem : public networkmanager::SystemIF
 {

@@ -28,7 +28,7 @@ constexpr const char* kSystemctl = "/bin/systemctl";
 
 struct FixedCommand
 {
-    const char* text; // the text that the required library runs
+    const char* text; // the text that libVelNetworkManager runs
     const char* verb;
     const char* unit; // may be empty
 };

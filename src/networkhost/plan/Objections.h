@@ -18,7 +18,7 @@ namespace networkhost {
 std::vector<std::string> objectionsTo(const Configuration& configuration, const LiveState& live,
                                       const std::string& advice = {});
 
-/// Returns a sentence for each route that the required library would take for the default route.
+/// Returns a sentence for each route that libVelNetworkManager would take for the default route.
 std::vector<std::string> misreadRoutes(const Configuration& configuration);
 
 } // namespace networkhost

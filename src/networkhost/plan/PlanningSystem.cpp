@@ -37,7 +37,7 @@ bool PlanningSystem::deleteGateway()
 bool PlanningSystem::writeToConfFile(const std::string& path, const std::string& content)
 {
     if (content.empty()) {
-        // The required library returns an empty text for settings without an address.
+        // libVelNetworkManager returns an empty text for settings without an address.
         plan_.failures.push_back({Failure::Step::WriteFile, path, std::make_error_code(std::errc::invalid_argument),
                                   "there is no IPv4 address to keep"});
         return false;

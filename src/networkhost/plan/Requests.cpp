@@ -68,7 +68,7 @@ std::string titleOf(const std::vector<std::string>& words)
 
 using Operation = std::function<bool(Manager& manager, PlanningSystem& system)>;
 
-/// Runs the operation with a manager that is not started. `reason` is used when the required library gives none. The
+/// Runs the operation with a manager that is not started. `reason` is used when libVelNetworkManager gives none. The
 /// plan is not reviewed.
 Plan makePlan(IDevice& device, const std::string& title, const Operation& operation,
               const std::string& reason = "the request was refused")
@@ -92,7 +92,7 @@ Plan makePlan(IDevice& device, const std::string& title, const Operation& operat
     return plan;
 }
 
-/// Whether the required library accepts a prefix length with text before or after the number. The daemons ignore such a
+/// Whether libVelNetworkManager accepts a prefix length with text before or after the number. The daemons ignore such a
 /// destination.
 bool hasOddLength(const std::string& destination)
 {
@@ -101,7 +101,7 @@ bool hasOddLength(const std::string& destination)
            networkmanager::checkValidRoute(destination);
 }
 
-/// Names the first route that the required library accepts but the daemons would ignore. Empty when there is none.
+/// Names the first route that libVelNetworkManager accepts but the daemons would ignore. Empty when there is none.
 std::string faultOfLengths(const std::string& routes)
 {
     try {
@@ -111,7 +111,7 @@ std::string faultOfLengths(const std::string& routes)
             }
         }
     } catch (const std::logic_error&) {
-        return {}; // the required library gives the reason
+        return {}; // libVelNetworkManager gives the reason
     }
     return {};
 }
@@ -124,7 +124,7 @@ std::string canonicalRoutes(const std::string& routes)
     try {
         for (const auto& route : networkmanager::extract(routes)) {
             if (!faultOfDestination(route.destination).empty() || !faultOfAddress(route.gateway).empty()) {
-                return routes; // the required library refuses them in its own words
+                return routes; // libVelNetworkManager refuses them in its own words
             }
             const auto slash = std::min(route.destination.find('/'), route.destination.size());
             canonical += (canonical.empty() ? "dst=" : " dst=") +
@@ -219,7 +219,7 @@ Plan unreviewedIpPlan(IDevice& device, const std::string& interfaceName, const I
     const bool isOtherGateway = !settings.gateway.empty() && written != configured->second.gateway;
     const auto operation = [&](Manager& manager, PlanningSystem& system) {
         system.setGateway(written);
-        // The cell holds the settings of the file, and the required library refuses an equal request. Therefore the
+        // The cell holds the settings of the file, and libVelNetworkManager refuses an equal request. Therefore the
         // cell is cleared unless the settings are live with this gateway.
         if (isOtherGateway || !missing(onlyInterface(configuration, interfaceName), readLiveState(device)).empty()) {
             manager.getInterfaces().at(interfaceName).ipSettings.assign_and_signal(IpSettings());

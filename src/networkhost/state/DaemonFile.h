@@ -9,7 +9,7 @@
 
 namespace networkhost {
 
-/// A section of a file by the rules of systemd's daemons. Unlike for the required library's loader, blanks are trimmed,
+/// A section of a file by the rules of systemd's daemons. Unlike for libVelNetworkManager's loader, blanks are trimmed,
 /// a line may continue in the next one, and a key may occur more than once.
 struct DaemonSection
 {

@@ -195,7 +195,7 @@ std::string interfaceNames()
     return names;
 }
 
-/// What can be offered for a place, or for the value of an option.
+/// The words that completion offers for an argument, or for the value of an option.
 std::string offeredFor(const std::string& name, const std::string& description)
 {
     if (name == "INTERFACE") {
@@ -249,7 +249,7 @@ std::string completionTable(const CLI::App& app)
     return table;
 }
 
-/// What stands in place of a line of the template: a part, or the line.
+/// The text that replaces a line of the template: a generated part, or the line itself.
 std::string expanded(const std::string& line, const CLI::App& app)
 {
     return line == "@COMMANDS@"   ? manualOfVerbs(app)
