@@ -269,8 +269,9 @@ bool applySettings(Session& session, const std::string& file, const ChangeOption
         return false;
     }
     const auto plan = networkhost::planSettings(session.device, document);
+    const auto place = name + ": ";
     for (const auto& fault : plan.faults) {
-        fail(session, name + ": " + fault);
+        fail(session, place + fault);
     }
     return plan.faults.empty() && carryOut(session, plan, options);
 }

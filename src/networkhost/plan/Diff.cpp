@@ -46,8 +46,8 @@ std::string joined(char sign, const Lines& lines)
 
 std::string changedLines(const Lines& before, const Lines& after)
 {
-    constexpr std::size_t kMost = 1000 * 1000; // entries of the table, 8 MB
-    if (before.size() * after.size() > kMost) {
+    constexpr std::size_t kMostEntries = 1000000; // entries of the table, 8 MB
+    if (before.size() * after.size() > kMostEntries) {
         return joined('-', before) + joined('+', after);
     }
     std::string text;
