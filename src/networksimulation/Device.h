@@ -113,8 +113,8 @@ public:
 
     // Files. These calls are not noted as events.
 
-    /// The text is empty when there is no file. What the kernel and the daemons show in /sys, /proc and /run is always
-    /// theirs, whatever is put there.
+    /// The text is empty when there is no file. The files in /sys, /proc and /run always show the simulated kernel and
+    /// daemons: put() does not change them.
     std::string textOf(const std::string& path) const;
     void put(const std::string& path, const std::string& text);
 

@@ -20,7 +20,8 @@ bool isRoot()
     return ::geteuid() == 0;
 }
 
-/// What helps a command that lacks rights. The rule for sudo goes with a user; what the kernel allows, with a process.
+/// Returns the advice for a command that lacks rights: sudo asks for the rights of a user, the kernel for those of a
+/// process.
 const char* adviceOnCommand(const std::string& command, const std::string& words)
 {
     const auto tells = [&words](const char* text) { return words.find(text) != std::string::npos; };

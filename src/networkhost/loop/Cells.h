@@ -32,7 +32,7 @@ void forEachCell(HostSignals& host, Visit&& visit)
 }
 
 /// Connects report(source, name, content) to every cell of a manager, as a slot. The source is the name of the
-/// interface, or "host". What the function refers to has to outlive the manager.
+/// interface, or "host". Objects that the function refers to must outlive the manager.
 template <class Manager, class Report>
 void connectToEachCell(Manager& manager, Report report)
 {

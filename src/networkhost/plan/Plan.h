@@ -50,7 +50,7 @@ struct Plan
     bool isNothingToChange() const;
 };
 
-/// What apply() would answer to the plan on an idle device: its refusal, that there is nothing to change, or, without
+/// The answer of apply() to the plan on an idle device: its refusal, that there is nothing to change, or, without
 /// `force`, its objections. isDone means here that the plan can be carried out.
 Outcome outcomeOf(const Plan& plan, bool force = false);
 
