@@ -23,7 +23,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
@@ -43,12 +42,13 @@ namespace {
 constexpr const char* kNone = "none";
 constexpr auto kTimeToSettle = std::chrono::seconds(3);
 
-/// A change of the gateway while an address is away would lose it: it is read from the live state.
+/// Waits until the live state is as configured. A change keeps the live gateway, and would lose one that is about to
+/// come back.
 void settle(Session& session, const std::string& interfaceName)
 {
     auto configured = onlyInterface(networkhost::readConfiguration(session.device.files()), interfaceName);
-    configured.interfaces.at(interfaceName).routes.clear();              // no change reads them
-    const bool hasLink = session.device.system().getLink(interfaceName); // without it, nothing comes
+    configured.interfaces.at(interfaceName).routes.clear();              // a change does not need them
+    const bool hasLink = session.device.system().getLink(interfaceName); // without a link, nothing becomes live
     const auto lacking =
         networkhost::waitUntilLive(session.device, configured, hasLink ? kTimeToSettle : std::chrono::seconds(0));
     if (!lacking.empty()) {
@@ -81,7 +81,7 @@ std::string shownBy(const networkhost::LiveState& live)
     return text + "gateway " + networkhost::toText(live.gateway);
 }
 
-/// On a terminal, tells each second what it waits for.
+/// The same as waitUntilLive(), but on a terminal it shows each second what is missing.
 std::string waitShowing(Session& session, const Plan& plan, std::chrono::milliseconds wait)
 {
     auto& device = session.device;
@@ -118,7 +118,7 @@ bool carryOut(Session& session, const Plan& plan, const ChangeOptions& options)
 {
     const auto planned = outcomeOf(plan, options.force);
     const bool isRefused = !planned.isDone && !planned.isNothingToChange();
-    if (options.dryRun || !isRefused) { // a warning about a change that does not happen is noise
+    if (options.dryRun || !isRefused) { // the change does not happen, and needs no warnings
         for (const auto& warning : plan.warnings) {
             warn(session, warning);
         }
@@ -134,18 +134,12 @@ bool carryOut(Session& session, const Plan& plan, const ChangeOptions& options)
     return reportChange(session, outcome) && (!outcome.isDone || awaitEffect(session, options.wait, plan));
 }
 
-std::string lowerCase(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char letter) { return std::tolower(letter); });
-    return text;
-}
-
 bool isDhcp(const std::string& address)
 {
     return lowerCase(address) == "dhcp";
 }
 
-/// Why ADDRESS and MASK make no settings; empty when they do.
+/// Returns the fault of ADDRESS or MASK; empty when both are valid.
 std::string faultOf(const std::string& address, const std::string& mask)
 {
     if (isDhcp(address)) {
@@ -155,7 +149,7 @@ std::string faultOf(const std::string& address, const std::string& mask)
     return fault.empty() && !mask.empty() ? networkhost::faultOfMask(mask) : fault;
 }
 
-/// For texts without a fault.
+/// Requires texts without a fault.
 IpSettings requestedSettings(const std::string& address, const std::string& mask)
 {
     if (isDhcp(address)) {
@@ -166,13 +160,13 @@ IpSettings requestedSettings(const std::string& address, const std::string& mask
     return settings;
 }
 
-/// "none" is 0.0.0.0 to the library.
+/// The library spells "none" as 0.0.0.0.
 std::string addressOrNone(const std::string& text)
 {
     return lowerCase(text) == kNone ? networkhost::kNoAddress : text;
 }
 
-/// Until its end: a pipe is waited for. The error code of the open or the read that failed.
+/// Reads to the end, and waits for the writer of a pipe. Returns the error of the open or the read.
 std::error_code readDocument(const std::string& file, std::string& text)
 {
     constexpr std::size_t kMost = velbase2::system::kMostOfAFile;
@@ -279,7 +273,7 @@ bool applySettings(Session& session, const std::string& file, const ChangeOption
 bool saveSettings(Session& session, const std::string& file)
 {
     const auto unread = networkhost::unreadFiles(session.device.files());
-    if (!unread.empty()) { // a document without what they say would take it away from the device that it is applied to
+    if (!unread.empty()) { // without their settings, the document would remove these from a device
         fail(session, networkhost::textOf(unread));
         return false;
     }

@@ -97,7 +97,7 @@ std::vector<std::string> namesOfInterfaces()
     return names;
 }
 
-/// An empty text for a managed interface, else why it is refused (CLI11's convention).
+/// Returns the fault of the name; empty for a managed interface, as CLI11 expects it.
 std::string checkInterfaceName(const std::string& name)
 {
     const auto names = namesOfInterfaces();
@@ -108,13 +108,15 @@ std::string checkInterfaceName(const std::string& name)
            "'; the managed interfaces are: " + boost::algorithm::join(names, ", ") + suggestion(name, names);
 }
 
-/// The library writes some texts into files as they stand: nothing in them may end a line there.
+/// Refuses control characters. The library writes some texts into files unchanged, and a line end would begin another
+/// setting there.
 std::string checkPrintable(const std::string& text)
 {
     return networkhost::faultOfText(text);
 }
 
-/// CLI11 alone would read a leading zero as octal, an empty text as 0, and wrap a number that is out of range.
+/// Checked before CLI11 converts the number: CLI11 reads a leading zero as octal and an empty text as 0, and wraps
+/// numbers that are out of range.
 std::string checkIndex(const std::string& text)
 {
     constexpr unsigned long long kMost = std::numeric_limits<unsigned int>::max();
@@ -130,7 +132,7 @@ std::string checkIndex(const std::string& text)
 /// Takes "90", "90s", "2m" or "1h"; nothing for another text.
 Seconds parseTime(const std::string& text)
 {
-    constexpr std::size_t kMostDigits = 9; // with more it is out of range all the same, and hours would overflow
+    constexpr std::size_t kMostDigits = 9; // more would be out of range, and would overflow as hours
     const auto unit = text.find_first_not_of("0123456789");
     const auto digits = text.substr(0, unit);
     if (digits.empty() || (digits.size() > 1 && digits.front() == '0')) {
@@ -158,7 +160,7 @@ std::string checkTime(const std::string& text)
     return {};
 }
 
-/// "dst=D gw=G ..." of the words "D via G ...", or of words in the library's own form already.
+/// Makes "dst=D gw=G ..." of the words "D via G ...". Words in the library's own form stay as they are.
 std::string routesText(const std::vector<std::string>& words)
 {
     if (words.size() == 1 || (!words.empty() && words.front().rfind("dst=", 0) == 0)) {
@@ -197,7 +199,7 @@ struct Commands
     std::map<const CLI::App*, std::function<int()>> actions;
 };
 
-/// The action's result is the exit code, or whether it went well.
+/// The action returns the exit code, or true for success.
 template <class Action>
 CLI::App& add(Commands& commands, const Verb& verb, Action action)
 {
@@ -254,10 +256,10 @@ void addInterface(CLI::App& app, Arguments& arguments)
         ->check(managedInterface());
 }
 
-/// Why ADDRESS and MASK do not go together; empty when they do. Whether they are valid is the library's to say.
+/// Returns why ADDRESS and MASK cannot be combined; empty when they can. The library checks the values.
 std::string faultOfForm(const std::string& address, const std::string& mask)
 {
-    if (CLI::detail::to_lower(address) == "dhcp") {
+    if (lowerCase(address) == "dhcp") {
         return mask.empty() ? "" : "dhcp takes no mask";
     }
     const bool hasLength = address.find('/') != std::string::npos;
@@ -274,7 +276,7 @@ std::string faultOfForm(const std::string& address, const std::string& mask)
 
 bool isNone(const std::string& word)
 {
-    return CLI::detail::to_lower(word) == "none";
+    return lowerCase(word) == "none";
 }
 
 void addLooking(Commands& commands, Session& session)
@@ -420,7 +422,7 @@ std::vector<const CLI::Option*> optionsOf(const CLI::App& app, const std::string
     return options;
 }
 
-/// CLI11 takes what follows an unknown option for other arguments, and tells of their faults.
+/// Finds unknown options before CLI11 does: it would take the words after one for other arguments, and report these.
 std::string faultOfOptions(const std::vector<const CLI::Option*>& options, const std::vector<std::string>& arguments)
 {
     std::vector<std::string> names(options.size());
@@ -464,7 +466,7 @@ std::string textOf(const CLI::ParseError& error, const CLI::App& app)
 int failForUsage(Session& session, const std::string& fault, const std::string& verb)
 {
     const auto help = "velnetctl " + verb + (verb.empty() ? "" : " ") + "--help";
-    fail(session, networkhost::printable(fault) + " (see " + help + ')'); // it repeats what was typed
+    fail(session, networkhost::printable(fault) + " (see " + help + ')'); // the fault quotes typed words
     return kWrongUsage;
 }
 
@@ -494,7 +496,7 @@ int run(const std::vector<std::string>& arguments, Session& session)
         return app.exit(error, session.output, session.errors); // --help and --version
     }
 
-    constexpr int kNothing = velbase2::system::log::kFileProblem + 1; // velnetctl itself tells what failed
+    constexpr int kNothing = velbase2::system::log::kFileProblem + 1; // velnetctl reports failures itself
     velbase2::system::log::setMinimumLevel(commands.arguments.verbose ? velbase2::system::log::kDetail : kNothing);
     return commands.actions.at(app.get_subcommands().front())();
 }

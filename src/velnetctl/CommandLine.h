@@ -13,10 +13,11 @@ class App;
 
 namespace velnetctl {
 
-/// Does what the arguments, without the program's name, ask for. The exit code: 0 good, 1 failed, 2 wrong usage.
+/// Runs the command of the arguments, which do not contain the program's name. Returns the exit code: 0 for success, 1
+/// for a failure, 2 for wrong usage, 3 when no trial is pending.
 int run(const std::vector<std::string>& arguments, Session& session);
 
-/// Calls it with all commands and options, as --help knows them; nothing is done on the device.
+/// Calls `description` with all commands and options. Does not touch the device.
 void describe(Session& session, const std::function<void(const CLI::App&)>& description);
 
 } // namespace velnetctl

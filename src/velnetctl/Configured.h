@@ -13,7 +13,7 @@ namespace velnetctl {
 /// "10.0.0.2/8, DHCP, gateway 10.0.0.1".
 std::string configuredText(const networkhost::ConfiguredInterface& configured);
 
-/// The records of libVelNetworkManager have room for one address.
+/// The settings as a record of libVelNetworkManager, which has room for one address.
 velbase2::nsa::common::IpSettings settingsOf(const networkhost::ConfiguredInterface& configured);
 
 /// "1.1.1.1, search example.org".

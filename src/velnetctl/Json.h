@@ -26,7 +26,7 @@ Json toJson(const std::optional<X>& content)
     return content ? toJson(*content) : Json();
 }
 
-/// One line, or several with an indentation. Bytes that are not UTF-8 are replaced.
+/// The JSON text in one line, or in several with an indentation. Bytes that are not UTF-8 are replaced.
 std::string dump(const Json& json, int indentation = -1);
 
 } // namespace velnetctl

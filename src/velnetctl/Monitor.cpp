@@ -22,7 +22,7 @@
 namespace velnetctl {
 namespace {
 
-/// The standard output, whose reader may take his time, and the signals that end it.
+/// Writes to the standard output, whose reader may stall, and listens to the signals that end the program.
 class Output
 {
 public:
@@ -30,7 +30,7 @@ public:
     {
         struct stat status = {};
         if (::fstat(STDOUT_FILENO, &status) == 0 && (S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode))) {
-            // Others may have it open as well, and are not to find it non-blocking: opened anew, it is ours.
+            // Opened again, because other processes share the open file and must not find it non-blocking.
             constexpr int kFlags = O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
             own_.reset(velbase2::system::atLeast(STDERR_FILENO + 1, ::open("/proc/self/fd/1", kFlags)));
         }
@@ -38,16 +38,16 @@ public:
 
     bool isGood() const { return isGood_; }
 
-    /// Waits until the reader has taken the text. Does nothing any more when it is not good.
+    /// Waits until the reader has taken the text. Does nothing once isGood() is false.
     void write(std::string_view text)
     {
         while (!text.empty() && isGood_) {
             isGood_ = isWritable();
             if (isGood_) {
-                // Where it is not ours: so much fits into a pipe that is writable, and the signals are heard.
+                // Without a descriptor of its own: a writable pipe takes PIPE_BUF bytes without blocking.
                 const auto count = ::write(own_.isOpen() ? own_.get() : STDOUT_FILENO, text.data(),
                                            std::min<std::size_t>(text.size(), PIPE_BUF));
-                // A terminal may count as writable and still have too little room.
+                // A terminal may be reported as writable and still have too little room.
                 isGood_ = count >= 0 || (errno == EAGAIN && !isAskedToEnd());
                 text.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);
             }
@@ -55,7 +55,7 @@ public:
     }
 
 private:
-    /// Waits a moment for it.
+    /// Waits a moment for an end signal.
     bool isAskedToEnd() const
     {
         constexpr int kPause = 10;
@@ -63,7 +63,7 @@ private:
         return ::poll(&end, 1, kPause) > 0;
     }
 
-    /// A reader that stalls does not hold up the end for long.
+    /// Waits until the output is writable. After an end signal, it waits for a stalled reader only a moment longer.
     bool isWritable() const
     {
         constexpr int kPatience = 200;
@@ -101,10 +101,10 @@ std::string lineOf(const Change& change, bool json)
 bool monitor(Session& session, bool json)
 {
     const auto endSignals = openSignals({SIGINT, SIGTERM});
-    static_cast<void>(std::signal(SIGPIPE, SIG_IGN)); // a reader that is gone shows in the result
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN)); // write() reports that the reader is gone
     Output output(endSignals.get());
     Observer observer(session.device, [&](const Change& change) { output.write(lineOf(change, json)); });
-    // Without events asked for, poll reports only that a descriptor is broken.
+    // Without requested events, poll only reports that the reader is gone.
     std::array<pollfd, 3> watched{{{endSignals.get(), POLLIN, 0}, {STDOUT_FILENO, 0, 0}, {observer.fd(), POLLIN, 0}}};
     while (output.isGood()) {
         ::poll(watched.data(), watched.size(), -1);

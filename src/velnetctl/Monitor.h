@@ -14,9 +14,9 @@ std::string headOf(const Change& change);
 /// The line of a change, at the present time.
 std::string lineOf(const Change& change, bool json);
 
-/// Prints what the device shows and then every change, one line each, to the standard output: until SIGINT or SIGTERM,
-/// or until nobody reads any more. False when a line could not be written. Throws std::system_error when there are no
-/// descriptors to be had.
+/// Prints the present values and then every change to the standard output, one line each, until SIGINT or SIGTERM, or
+/// until the reader is gone. False when a line could not be written. Throws std::system_error when no descriptors are
+/// left.
 bool monitor(Session& session, bool json);
 
 } // namespace velnetctl

@@ -44,15 +44,15 @@ bool Observer::dispatch()
 
 void Observer::reportConfiguration()
 {
-    const auto configuration = networkhost::readConfiguration(device_.files());
+    configuration_ = networkhost::readConfiguration(device_.files());
     for (auto& [name, iface] : cells_.interfaces) {
-        const auto& configured = configuration.interfaces.at(name);
+        const auto& configured = configuration_.interfaces.at(name);
         reportOnChange({name, "configured", configuredText(configured), configuredJson(configured)});
         auto loaded = iface;
         networkhost::Backend(device_.files()).load(loaded);
-        iface.routes.assign_and_signal(loaded.routes.get().value_or("")); // no refresh does
+        iface.routes.assign_and_signal(loaded.routes.get().value_or("")); // a refresh does not assign it
     }
-    const auto& [interfaces, servers, domains] = configuration;
+    const auto& [interfaces, servers, domains] = configuration_;
     reportOnChange({"resolver", "servers", printable(toText(servers)), servers});
     reportOnChange({"resolver", "domains", printable(toText(domains)), domains});
 }

@@ -17,17 +17,16 @@
 
 namespace velnetctl {
 
-/// Something that has changed.
+/// A value that has changed.
 struct Change
 {
     std::string source; // an interface, "host" or "resolver"
-    std::string name;   // of a cell, or "configured", "servers", "domains"
+    std::string name;   // the name of a cell, or "configured", "servers", "domains"
     std::string text;   // for people
     Json value;         // for programs
 };
 
-/// Watches a device, and reports everything once, then each change, in the caller's loop: the cells, and what is
-/// configured.
+/// Watches a device in the caller's loop. Reports all cells and the configuration once, and then each change.
 class Observer
 {
 public:
@@ -40,8 +39,8 @@ public:
     int fd() const { return updates_.fd(); }
     bool dispatch();
 
-    /// The cells as they are, and what else there is to see at this moment.
-    Snapshot snapshot() const { return readSnapshot(device_, cells_.host, cells_.interfaces); }
+    /// The cells and the configuration of the last dispatch(), with the rest as it is now.
+    Snapshot snapshot() const { return readSnapshot(device_, cells_.host, cells_.interfaces, configuration_); }
 
     template <class Do, class Done>
     void start(Do change, Done done)
@@ -50,7 +49,7 @@ public:
     }
 
 private:
-    /// The cells of a manager, without what it would load into them beforehand: that would not count as a change.
+    /// Empty cells. A manager would load the configuration into them first, which would then not count as a change.
     struct Cells
     {
         HostSignals& getSignals() { return host; }
@@ -66,6 +65,7 @@ private:
     networkhost::IDevice& device_;
     Report report_;
     Cells cells_;
+    networkhost::Configuration configuration_;
     std::map<std::string, Change> configured_; // the last reports, by source and name
     networkhost::LiveUpdates updates_;
 };

@@ -17,14 +17,14 @@ constexpr Picture::Time kMarkTime(5000);
 constexpr std::size_t kMostChanges = 10;
 constexpr int kIndentation = 2;
 constexpr int kLabelWidth = 12;
-constexpr int kLeastForTwo = 80; // columns, to have two sections side by side
+constexpr int kLeastForTwo = 80; // columns for two sections side by side
 
 bool isFresh(Picture::Time since, Picture::Time now)
 {
     return now - since < kMarkTime;
 }
 
-/// The text in pieces of at most that many bytes, between words where it can be.
+/// Splits the text into pieces of limited size, between words if possible.
 std::vector<std::string> wrapped(std::string_view text, std::size_t width)
 {
     std::vector<std::string> pieces;
@@ -32,7 +32,7 @@ std::vector<std::string> wrapped(std::string_view text, std::size_t width)
         auto end = text.rfind(' ', width);
         if (end == std::string_view::npos || end == 0) {
             end = width;
-            while (end > 1 && (text[end] & '\xC0') == '\x80') { // within a character of UTF-8
+            while (end > 1 && (text[end] & '\xC0') == '\x80') { // not within a UTF-8 character
                 --end;
             }
         }
@@ -43,7 +43,7 @@ std::vector<std::string> wrapped(std::string_view text, std::size_t width)
     return pieces;
 }
 
-/// Appends the row, between the column and the end, in as many lines as that takes.
+/// Appends the row between two columns, and wraps it into as many lines as needed.
 void addRow(std::vector<Line>& lines, const Row& row, int column, int labelWidth, int end, bool isMarked)
 {
     constexpr int kLeast = 8;
@@ -74,7 +74,7 @@ std::string inOneLine(std::string text)
     return networkhost::printable(text);
 }
 
-/// The beginning, where it is longer.
+/// Cuts the text to the width.
 std::string cut(const std::string& text, std::size_t width)
 {
     constexpr std::string_view kMore = " ...";
@@ -82,7 +82,7 @@ std::string cut(const std::string& text, std::size_t width)
     return text.size() <= width ? text : wrapped(text, room).front() + std::string(kMore);
 }
 
-/// Closer when they are more than fit, and then without the last ones.
+/// Makes the lines fit: drops empty lines first, then the last lines.
 void fit(std::vector<Line>& lines, std::size_t height)
 {
     if (lines.size() > height) {

@@ -14,13 +14,13 @@
 
 namespace velnetctl {
 
-/// A text at a place of its line.
+/// A text at a column of a line.
 struct Span
 {
     int column;
     std::string text;
     std::optional<Color> color;
-    bool isMarked; // it has just changed
+    bool isMarked; // shown as changed
 };
 
 using Line = std::vector<Span>;
@@ -31,19 +31,19 @@ class Picture
 public:
     using Time = std::chrono::milliseconds; // on the device's clock
 
-    /// The present state. What was not in the last one is marked for 5 s.
+    /// Sets the present state. Rows that were not in the last one are marked for 5 s.
     void show(const std::vector<Section>& sections, Time now);
 
-    /// One of the last changes. The texts have no control characters.
+    /// Adds one to the last changes. The texts have no control characters.
     void add(const std::string& head, const std::string& text, Time now);
 
     bool hasMarks(Time now) const;
 
-    /// Why a key did not do what it is for; empty for nothing to tell.
+    /// Sets the reason why a key had no effect; empty for none.
     void tell(const std::string& text) { told_ = text; }
 
-    /// From the top, with what matters least at the end; texts are wrapped at that width. In a low window they stand
-    /// closer, and the last line tells how many do not fit.
+    /// The lines from the top, the most important ones first, wrapped at the width. A low window gets no empty lines,
+    /// and its last line says how many lines do not fit.
     std::vector<Line> lines(const networkhost::TrialState& trial, int width, int height, Time now) const;
 
 private:

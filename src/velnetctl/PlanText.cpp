@@ -31,7 +31,7 @@ void printJson(Session& session, const networkhost::Plan& plan)
     session.output << dump(json, 2) << '\n';
 }
 
-/// As it stands for patch(1); on a terminal, control characters as text.
+/// Unchanged for patch(1); on a terminal, control characters become text.
 std::string forOutput(const std::string& diff)
 {
     if (::isatty(STDOUT_FILENO) != 1) {

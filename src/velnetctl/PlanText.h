@@ -6,7 +6,8 @@
 
 namespace velnetctl {
 
-/// As a unified diff with a line for each command, or as {"files": [{"path", "before", "after"}], "commands": [...]}.
+/// Prints the plan as a unified diff with a line for each command, or as the JSON object
+/// {"files": [{"path", "before", "after"}], "commands": [...]}.
 void printPlan(Session& session, const networkhost::Plan& plan, bool json);
 
 } // namespace velnetctl

@@ -12,7 +12,7 @@
 namespace velnetctl {
 namespace {
 
-/// Cuts the text: one that is longer than a line of the terminal could not be rewritten.
+/// Cuts the text to the width of the terminal, because a wrapped line could not be rewritten.
 std::string cutToTerminal(const std::string& line)
 {
     winsize size{};

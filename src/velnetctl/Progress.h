@@ -9,8 +9,8 @@
 
 namespace velnetctl {
 
-/// Tells what is waited for and how long still. On a terminal that is one line, which it rewrites, and which is gone
-/// with it; elsewhere a line whenever what is lacking is something else.
+/// Shows the setting that a command waits for, and the time that is left. On a terminal, it rewrites one line and
+/// clears it at the end. Elsewhere, it prints a line when the missing setting is another one.
 class Progress
 {
 public:
@@ -24,7 +24,7 @@ public:
 private:
     Session& session_;
     bool isRewritten_;
-    std::string shown_; // what is lacking, or on a terminal the line
+    std::string shown_; // the missing setting, or on a terminal the line
 };
 
 } // namespace velnetctl

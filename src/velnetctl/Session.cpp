@@ -19,7 +19,7 @@ void fail(Session& session, const std::string& text)
 
 std::string printableLines(const std::string& text, const std::string& prefix)
 {
-    std::istringstream lines(text); // a command that failed may have said several
+    std::istringstream lines(text); // the output of a failed command may have several lines
     std::string result;
     for (std::string line; std::getline(lines, line);) {
         result += prefix + networkhost::printable(line) + '\n';

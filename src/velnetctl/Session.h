@@ -16,11 +16,11 @@ struct Session
     std::ostream& errors;
 };
 
-/// A line for people on the error stream for each of the text, without control characters.
+/// Prints each line of the text on the error stream, without control characters.
 void warn(Session& session, const std::string& text);
 void fail(Session& session, const std::string& text);
 
-/// The same lines, for other streams.
+/// The lines as warn() and fail() print them.
 std::string printableLines(const std::string& text, const std::string& prefix = {});
 
 } // namespace velnetctl

@@ -18,7 +18,7 @@ velbase2::system::FileDescriptor openSignals(std::initializer_list<int> signals)
         sigaddset(&set, signal);
     }
     ::pthread_sigmask(SIG_BLOCK, &set, nullptr);
-    // Above the standard streams, one of which may be closed.
+    // One of the standard streams may be closed: the descriptor must not take its number.
     const int fd = velbase2::system::atLeast(STDERR_FILENO + 1, ::signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
     if (fd < 0) {
         throw std::system_error(errno, std::generic_category(), "signalfd");

@@ -7,8 +7,8 @@
 
 namespace velnetctl {
 
-/// Blocks the signals, for all threads to come, and makes them readable. Throws std::system_error when there is no
-/// descriptor to be had.
+/// Blocks the signals in this thread and in those that it starts, and makes them readable. Throws std::system_error
+/// when no descriptor is left.
 velbase2::system::FileDescriptor openSignals(std::initializer_list<int> signals);
 
 } // namespace velnetctl

@@ -71,17 +71,14 @@ Snapshot readSnapshot(networkhost::IDevice& device)
     }
     // One pass on this thread: a manager's start() and stop() would take its period of 2 seconds.
     networkmanager::Refresher(host, interfaces, device.system()).refresh();
-    return readSnapshot(device, host, interfaces);
+    return readSnapshot(device, host, interfaces, networkhost::readConfiguration(device.files()));
 }
 
-Snapshot readSnapshot(networkhost::IDevice& device, const HostSignals& host, const Interfaces& interfaces)
+Snapshot readSnapshot(networkhost::IDevice& device, const HostSignals& host, const Interfaces& interfaces,
+                      const networkhost::Configuration& configured)
 {
-    auto daemons = std::async([&device] { return device.daemons(); }); // half of the time; without a thread, afterwards
-    return {host.hostname.get(),
-            host.gateway.get(),
-            interfaces,
-            networkhost::readConfiguration(device.files()),
-            networkhost::readLiveState(device),
+    auto daemons = std::async([&device] { return device.daemons(); }); // takes as long as the rest
+    return {host.hostname.get(), host.gateway.get(), interfaces, configured, networkhost::readLiveState(device),
             daemons.get()};
 }
 

@@ -22,7 +22,7 @@ struct Snapshot
 {
     std::string hostname;
     std::string gateway;
-    Interfaces interfaces; // the cells of one that has gone keep what they had: live.interfaces tells that
+    Interfaces interfaces; // cells keep their values when the interface is gone: see LiveInterface::isPresent
     networkhost::Configuration configured;
     networkhost::LiveState live;
     std::vector<networkhost::DaemonState> daemons;
@@ -31,8 +31,9 @@ struct Snapshot
 /// Reads everything once, without a manager's thread.
 Snapshot readSnapshot(networkhost::IDevice& device);
 
-/// Copies cells that have just been refreshed, and reads the rest.
-Snapshot readSnapshot(networkhost::IDevice& device, const HostSignals& host, const Interfaces& interfaces);
+/// Copies cells and a configuration that have just been read, and reads the rest.
+Snapshot readSnapshot(networkhost::IDevice& device, const HostSignals& host, const Interfaces& interfaces,
+                      const networkhost::Configuration& configured);
 
 /// "link        up, 1000 Mbit/s", without control characters.
 struct Row

@@ -91,7 +91,7 @@ Json interfaceJson(const EthInterface& iface, const Snapshot& snapshot)
                  {"configuredAddresses", configured.addresses}};
     networkhost::forEachCell(iface, [&json](const char* name, const auto& cell) { json[name] = toJson(cell.get()); });
     if (!live.isPresent) {
-        json["live"] = nullptr; // the cell still holds what the files say
+        json["live"] = nullptr; // the cell has the settings of the files
     }
     json["liveRoutes"] = Json::array();
     for (const auto& route : live.routes) {

@@ -8,8 +8,8 @@
 
 namespace velnetctl {
 
-/// Reads the device once, without a manager's thread, and prints host, resolver and the named interfaces; all without
-/// names.
+/// Reads the device once, without a manager's thread, and prints the host, the resolver and the named interfaces, or
+/// all interfaces when there are no names.
 void printStatus(Session& session, const std::vector<std::string>& interfaceNames, bool json);
 
 } // namespace velnetctl

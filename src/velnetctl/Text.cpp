@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstdlib>
 #include <ctime>
 #include <numeric>
@@ -14,7 +15,7 @@
 namespace velnetctl {
 namespace {
 
-/// How many letters are to be inserted, deleted or changed.
+/// The number of letters to insert, delete or change.
 std::size_t editDistance(const std::string& from, const std::string& to)
 {
     std::vector<std::size_t> row(to.size() + 1);
@@ -54,6 +55,12 @@ std::string colored(Color color, const std::string& text)
 std::string secondsText(std::chrono::milliseconds left)
 {
     return std::to_string(std::max<long long>(std::chrono::ceil<std::chrono::seconds>(left).count(), 0)) + " s";
+}
+
+std::string lowerCase(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char letter) { return std::tolower(letter); });
+    return text;
 }
 
 std::string utcNow()

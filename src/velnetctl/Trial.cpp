@@ -34,7 +34,7 @@ Answer answerOf(std::string line)
 {
     const auto isBlank = [](unsigned char letter) { return std::isspace(letter) != 0; };
     line.erase(std::remove_if(line.begin(), line.end(), isBlank), line.end());
-    std::transform(line.begin(), line.end(), line.begin(), [](unsigned char letter) { return std::tolower(letter); });
+    line = lowerCase(std::move(line));
     for (const auto& [text, answer] : {std::pair("", Answer::Keep),
                                        {"y", Answer::Keep},
                                        {"yes", Answer::Keep},
@@ -62,7 +62,7 @@ public:
         return ::poll(&signals, 1, 0) > 0;
     }
 
-    /// Waits for it for as long, at most.
+    /// Waits for an answer, at most until the limit.
     Answer read(std::chrono::milliseconds limit)
     {
         std::array<pollfd, 2> watched{{{signals_.get(), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}}};
@@ -83,7 +83,7 @@ private:
     std::string line_;
 };
 
-/// Ends a trial's wait: whoever waited has left.
+/// Thrown to end the wait of a trial when the user leaves.
 struct Left
 {};
 
@@ -104,7 +104,7 @@ bool leave(Session& session)
     return false;
 }
 
-/// The session's own view of the end.
+/// Prints how the trial ended.
 bool reportEnd(Session& session)
 {
     const auto state = endOfTrial(session.device);
@@ -112,7 +112,7 @@ bool reportEnd(Session& session)
     return state.kind == TrialState::Kind::Confirmed;
 }
 
-/// Where no trial is pending, that counts more than what else stood in the way, such as missing rights.
+/// When no trial is pending, it says that, even if another fault came first, such as missing rights.
 bool report(Session& session, const networkhost::Outcome& outcome)
 {
     const auto state = trialState(session.device);
@@ -127,7 +127,7 @@ bool report(Session& session, const networkhost::Outcome& outcome)
     return outcome.isDone;
 }
 
-/// A process of a session of its own, which no terminal and no caller's end takes along. False in the caller.
+/// Starts a process in a session of its own, which survives its terminal and its caller. False in the caller.
 bool detach()
 {
     if (const pid_t child = ::fork(); child != 0) {
@@ -156,7 +156,7 @@ bool ask(Session& session, Terminal& terminal)
         if (shown.empty()) {
             session.output << question << std::flush;
         } else if (isRewritten && question != shown) {
-            // The text that is being typed behind it stays.
+            // Keeps the text that is being typed behind the question.
             session.output << "\0337\r" << question << "\0338" << std::flush;
         }
         shown = shown.empty() || isRewritten ? question : shown;
@@ -222,7 +222,7 @@ bool tryPlan(Session& session, const networkhost::Plan& plan, const ChangeOption
         session.output << "trial: confirm within " << trial.time.count() << " s with: velnetctl confirm" << std::endl;
         return true;
     }
-    ::tcflush(STDIN_FILENO, TCIFLUSH); // what was typed before the question is no answer
+    ::tcflush(STDIN_FILENO, TCIFLUSH); // drops text that was typed before the question
     return ask(session, *terminal);
 }
 

@@ -12,14 +12,14 @@
 /// The commands about a pending trial.
 namespace velnetctl {
 
-/// Tries the plan, tells what it waits for, and in a terminal asks whether to keep the setting; true when it was kept.
-/// Elsewhere it says how to confirm, and returns true when the setting is live.
+/// Tries the plan and shows its progress. In a terminal, it asks whether to keep the setting, and returns true when it
+/// was kept. Elsewhere, it prints how to confirm, and returns true when the setting is live.
 bool tryPlan(Session& session, const networkhost::Plan& plan, const ChangeOptions& options);
 
 bool confirm(Session& session);
 bool rollBack(Session& session);
 
-/// For programs: "counting" while a trial is live.
+/// The name for programs, such as "counting".
 const char* nameOf(networkhost::TrialState::Kind kind);
 
 /// The trial for programs.
@@ -28,8 +28,8 @@ Json toJson(const networkhost::TrialState& state);
 /// True when a trial is pending.
 bool printPending(Session& session, bool json);
 
-/// Guards the pending trial until it is over; see networkhost/Guard.h. Detached: a process of a session of its own does
-/// it, and this one is through.
+/// Guards the pending trial until it is over; see networkhost/Guard.h. If detached, another process does it, in a
+/// session of its own, and this call returns at once.
 enum class GuardKind { Foreground, Detached, Boot };
 bool guard(Session& session, GuardKind kind);
 

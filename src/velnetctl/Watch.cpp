@@ -23,7 +23,7 @@
 namespace velnetctl {
 namespace {
 
-/// The terminal, which is as before when it goes.
+/// Draws on the terminal. The destructor restores the terminal.
 class Screen
 {
 public:
@@ -32,7 +32,7 @@ public:
         if (!isOpen()) {
             return;
         }
-        // Ctrl-C is a key: as a signal, it would also end who has started this, such as sudo, and too early.
+        // Ctrl-C is read as a key. As a signal, it would also end the parent, such as sudo, and too early.
         ::raw();
         ::noecho();
         ::nodelay(stdscr, true);
@@ -55,7 +55,7 @@ public:
     Screen(const Screen&) = delete;
     Screen& operator=(const Screen&) = delete;
 
-    /// False for a terminal that is unknown, or cannot move its cursor.
+    /// False when the terminal is unknown or cannot move its cursor.
     bool isOpen() const { return screen_ != nullptr && ::tigetstr("cup") != nullptr; }
     int width() const { return ::getmaxx(stdscr); }
     int height() const { return ::getmaxy(stdscr); }
@@ -65,7 +65,7 @@ public:
         winsize size{};
         if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 0 && size.ws_col > 0) {
             ::resizeterm(size.ws_row, size.ws_col);
-            ::clearok(stdscr, true); // the terminal may have moved what it showed
+            ::clearok(stdscr, true); // the terminal may have moved its text
         }
     }
 
@@ -115,7 +115,7 @@ bool goesOn(int signals, Screen& screen)
 
 constexpr int kCtrlC = 3;
 
-/// Reads the keys of a terminal that is readable. The end of the terminal counts as Ctrl-C.
+/// Reads the keys that are there. The end of the terminal counts as Ctrl-C.
 std::vector<int> readKeys()
 {
     std::vector<int> keys;
@@ -135,7 +135,7 @@ networkhost::Outcome rollBackByKey(networkhost::IDevice& device)
     return networkhost::rollBack(device, "a key of velnetctl watch asked for it");
 }
 
-/// Ends the pending trial, when a key asks for it.
+/// Confirms or rolls back the pending trial when a key asks for it.
 class TrialKeys
 {
 public:
@@ -161,7 +161,7 @@ private:
     bool isAtWork_ = false;
 };
 
-/// How long the picture stays as it is while nothing happens, for poll.
+/// The timeout for poll: the time until the picture changes by itself.
 int timeout(const Picture& picture, const networkhost::TrialState& trial, Picture::Time now)
 {
     constexpr int kSecond = 1000;
@@ -189,7 +189,7 @@ bool watch(Session& session)
     }
     auto& device = session.device;
     Picture picture;
-    bool isComplete = false; // what is reported before is no change
+    bool isComplete = false; // the first reports are the present values, not changes
     networkhost::TrialState trial;
     Observer observer(device, [&](const Change& change) {
         if (isComplete) {
@@ -200,7 +200,7 @@ bool watch(Session& session)
     std::array<pollfd, 3> watched{{{signals.get(), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}, {observer.fd(), POLLIN, 0}}};
     for (int limit = -1;;) {
         if (::poll(watched.data(), watched.size(), limit) < 0) {
-            continue; // this process was stopped for a while
+            continue; // EINTR: the process was stopped for a while
         }
         const auto keys = watched[1].revents != 0 ? readKeys() : std::vector<int>();
         if (hasEnd(keys) || (watched[0].revents != 0 && !goesOn(signals.get(), screen))) {

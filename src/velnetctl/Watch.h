@@ -5,9 +5,8 @@
 
 namespace velnetctl {
 
-/// Keeps a picture of the device on the terminal until q, Ctrl-C, a signal, or the end of the terminal. False, with the
-/// reason on the errors, where there is no terminal that it could draw on. Throws std::system_error when there are no
-/// descriptors to be had.
+/// Shows the device on the terminal until q, Ctrl-C, a signal, or the end of the terminal. False without a terminal on
+/// which it can draw; the errors say why. Throws std::system_error when no descriptors are left.
 bool watch(Session& session);
 
 } // namespace velnetctl

@@ -10,7 +10,7 @@
 
 int main(int argc, char** argv)
 {
-    // The guard is this very program, wherever it lies.
+    // The guard is this program.
     std::error_code noLink;
     const auto self = std::filesystem::read_symlink("/proc/self/exe", noLink);
     networkhost::RealDevice device(noLink ? "velnetctl" : self.string());

@@ -13,7 +13,7 @@
 #include <CLI/CLI.hpp>
 #include <boost/algorithm/string/join.hpp>
 
-/// Makes the manual page and the completion of velnetctl: a template, with the parts that the table of verbs gives.
+/// Makes the manual page and the completion of velnetctl from templates and the command line.
 namespace {
 
 using boost::algorithm::join;
@@ -44,7 +44,7 @@ std::string longName(const CLI::Option& option)
     return "--" + option.get_lnames().at(0);
 }
 
-/// Each verb has an option --help of its own, which does what that of velnetctl does.
+/// The options of a command without its --help, which is the same for all.
 Options ownOptionsOf(const CLI::App& verb)
 {
     auto options = optionsOf(verb);
@@ -73,7 +73,7 @@ std::string italic(const std::string& text)
     return "\\fI" + escaped(text) + "\\fR";
 }
 
-/// A description as a sentence, in which bold is what is typed as it stands, and italic what stands for something.
+/// A description as a sentence. Words to type are bold, placeholders are italic.
 std::string prose(const std::string& text)
 {
     static const std::regex special(
@@ -135,7 +135,7 @@ std::string manualOf(const CLI::Option& option)
     return ".TP\n" + heading(option) + '\n' + prose(option.get_description()) + '\n';
 }
 
-/// An option that several verbs have in common is told once.
+/// An option of several commands is described once.
 std::string manualOfOptions(const CLI::App& app)
 {
     std::vector<std::pair<const CLI::Option*, std::string>> verbsOfOptions;
@@ -235,7 +235,7 @@ std::string completionTable(const CLI::App& app)
         auto options = optionsOf(*verb);
         for (const auto* option : optionsOf(app)) {
             if (option != app.get_help_ptr() && longName(*option) != "--version") {
-                options.push_back(option); // those of velnetctl count behind a verb, too
+                options.push_back(option); // the options of velnetctl are valid behind a command, too
             }
         }
         std::vector<std::string> places;
