@@ -4,17 +4,17 @@
 #include <cerrno>
 #include <utility>
 
+#include <boost/algorithm/string/predicate.hpp>
+
 namespace networksimulation {
+
+using boost::algorithm::starts_with;
+
 namespace {
 
 std::error_code errorOf(int value)
 {
     return {value, std::generic_category()};
-}
-
-bool startsWith(const std::string& text, const std::string& beginning)
-{
-    return text.compare(0, beginning.size(), beginning) == 0;
 }
 
 std::string asDirectory(const std::string& path)
@@ -34,7 +34,7 @@ std::optional<std::string> Disk::read(const std::string& path) const
 {
     const auto held = clock_.hold();
     for (const auto& [shown, textOf] : shown_) {
-        if (shown.back() == '/' ? startsWith(path, shown) : path == shown) {
+        if (shown.back() == '/' ? starts_with(path, shown) : path == shown) {
             const auto text = textOf(path.substr(shown.size()));
             return text.empty() ? std::nullopt : std::optional(text);
         }
@@ -49,7 +49,7 @@ std::optional<std::vector<std::string>> Disk::list(const std::string& directory)
     const auto beginning = asDirectory(directory);
     std::set<std::string> names;
     for (const auto& entry : texts_) {
-        if (startsWith(entry.first, beginning)) {
+        if (starts_with(entry.first, beginning)) {
             const auto rest = entry.first.substr(beginning.size());
             names.insert(rest.substr(0, rest.find('/')));
         }

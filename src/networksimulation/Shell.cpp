@@ -3,18 +3,18 @@
 
 #include <string_view>
 
+#include <boost/algorithm/string/predicate.hpp>
+
 namespace networksimulation {
+
+using boost::algorithm::starts_with;
+
 namespace {
 
 constexpr std::string_view kRestart = "sudo /bin/systemctl restart ";
 constexpr std::string_view kReload = "sudo /bin/systemctl daemon-reload";
 constexpr std::string_view kAddGateway = "route add default gw ";
 constexpr std::string_view kFlush = "ip route flush 0/0";
-
-bool startsWith(const std::string& text, std::string_view beginning)
-{
-    return text.compare(0, beginning.size(), beginning) == 0;
-}
 
 } // namespace
 
@@ -39,10 +39,10 @@ bool Shell::run(const std::string& command, std::string& errorOutput)
 
 std::string Shell::effectOf(const std::string& command)
 {
-    if (startsWith(command, kAddGateway)) {
+    if (starts_with(command, kAddGateway)) {
         return kernel_.addDefaultRoute(command.substr(kAddGateway.size()));
     }
-    if (startsWith(command, kRestart)) {
+    if (starts_with(command, kRestart)) {
         return services_.restart(command.substr(kRestart.size()));
     }
     if (command == kFlush) {

@@ -107,13 +107,13 @@ bool moveDeadline(IDevice& device, TrialRecord& record, milliseconds time, bool 
 }
 
 /// Waits until the settings are live. Ends early when another process confirms or rolls back the trial.
-std::string waitForTrial(IDevice& device, const Plan& plan, const TrialOptions& options)
+std::string waitForTrial(IDevice& device, const Configuration& wanted, const Configuration& before,
+                         const TrialOptions& options)
 {
     std::string lacking;
-    const auto wanted = touchedNow(device.files(), plan);
     const auto end = device.now() + options.wait;
     waitUntil(device, options.wait, [&] {
-        lacking = missing(wanted, readLiveState(device), plan.before);
+        lacking = missing(wanted, readLiveState(device), before);
         if (!lacking.empty() && options.onWaiting) {
             options.onWaiting(lacking, end - device.now());
         }
@@ -236,11 +236,12 @@ Outcome begin(IDevice& device, const Plan& plan, const TrialOptions& options, Tu
 /// trial.
 Outcome awaitLive(IDevice& device, const Plan& plan, const TrialOptions& options, TrialRecord& record, Outcome outcome)
 {
-    const auto lacking = waitForTrial(device, plan, options);
+    const auto wanted = touchedNow(device.files(), plan);
+    const auto lacking = waitForTrial(device, wanted, plan.before, options);
     if (isBrokenOff()) {
         return refused("it was broken off: the guard rolls it back");
     }
-    const auto faults = lacking.empty() && !options.force ? unansweredOrTaken(device, plan) : Sentences();
+    const auto faults = lacking.empty() && !options.force ? unansweredOrTaken(device, wanted) : Sentences();
     if (!faults.empty()) {
         return ended(device, outcome, faults.front() + "; --force keeps it all the same");
     }

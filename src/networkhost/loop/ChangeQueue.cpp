@@ -9,7 +9,6 @@
 #include <csignal>
 #include <exception>
 #include <iterator>
-#include <system_error>
 #include <utility>
 
 #include <sys/eventfd.h>
@@ -111,7 +110,7 @@ void ChangeQueue::add(Change change)
     changes_.push_back(std::move(change));
     try {
         startThread();
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
         changes_.pop_back();
         throw;
     }

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "networkhost/plan/Neighbours.h"
 
-#include "networkhost/plan/PlannedFiles.h"
 #include "networkhost/text/Addresses.h"
 #include "networkhost/text/NetworkAddress.h"
 
@@ -88,11 +87,10 @@ std::vector<std::string> faultsOfNeighbours(const IDevice& device, const std::ve
     return faults;
 }
 
-std::vector<std::string> unansweredOrTaken(IDevice& device, const Plan& plan)
+std::vector<std::string> unansweredOrTaken(IDevice& device, const Configuration& configuration)
 {
     constexpr milliseconds kLimit(3000);
-    return faultsOfNeighbours(
-        device, askNeighbours(device, {}, touchedNow(device.files(), plan), readLiveState(device), true), kLimit);
+    return faultsOfNeighbours(device, askNeighbours(device, {}, configuration, readLiveState(device), true), kLimit);
 }
 
 } // namespace networkhost

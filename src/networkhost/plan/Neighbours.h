@@ -4,7 +4,6 @@
 #include "../device/IDevice.h"
 #include "../state/Configuration.h"
 #include "../state/LiveState.h"
-#include "Plan.h"
 
 #include <chrono>
 #include <memory>
@@ -38,9 +37,9 @@ std::vector<AskedNeighbour> askNeighbours(IDevice& device, const Configuration& 
 std::vector<std::string> faultsOfNeighbours(const IDevice& device, const std::vector<AskedNeighbour>& asked,
                                             std::chrono::milliseconds limit);
 
-/// For a trial with live settings. Returns a sentence for each gateway of the plan's interfaces that does not answer
-/// within 3 s, and for each of their addresses that another device has as well.
-std::vector<std::string> unansweredOrTaken(IDevice& device, const Plan& plan);
+/// For settings that are live. Returns a sentence for each gateway that does not answer within 3 s, and for each
+/// address that another device has as well.
+std::vector<std::string> unansweredOrTaken(IDevice& device, const Configuration& configuration);
 
 } // namespace networkhost
 
