@@ -164,7 +164,7 @@ void Networkd::acquireLease(const std::string& interfaceName, const DhcpServer& 
 {
     leases_[interfaceName] = server;
     kernel_.interfaces.at(interfaceName).addresses.push_back({server.address, server.mask, kDhcpMetric, false});
-    if (!server.router.empty()) {
+    if (!server.router.empty() && configuration_.interfaces.at(interfaceName).usesLeasedGateway) {
         kernel_.routes.push_back({interfaceName, kDirect, kDirect, server.router, kDhcpMetric});
         kernel_.routes.push_back({interfaceName, server.router, kHostMask, kDirect, kDhcpMetric});
     }
@@ -191,6 +191,24 @@ std::string Networkd::leaseFile(const std::string& index) const
             return "# This is private data. Do not parse.\nADDRESS=" + lease.address + "\nNETMASK=" + lease.mask +
                    "\nROUTER=" + lease.router + "\nDNS=" + boost::algorithm::join(lease.dnsServers, " ") + '\n';
         }
+    }
+    return {};
+}
+
+std::string Networkd::linkFile(const std::string& index) const
+{
+    for (const auto& [name, iface] : kernel_.interfaces) {
+        const auto& wanted = configuration_.interfaces.at(name);
+        if (std::to_string(iface.index) != index || !iface.isPresent) {
+            continue;
+        }
+        if (wanted.files.empty() || !wanted.unused.empty()) {
+            return "ADMIN_STATE=unmanaged\n";
+        }
+        const bool isDone = iface.hasCable && !schedule_.holdsActionOf(name) &&
+                            (!wanted.dhcp || leases_.count(name) > 0 || !wanted.addresses.empty());
+        return std::string("ADMIN_STATE=") + (isDone ? "configured" : "configuring") +
+               "\nNETWORK_FILE=" + wanted.files.front() + '\n';
     }
     return {};
 }

@@ -33,6 +33,9 @@ public:
     /// Returns the text of the lease file of the interface with that index. It is empty without a lease.
     std::string leaseFile(const std::string& index) const;
 
+    /// Returns the text of the state file of the interface with that index.
+    std::string linkFile(const std::string& index) const;
+
     /// Returns the DNS servers of all leases.
     std::vector<std::string> leasedDnsServers() const;
 

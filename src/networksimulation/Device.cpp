@@ -39,6 +39,7 @@ void Device::showKernelAndDaemons()
                                           : kernel_.attribute(rest.substr(0, slash), rest.substr(slash + 1));
     });
     disk_.show(paths::kLeases, [this](const std::string& index) { return networkd_.leaseFile(index); });
+    disk_.show(paths::kLinks, [this](const std::string& index) { return networkd_.linkFile(index); });
     disk_.show(paths::kResolverState,
                [this](const std::string&) { return resolved_.resolvConf(networkd_.leasedDnsServers()); });
 }
@@ -192,6 +193,11 @@ void Device::setDaemon(const std::string& daemon, const std::string& enabled, co
 {
     const auto held = clock_.hold();
     services_.state(daemon) = {daemon, enabled, active};
+}
+
+void Device::setSystemdVersion(int version)
+{
+    disk_.put(paths::kNetworkd, "libsystemd-shared-" + std::to_string(version) + ".so");
 }
 
 std::vector<networkhost::DaemonState> Device::daemons()

@@ -140,6 +140,9 @@ public:
     /// not run after a reboot. Throws std::invalid_argument for another name.
     void setDaemon(const std::string& daemon, const std::string& enabled, const std::string& active = "active");
 
+    /// Sets the version of systemd whose rules systemd-networkd follows when it reads its files. It is 252 at first.
+    void setSystemdVersion(int version);
+
     /// The device is then like one without the units of packaging/ and without velnetctl.
     void removeGuards();
 

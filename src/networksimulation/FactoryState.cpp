@@ -68,6 +68,7 @@ void connect(FarEnds& farEnds, const BuiltInInterface& iface, unsigned int netwo
 void setFactoryState(Kernel& kernel, Disk& disk, FarEnds& farEnds)
 {
     disk.put(paths::kHostname, "device\n");
+    disk.put(paths::kNetworkd, "libsystemd-shared-252.so"); // the program of this version
     makeDirectoryOf(disk, paths::dnsDomainFile());
     unsigned int network = kFirstNetwork;
     int index = kFirstIndex;

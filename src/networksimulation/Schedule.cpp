@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "networksimulation/Schedule.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace networksimulation {
@@ -15,6 +16,12 @@ void Schedule::cancel(const std::string& owner)
     for (auto entry = actions_.begin(); entry != actions_.end();) {
         entry = entry->second.owner == owner ? actions_.erase(entry) : std::next(entry);
     }
+}
+
+bool Schedule::holdsActionOf(const std::string& owner) const
+{
+    return std::any_of(actions_.begin(), actions_.end(),
+                       [&owner](const auto& entry) { return entry.second.owner == owner; });
 }
 
 bool Schedule::advance(std::chrono::milliseconds duration)

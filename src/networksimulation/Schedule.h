@@ -21,6 +21,7 @@ public:
     /// Runs the actions that become due, in the order of time. Returns whether there was one.
     bool advance(std::chrono::milliseconds duration);
 
+    bool holdsActionOf(const std::string& owner) const;
     bool isEmpty() const { return actions_.empty(); }
 
 private:

@@ -277,6 +277,14 @@ bool saveSettings(Session& session, const std::string& file)
         fail(session, networkhost::textOf(unread));
         return false;
     }
+    for (const auto& [name, iface] : networkhost::readConfiguration(session.device.files()).interfaces) {
+        for (const auto& sentence : iface.unread) {
+            warn(session, networkhost::printable(sentence));
+        }
+        if (!iface.dnsServers.empty() || !iface.searchDomains.empty()) {
+            warn(session, "the name servers and domains of " + name + " alone have no place in the document");
+        }
+    }
     const auto document = networkhost::saveSettings(session.device.files());
     if (file == "-") {
         session.output << document << std::flush;

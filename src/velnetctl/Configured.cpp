@@ -13,8 +13,11 @@ using velbase2::nsa::common::IpSettings;
 
 std::string configuredText(const networkhost::ConfiguredInterface& configured)
 {
-    return networkhost::printable(toText(configured) +
-                                  (configured.gateway.empty() ? "" : ", gateway " + configured.gateway));
+    auto text = toText(configured) + (configured.gateway.empty() ? "" : ", gateway " + configured.gateway);
+    if (!configured.dnsServers.empty() || !configured.searchDomains.empty()) {
+        text += ", name servers " + toText(configured.dnsServers) + ", search " + toText(configured.searchDomains);
+    }
+    return networkhost::printable(text);
 }
 
 IpSettings settingsOf(const networkhost::ConfiguredInterface& configured)

@@ -38,17 +38,23 @@ Row linkRow(const EthInterface& iface)
 Section sectionOf(const EthInterface& iface, const Snapshot& snapshot)
 {
     const auto configuration = onlyInterface(snapshot.configured, iface.name);
-    const auto configured = configuredText(configuration.interfaces.at(iface.name));
+    const auto& configured = configuration.interfaces.at(iface.name);
     const auto& live = snapshot.live.interfaces.at(iface.name);
     Section section{iface.name, {live.isPresent ? linkRow(iface) : Row{"link", "absent", Color::Red, {}}}};
     const auto add = [&section](const char* label, const std::string& text) {
         section.rows.push_back({label, text, {}, {}});
     };
-    add("configured", configured + "  (" + iface.networkFile + ')');
+    add("configured", configuredText(configured) + "  (" + iface.networkFile + ')');
     add("routes", printable(toText(iface.routes.get().value_or(""))));
+    for (const auto* const sentences : {&configured.unread, &configured.ignored}) {
+        for (const auto& sentence : *sentences) {
+            section.rows.push_back({"note", printable(sentence), Color::Red, {}});
+        }
+    }
     if (!live.isPresent) {
         return section;
     }
+    add("networkd", printable(toText(live.networkd)));
     add("live", toText(iface.ipSettings.get().value_or(IpSettings())));
     for (const auto& address : live.addresses) {
         add("addresses", toText(std::vector{address}));

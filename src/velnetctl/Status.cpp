@@ -65,10 +65,14 @@ void printStatusText(Session& session, const Snapshot& snapshot, const TrialStat
     if (trial.isPending()) {
         sections.insert(sections.begin(), sectionOf(trial));
     }
-    for (const auto& section : sections) {
+    for (auto& section : sections) {
         const bool isInterface = snapshot.interfaces.count(section.title) > 0;
         if (isInterface && !contains(interfaceNames, section.title)) {
             continue;
+        }
+        for (const auto& path :
+             isInterface ? snapshot.configured.interfaces.at(section.title).files : std::vector<std::string>()) {
+            section.rows.push_back({"files", printable(path), {}, {}});
         }
         output << std::exchange(between, "\n") << colored(Color::Bold, section.title) << '\n';
         std::string last;
@@ -88,7 +92,13 @@ Json interfaceJson(const EthInterface& iface, const Snapshot& snapshot)
     Json json = {{"present", live.isPresent},
                  {"networkFile", iface.networkFile},
                  {"configured", toJson(settingsOf(configured))},
-                 {"configuredAddresses", configured.addresses}};
+                 {"configuredAddresses", configured.addresses},
+                 {"configuredServers", configured.dnsServers},
+                 {"configuredDomains", configured.searchDomains},
+                 {"files", configured.files},
+                 {"unread", configured.unread},
+                 {"ignored", configured.ignored},
+                 {"networkd", live.networkd}};
     networkhost::forEachCell(iface, [&json](const char* name, const auto& cell) { json[name] = toJson(cell.get()); });
     if (!live.isPresent) {
         json["live"] = nullptr; // the cell has the settings of the files

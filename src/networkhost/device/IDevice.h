@@ -66,6 +66,12 @@ public:
     /// Whether an unconfirmed trial is rolled back at the next boot.
     virtual bool hasBootGuard() = 0;
 
+    /// The addresses of an interface in the kernel's order, and after them those with a label such as "remote:a".
+    virtual std::vector<velbase2::nsa::common::structs::IpAddress> addressesOf(const std::string& interfaceName)
+    {
+        return system().getAddresses(interfaceName);
+    }
+
     /// systemd-networkd and systemd-resolved. Empty when systemd cannot be asked.
     virtual std::vector<DaemonState> daemons() { return {}; }
 

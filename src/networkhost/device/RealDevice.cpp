@@ -12,9 +12,11 @@
 #include "networkmanager/system/SystemIF.h"
 
 #include <algorithm>
+#include <set>
 #include <thread>
 #include <utility>
 
+#include <ifaddrs.h>
 #include <unistd.h>
 
 namespace networkhost {
@@ -56,6 +58,23 @@ private:
     RealFiles files_;
 };
 
+/// The labels of addresses, such as "remote:a" for the interface "remote".
+std::set<std::string> labelsOf(const std::string& interfaceName)
+{
+    std::set<std::string> labels;
+    ifaddrs* first = nullptr;
+    if (::getifaddrs(&first) != 0) {
+        return labels;
+    }
+    for (const auto* entry = first; entry != nullptr; entry = entry->ifa_next) {
+        if (startsWith(entry->ifa_name, interfaceName + ':')) {
+            labels.insert(entry->ifa_name);
+        }
+    }
+    ::freeifaddrs(first);
+    return labels;
+}
+
 } // namespace
 
 RealDevice::RealDevice(std::string velnetctl)
@@ -96,6 +115,16 @@ bool RealDevice::hasBootGuard()
 {
     return executeCommand("systemctl is-enabled velnet-guard-boot.service").output ==
            "enabled\n"; // "enabled-runtime" would last only for this boot
+}
+
+std::vector<velbase2::nsa::common::structs::IpAddress> RealDevice::addressesOf(const std::string& interfaceName)
+{
+    auto addresses = system_->getAddresses(interfaceName);
+    for (const auto& label : labelsOf(interfaceName)) {
+        const auto labelled = system_->getAddresses(label); // it goes by this name
+        addresses.insert(addresses.end(), labelled.begin(), labelled.end());
+    }
+    return addresses;
 }
 
 std::vector<DaemonState> RealDevice::daemons()

@@ -25,6 +25,7 @@ public:
     void pause(std::chrono::milliseconds duration) override;
     bool startGuard(const std::function<bool()>& isUp) override;
     bool hasBootGuard() override;
+    std::vector<velbase2::nsa::common::structs::IpAddress> addressesOf(const std::string& interfaceName) override;
     std::vector<DaemonState> daemons() override;
     std::unique_ptr<IQuestion> ask(const std::string& interfaceName, const std::string& address, bool isOwn) override;
     std::unique_ptr<IHints> openHints() override;

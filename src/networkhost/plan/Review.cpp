@@ -28,17 +28,19 @@ namespace {
 
 std::vector<std::string> trimmedLines(const std::optional<std::string>& text)
 {
-    auto lines = linesOf(text.value_or(""));
+    auto lines = daemonLines(text.value_or(""));
     std::transform(lines.begin(), lines.end(), lines.begin(), [](const auto& line) { return trimmed(line); });
     return lines;
 }
 
-/// Keys that the library itself writes and removes.
+/// Keys that the library itself writes into that file, and removes.
 bool isOwnKey(const std::string& path, const std::string& key)
 {
-    constexpr std::array<std::string_view, 6> kKeys = {"Name", "Address", "DHCP", "Gateway", "DNS", "Domains"};
-    return std::find(kKeys.begin(), kKeys.end(), key) != kKeys.end() ||
-           (endsWith(path, paths::kRoutesDropIn) && key == "Destination");
+    if (startsWith(path, paths::kResolverDirectory)) {
+        return key == "DNS" || key == "Domains";
+    }
+    return key == "Gateway" ||
+           (endsWith(path, paths::kRoutesDropIn) ? key == "Destination" : key == "Address" || key == "DHCP");
 }
 
 /// The texts that are in `after` but not in `before`.
@@ -52,7 +54,7 @@ std::vector<std::string> added(const std::vector<std::string>& before, std::vect
 
 bool asksForServers(const IReadableFiles& files, const std::string& path)
 {
-    const auto sections = parseDaemonFile(textOf(files, path).value_or(""));
+    const auto sections = parseDaemonFile(textOf(files, path).value_or("")).sections;
     return std::any_of(sections.begin(), sections.end(),
                        [](const auto& section) { return !section.valueOf("DNS").empty(); });
 }
@@ -102,16 +104,14 @@ std::vector<std::string> droppedLines(const FileChange& file)
     const auto lines = trimmedLines(file.after);
     const std::set<std::string> after(lines.begin(), lines.end());
     const bool hasMany = endsWith(file.path, paths::kRoutesDropIn); // it has several sections with the same keys
-    std::string section;
-    std::set<std::string> seen; // section and own key
+    std::set<std::string> seen;                                     // own keys
     std::vector<std::string> dropped;
     for (const auto& line : trimmedLines(file.before)) {
         if (line.empty() || line.front() == '[') {
-            section = line.empty() ? section : line;
             continue;
         }
         const auto key = trimmed(line.substr(0, line.find('=')));
-        const bool isFirst = isOwnKey(file.path, key) && (seen.insert(section + key).second || hasMany);
+        const bool isFirst = isOwnKey(file.path, key) && (seen.insert(key).second || hasMany);
         if (!isFirst && after.count(line) == 0) {
             dropped.push_back(line);
         }
@@ -138,6 +138,9 @@ void review(IDevice& device, Plan& plan, const std::string& advice)
         plan.objections.push_back(fault);
     }
     for (const auto& [name, iface] : plan.after.interfaces) {
+        add(iface.unused, plan.objections);
+        plan.warnings.insert(plan.warnings.end(), iface.unread.begin(), iface.unread.end());
+        plan.warnings.insert(plan.warnings.end(), iface.ignored.begin(), iface.ignored.end());
         if (const auto& state = live.interfaces.at(name); state.isPresent && !state.hasLink) {
             plan.warnings.push_back("the cable of " + name + " is out: the change becomes live only when it is in");
         }

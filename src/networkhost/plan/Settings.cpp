@@ -9,6 +9,7 @@
 #include "networkhost/plan/Review.h"
 #include "networkhost/plan/SettingsDocument.h"
 #include "networkhost/state/DaemonFile.h"
+#include "networkhost/state/DropIns.h"
 #include "networkhost/state/Text.h"
 #include "networkhost/text/Addresses.h"
 #include "networkhost/text/NetworkAddress.h"
@@ -81,7 +82,11 @@ Part interfacePart(IDevice& device, const BuiltInInterface& builtIn, const Confi
     const auto& iface = wanted.interfaces.at(name);
     addFile(device, paths::ofInterface(builtIn.networkFile), mainFileText(builtIn, iface), part.main);
     addFile(device, paths::ofInterface(builtIn.networkFile, paths::kRoutesDropIn), routesFileText(iface), part.other);
-    part.foreign = {paths::ofInterface(builtIn.networkFile, paths::kAddressDropIn)};
+    for (const auto& file : readWithDropIns(device.files(), std::string("network/") + builtIn.networkFile)) {
+        if (file.isDropIn && file.path != paths::ofInterface(builtIn.networkFile, paths::kRoutesDropIn)) {
+            part.foreign.push_back(file.path);
+        }
+    }
     return part;
 }
 
@@ -95,7 +100,7 @@ bool isSlot(const std::string& path)
 
 bool asksForDns(const IReadableFiles& files, const std::string& path)
 {
-    for (const auto& section : parseDaemonFile(textOf(files, path).value_or(""))) {
+    for (const auto& section : parseDaemonFile(textOf(files, path).value_or("")).sections) {
         for (const auto& [key, value] : section.entries) {
             if (key == "DNS" || key == "Domains") {
                 return true;

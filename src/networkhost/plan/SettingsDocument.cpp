@@ -44,6 +44,9 @@ std::string faultOfInterfaceAddress(const std::string& address)
     if (address == kDhcp) {
         return {};
     }
+    if (address.find(", ") != std::string::npos) {
+        return "there is room for one address, or for \"dhcp\"";
+    }
     const auto fault = faultOfHost(address.substr(0, address.find('/')));
     return fault.empty() ? faultOfLength(address) : fault;
 }

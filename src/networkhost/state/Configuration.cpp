@@ -1,87 +1,20 @@
 // SPDX-License-Identifier: MIT
 #include "networkhost/state/Configuration.h"
 
-#include "base/IpHelper.h"
-#include "base/Paths.h"
 #include "networkhost/state/DaemonFile.h"
-#include "networkhost/text/NetworkAddress.h"
+#include "networkhost/state/DropIns.h"
+#include "networkhost/state/InterfaceFiles.h"
 #include "networkhost/text/Words.h"
 #include "networkmanager/BuiltInInterfaces.h"
 
 #include <algorithm>
-#include <string_view>
 #include <tuple>
 
 namespace networkhost {
 
-namespace iphelper = velbase2::system::iphelper;
-namespace paths = velbase2::system::paths;
-
 namespace {
 
-std::vector<DaemonSection> readSections(const IReadableFiles& files, const std::string& path)
-{
-    return parseDaemonFile(textOf(files, path).value_or(""));
-}
-
-/// Whether this value of "DHCP=" makes systemd-networkd ask for an IPv4 lease.
-bool asksForLease(const std::string& dhcp)
-{
-    return dhcp == "ipv4" || dhcp == "yes" || dhcp == "true" || dhcp == "on" || dhcp == "1" || dhcp == "both";
-}
-
-/// Whether the text was meant as an IPv4 address. The prefix length may be missing or wrong.
-bool isMeantAsAddress(const std::string& text)
-{
-    return iphelper::isValidIp(text.substr(0, text.find('/')));
-}
-
-void addNetworkEntry(ConfiguredInterface& iface, const std::string& key, const std::string& value)
-{
-    if (key == "DHCP") {
-        iface.dhcp = asksForLease(value);
-    } else if (key == "Gateway" && isMeantAsAddress(value)) {
-        iface.gateway = value;
-    } else if (key == "Address" && value.empty()) {
-        iface.addresses.clear();
-    } else if (key == "Address" && isMeantAsAddress(value)) {
-        const auto address = NetworkAddress::parseAsDaemons(value);
-        iface.addresses.push_back(address ? address->text() : value);
-    }
-}
-
-void addRoute(ConfiguredInterface& iface, const DaemonSection& section)
-{
-    const auto gateway = section.valueOf("Gateway");
-    const auto destination = section.valueOf("Destination");
-    const auto parsed = NetworkAddress::parseAsDaemons(destination);
-    const auto network = parsed ? parsed->network().text() : destination;
-    if (!isMeantAsAddress(gateway)) {
-        return;
-    }
-    if (destination.empty() || network == "0.0.0.0/0") {
-        iface.gateway = gateway;
-    } else if (isMeantAsAddress(destination)) {
-        iface.routes.push_back({network, gateway});
-    }
-}
-
-ConfiguredInterface readInterface(const IReadableFiles& files, const std::string& networkFile)
-{
-    ConfiguredInterface iface;
-    for (const char* suffix : paths::kInNetworkdsOrder) {
-        for (const auto& section : readSections(files, paths::ofInterface(networkFile, suffix))) {
-            if (section.name == "Route") {
-                addRoute(iface, section);
-            } else if (section.name == "Network" || section.name == "Address") {
-                for (const auto& [key, value] : section.entries) {
-                    addNetworkEntry(iface, key, value);
-                }
-            }
-        }
-    }
-    return iface;
-}
+constexpr const char* kResolver = "resolved.conf";
 
 /// Removes the "#name" behind each server. It only serves to check the server's certificate.
 std::string withoutNames(const std::string& servers)
@@ -93,25 +26,10 @@ std::string withoutNames(const std::string& servers)
     return addresses;
 }
 
-/// The resolver's files in the order in which systemd-resolved reads them.
-std::vector<std::string> resolverFiles(const IReadableFiles& files)
-{
-    std::vector<std::string> names;
-    files.list(paths::kResolverDirectory, names);
-    std::vector<std::string> order = {paths::kResolverFile};
-    for (const auto& name : names) {
-        constexpr std::string_view kSuffix = ".conf";
-        if (name.size() > kSuffix.size() && endsWith(name, kSuffix)) {
-            order.push_back(paths::kResolverDirectory + name);
-        }
-    }
-    return order;
-}
-
 void readResolver(const IReadableFiles& files, Configuration& configuration)
 {
-    for (const auto& path : resolverFiles(files)) {
-        for (const auto& section : readSections(files, path)) {
+    for (const auto& file : readWithDropIns(files, kResolver)) {
+        for (const auto& section : parseDaemonFile(file.text).sections) {
             for (const auto& [key, value] : section.entries) {
                 if (section.name == "Resolve" && key == "DNS") {
                     assignList(configuration.dnsServers, withoutNames(value));
@@ -133,7 +51,8 @@ bool operator==(const Route& left, const Route& right)
 bool operator==(const ConfiguredInterface& left, const ConfiguredInterface& right)
 {
     return std::tie(left.addresses, left.dhcp, left.gateway, left.routes) ==
-           std::tie(right.addresses, right.dhcp, right.gateway, right.routes);
+               std::tie(right.addresses, right.dhcp, right.gateway, right.routes) &&
+           left.unused.empty() == right.unused.empty();
 }
 
 bool operator==(const Configuration& left, const Configuration& right)
@@ -154,7 +73,7 @@ Configuration readConfiguration(const IReadableFiles& files)
 {
     Configuration configuration;
     for (const auto& iface : networkmanager::kBuiltInInterfaces) {
-        configuration.interfaces[iface.name] = readInterface(files, iface.networkFile);
+        configuration.interfaces[iface.name] = readInterface(files, iface.name, iface.networkFile);
     }
     readResolver(files, configuration);
     return configuration;
@@ -162,20 +81,17 @@ Configuration readConfiguration(const IReadableFiles& files)
 
 std::vector<Failure> unreadFiles(const IReadableFiles& files)
 {
-    auto all = resolverFiles(files);
-    for (const auto& iface : networkmanager::kBuiltInInterfaces) {
-        for (const char* suffix : paths::kInNetworkdsOrder) {
-            all.push_back(paths::ofInterface(iface.networkFile, suffix));
-        }
-    }
     std::vector<Failure> failures;
-    for (const auto& path : all) {
-        std::string text;
-        const auto error = files.read(path, text);
-        const bool isNone = error == std::errc::no_such_file_or_directory || error == std::errc::invalid_argument;
-        if (error && !isNone) { // EINVAL: a link to /dev/null masks the file
-            failures.push_back({Failure::Step::ReadFile, path, error, {}});
+    const auto look = [&](const std::string& name) {
+        for (const auto& file : readWithDropIns(files, name)) {
+            if (file.error && file.error != std::errc::invalid_argument) { // EINVAL: a link to /dev/null masks the file
+                failures.push_back({Failure::Step::ReadFile, file.path, file.error, {}});
+            }
         }
+    };
+    look(kResolver);
+    for (const auto& iface : networkmanager::kBuiltInInterfaces) {
+        look(std::string("network/") + iface.networkFile);
     }
     return failures;
 }

@@ -26,13 +26,23 @@ inline bool operator!=(const Route& left, const Route& right)
     return !(left == right);
 }
 
-/// What the files of one interface ask systemd-networkd for. IPv4 only.
+/// What the files of one interface ask systemd-networkd for. IPv4 only, and of the routes only those in the main table.
 struct ConfiguredInterface
 {
     std::vector<std::string> addresses; // static ones: "192.168.50.20/24"
     bool dhcp = false;                  // an address by DHCP as well
-    std::string gateway;                // of a default route; empty for none
-    std::vector<Route> routes;          // the others that have a gateway
+    std::string gateway;                // of the static default route that leads; empty for none
+    std::vector<Route> routes = {};     // the others that have a gateway
+
+    bool usesLeasedGateway = false;              // the lease brings a default route
+    std::vector<std::string> dnsServers = {};    // of this link alone; nothing here sets them or waits for them
+    std::vector<std::string> searchDomains = {}; // likewise
+    std::vector<std::string> files = {};         // that make it up, in the daemon's order
+
+    // Sentences for people.
+    std::string unused = {};               // why the daemon does not use the files; empty when it does
+    std::vector<std::string> unread = {};  // what is not understood here: "FILE has [Route] NextHop=, ..."
+    std::vector<std::string> ignored = {}; // what the daemon ignores, and why
 };
 
 /// What the files of the device ask for.
@@ -46,10 +56,12 @@ struct Configuration
 /// The name of the interface into whose file the default gateway is written.
 std::string gatewayInterface();
 
+/// Whether both ask for the same addresses, gateway and routes, and are used.
 bool operator==(const ConfiguredInterface& left, const ConfiguredInterface& right);
 bool operator==(const Configuration& left, const Configuration& right);
 
-/// Reads what is configured now, as the daemons would read it. A file that cannot be read asks for nothing.
+/// Reads what is configured now, as the daemons of the installed version of systemd (247 to 257) would read it. A file
+/// that cannot be read asks for nothing.
 Configuration readConfiguration(const IReadableFiles& files);
 
 /// The files of the configuration that are there and cannot be read.

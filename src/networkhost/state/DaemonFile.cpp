@@ -4,35 +4,88 @@
 #include "networkhost/text/Words.h"
 
 #include <algorithm>
-#include <sstream>
 #include <string_view>
+
+#include <boost/locale/utf.hpp>
 
 namespace networkhost {
 namespace {
 
-bool isComment(const std::string& line)
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::size_t kLongestLine = 1024UL * 1024UL;
+
+bool isLineEnd(char character)
 {
-    return line.empty() || line.front() == '#' || line.front() == ';';
+    return character == '\n' || character == '\r' || character == '\0';
 }
 
-/// Reads the next line together with its continuation lines.
-bool readLogicalLine(std::istream& input, std::string& line)
+/// Takes one line off the text. Different line ends in a row are one, for example "\r\n", unless the first is a NUL.
+std::string_view takeLine(std::string_view& text)
 {
-    line.clear();
-    std::string part;
-    while (std::getline(input, part)) {
-        part = trimmed(part);
-        if (!line.empty() && isComment(part)) {
-            continue; // a comment does not end a continued line
-        }
-        if (part.empty() || part.back() != '\\') {
-            line += part;
-            return true;
-        }
-        part.back() = ' ';
-        line += part;
+    const auto end = static_cast<std::size_t>(std::find_if(text.begin(), text.end(), isLineEnd) - text.begin());
+    const auto line = text.substr(0, end);
+    auto next = end;
+    while (next < text.size() && isLineEnd(text[next]) &&
+           text.substr(end, next - end).find_first_of(std::string_view("\0", 1)) == std::string_view::npos &&
+           text.substr(end, next - end).find(text[next]) == std::string_view::npos) {
+        ++next;
     }
-    return !line.empty();
+    text.remove_prefix(next);
+    return line;
+}
+
+bool isComment(std::string_view line)
+{
+    const auto first = line.find_first_not_of(" \t");
+    return first != std::string_view::npos && (line[first] == '#' || line[first] == ';');
+}
+
+/// Whether the next line continues this one. Two backslashes at the end are one that is meant.
+bool isContinued(std::string_view line)
+{
+    const auto last = line.find_last_not_of('\\');
+    return (line.size() - (last == std::string_view::npos ? 0 : last + 1)) % 2 == 1;
+}
+
+bool isUtf8(const std::string& text)
+{
+    namespace utf = boost::locale::utf;
+    for (auto next = text.begin(); next != text.end();) {
+        const auto character = utf::utf_traits<char>::decode(next, text.end());
+        if (character == utf::illegal || character == utf::incomplete) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool isSectionName(std::string_view name)
+{
+    return std::none_of(name.begin(), name.end(), [](char character) {
+        const auto byte = static_cast<unsigned char>(character);
+        return byte < 0x20 || byte == 0x7F || character == '"' || character == '\'' || character == '\\';
+    });
+}
+
+/// Adds the line to the sections. Returns why the daemons give the file up, or an empty text.
+std::string addLine(const std::string& line, std::vector<DaemonSection>& sections)
+{
+    if (!isUtf8(line)) {
+        return "is not UTF-8";
+    }
+    if (!line.empty() && line.front() == '[') {
+        if (line.back() != ']' || line.size() < 2 || !isSectionName(line.substr(1, line.size() - 2))) {
+            return "is no section header";
+        }
+        sections.push_back({line.substr(1, line.size() - 2), {}});
+        return {};
+    }
+    const auto separator = line.find('=');
+    if (separator != std::string::npos && separator > 0 && !sections.empty()) {
+        const std::string_view view = line;
+        sections.back().entries.emplace_back(trimmed(view.substr(0, separator)), trimmed(view.substr(separator + 1)));
+    }
+    return {};
 }
 
 } // namespace
@@ -44,27 +97,50 @@ std::string DaemonSection::valueOf(const std::string& key) const
     return entry == entries.rend() ? std::string() : entry->second;
 }
 
-std::vector<DaemonSection> parseDaemonFile(const std::string& text)
+DaemonFile parseDaemonFile(const std::string& text)
 {
-    std::vector<DaemonSection> sections;
-    std::istringstream input(text);
-    std::string line;
-    while (readLogicalLine(input, line)) {
-        if (isComment(line)) {
-            continue;
+    DaemonFile file;
+    std::string_view rest = text;
+    std::string line; // with those that it continues
+    bool hasMark = false;
+    unsigned int number = 0;
+    const auto finishLine = [&] {
+        const auto fault = line.size() > kLongestLine ? "is longer than 1 MiB" : addLine(trimmed(line), file.sections);
+        if (!fault.empty()) {
+            file.fault = "line " + std::to_string(number) + ' ' + fault;
         }
-        if (line.front() == '[' && line.back() == ']') {
-            sections.push_back({line.substr(1, line.size() - 2), {}});
-            continue;
+        line.clear();
+    };
+    while (!rest.empty() && file.fault.empty()) {
+        auto part = takeLine(rest);
+        ++number;
+        if (isComment(part)) {
+            continue; // it does not end a continued line, and is not continued itself
         }
-        const auto separator = line.find('=');
-        if (separator != std::string::npos && !sections.empty()) {
-            const std::string_view view = line;
-            sections.back().entries.emplace_back(trimmed(view.substr(0, separator)),
-                                                 trimmed(view.substr(separator + 1)));
+        if (!hasMark && startsWith(part, kByteOrderMark)) {
+            part.remove_prefix(kByteOrderMark.size());
+            hasMark = true;
+        }
+        line += part;
+        if (isContinued(line)) {
+            line.back() = ' ';
+        } else {
+            finishLine();
         }
     }
-    return sections;
+    if (file.fault.empty()) {
+        finishLine();
+    }
+    return file;
+}
+
+std::vector<std::string> daemonLines(const std::string& text)
+{
+    std::vector<std::string> lines;
+    for (std::string_view rest = text; !rest.empty();) {
+        lines.emplace_back(takeLine(rest));
+    }
+    return lines;
 }
 
 void assignList(std::vector<std::string>& list, const std::string& value)

@@ -20,9 +20,17 @@ struct DaemonSection
     std::string valueOf(const std::string& key) const;
 };
 
-/// The sections in order. Sections of the same name stay separate. Lines that are not an entry of a section are
-/// skipped.
-std::vector<DaemonSection> parseDaemonFile(const std::string& text);
+struct DaemonFile
+{
+    std::vector<DaemonSection> sections; // in order; those of the same name stay separate
+    std::string fault;                   // why the daemons stop reading there: "line 3 is no section header"
+};
+
+/// Lines that are not an entry of a section are skipped.
+DaemonFile parseDaemonFile(const std::string& text);
+
+/// The lines as the daemons part them: a carriage return and a NUL byte end a line as well.
+std::vector<std::string> daemonLines(const std::string& text);
 
 /// Appends the words of `value` to the list. As in the daemons, an empty value clears the list.
 void assignList(std::vector<std::string>& list, const std::string& value);

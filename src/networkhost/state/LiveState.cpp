@@ -16,23 +16,34 @@ namespace paths = velbase2::system::paths;
 
 namespace {
 
-Lease readLease(IDevice& device, const std::string& interfaceName)
+/// The values of a file with lines such as "DNS=192.168.50.1".
+std::map<std::string, std::string> readValues(const IReadableFiles& files, const std::string& path)
 {
-    const auto index = device.system().readFile(paths::kInterfaceStates + interfaceName + "/ifindex");
-    Lease lease;
-    for (const auto& line : linesOf(textOf(device.files(), paths::kLeases + index).value_or(""))) {
+    std::map<std::string, std::string> values;
+    for (const auto& line : linesOf(textOf(files, path).value_or(""))) {
         const auto separator = line.find('=');
-        const auto key = line.substr(0, separator);
-        const auto words = wordsOf(separator == std::string::npos ? "" : line.substr(separator + 1));
-        if (key == "DNS") {
-            lease.dnsServers = words;
-        } else if (key == "ADDRESS" && !words.empty()) {
-            lease.address = words.front();
-        } else if (key == "ROUTER" && !words.empty()) {
-            lease.router = words.front();
+        if (separator != std::string::npos) {
+            values[line.substr(0, separator)] = line.substr(separator + 1);
         }
     }
-    return lease;
+    return values;
+}
+
+std::string firstWord(const std::string& text)
+{
+    const auto words = wordsOf(text);
+    return words.empty() ? std::string() : words.front();
+}
+
+/// Reads what systemd-networkd tells.
+void readNetworkd(IDevice& device, const std::string& interfaceName, LiveInterface& iface)
+{
+    const auto index = device.system().readFile(paths::kInterfaceStates + interfaceName + "/ifindex");
+    auto lease = readValues(device.files(), paths::kLeases + index);
+    iface.lease = {firstWord(lease["ADDRESS"]), firstWord(lease["ROUTER"]), wordsOf(lease["DNS"])};
+    auto link = readValues(device.files(), paths::kLinks + index);
+    iface.networkd = link["ADMIN_STATE"];
+    iface.networkFile = link["NETWORK_FILE"];
 }
 
 /// The routes of the kernel's table that use the interface and have a gateway.
@@ -80,8 +91,8 @@ LiveState readLiveState(IDevice& device)
         auto& iface = live.interfaces[builtIn.name];
         iface.isPresent = !system.getMacAddress(builtIn.name).empty();
         iface.hasLink = system.getLink(builtIn.name);
-        iface.addresses = system.getAddresses(builtIn.name);
-        iface.lease = readLease(device, builtIn.name);
+        iface.addresses = device.addressesOf(builtIn.name);
+        readNetworkd(device, builtIn.name, iface);
         iface.routes = routesOf(table, builtIn.name);
     }
     live.gateway = system.getGateway();

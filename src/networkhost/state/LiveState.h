@@ -19,7 +19,7 @@ struct Lease
     std::vector<std::string> dnsServers;
 };
 
-/// What the kernel and systemd-networkd tell about one interface.
+/// What the kernel and systemd-networkd tell about one interface. Empty texts when networkd does not tell.
 struct LiveInterface
 {
     bool isPresent = false;
@@ -27,6 +27,8 @@ struct LiveInterface
     std::vector<velbase2::nsa::common::structs::IpAddress> addresses; // in the kernel's order
     Lease lease;
     std::vector<Route> routes; // those with a gateway, except the default route
+    std::string networkd;      // networkd's word for its state: "configured", "configuring", "failed", "unmanaged"
+    std::string networkFile;   // that networkd has chosen for it
 };
 
 struct LiveState

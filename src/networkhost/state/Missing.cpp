@@ -73,7 +73,7 @@ std::string missingAddress(const std::string& name, const ConfiguredInterface& w
 std::string missingDefaultRoute(const ConfiguredInterface& wanted, const LiveInterface& live,
                                 const std::string& gateway, bool mustBeGone)
 {
-    const auto expected = wanted.gateway.empty() && wanted.dhcp ? live.lease.router : wanted.gateway;
+    const auto expected = wanted.gateway.empty() && wanted.usesLeasedGateway ? live.lease.router : wanted.gateway;
     if (gateway == expected || (expected.empty() && !mustBeGone)) {
         return {};
     }
@@ -97,6 +97,17 @@ std::string missingRoute(const ConfiguredInterface& wanted, const LiveInterface&
     return {};
 }
 
+std::string missingUse(const std::string& name, const ConfiguredInterface& wanted, const LiveInterface& live)
+{
+    if (!wanted.unused.empty()) {
+        return "the settings of " + name + ": " + wanted.unused;
+    }
+    const bool isOther = !live.networkFile.empty() && !wanted.files.empty() && live.networkFile != wanted.files.front();
+    return isOther ? "the settings of " + name + ": systemd-networkd uses " + live.networkFile + ", not " +
+                         wanted.files.front()
+                   : std::string();
+}
+
 std::string missingOfInterface(const std::string& name, const ConfiguredInterface& wanted, const LiveState& state,
                                const ConfiguredInterface* before)
 {
@@ -104,13 +115,21 @@ std::string missingOfInterface(const std::string& name, const ConfiguredInterfac
     if (!live.isPresent) {
         return "the interface " + name;
     }
+    if (auto use = missingUse(name, wanted, live); !use.empty()) {
+        return use;
+    }
     auto answer = missingAddress(name, wanted, live, before);
     if (answer.empty() && name == gatewayInterface()) {
         // A gateway that no file asked for may have been set by hand, and may stay.
-        const bool mustBeGone = before != nullptr && (before->dhcp || !before->gateway.empty());
+        const bool mustBeGone = before != nullptr && (before->usesLeasedGateway || !before->gateway.empty());
         answer = missingDefaultRoute(wanted, live, state.gateway, mustBeGone);
     }
-    return answer.empty() ? missingRoute(wanted, live, before) : answer;
+    answer = answer.empty() ? missingRoute(wanted, live, before) : answer;
+    if (answer.empty() || wanted.unread.empty()) {
+        return answer;
+    }
+    // The files may ask for something else than was understood. Then only networkd knows whether it has done that.
+    return live.networkd == "configured" ? std::string() : answer + " (" + wanted.unread.front() + ')';
 }
 
 /// The domain in the form that systemd-resolved shows, without a final dot. Empty for a domain that only routes

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: MIT
+#include "networkhost/state/DropIns.h"
+
+#include "base/Paths.h"
+#include "networkhost/text/Words.h"
+
+#include <map>
+
+namespace networkhost {
+
+namespace paths = velbase2::system::paths;
+
+namespace {
+
+bool isMissing(const std::error_code& error)
+{
+    return error == std::errc::no_such_file_or_directory;
+}
+
+bool isDropInName(const std::string& name)
+{
+    return endsWith(name, ".conf") && name.front() != '.';
+}
+
+} // namespace
+
+std::vector<SettingsFile> readWithDropIns(const IReadableFiles& files, const std::string& name)
+{
+    std::vector<SettingsFile> found;
+    const auto read = [&](const std::string& path, bool isDropIn) {
+        SettingsFile file{path, {}, {}, isDropIn};
+        file.error = files.read(path, file.text);
+        if (!isMissing(file.error)) {
+            found.push_back(file);
+        }
+        return !isMissing(file.error);
+    };
+    std::map<std::string, std::string> dropIns; // paths by name
+    bool isMainFound = false;
+    for (const auto* const directory : paths::kDaemonDirectories) {
+        const auto path = directory + name;
+        isMainFound = isMainFound || read(path, false);
+        std::vector<std::string> names;
+        files.list(path + ".d/", names);
+        for (const auto& dropIn : names) {
+            if (isDropInName(dropIn)) {
+                dropIns.emplace(dropIn, path + ".d/" + dropIn);
+            }
+        }
+    }
+    for (const auto& entry : dropIns) {
+        read(entry.second, true);
+    }
+    return found;
+}
+
+} // namespace networkhost

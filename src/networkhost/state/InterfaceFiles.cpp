@@ -1,0 +1,472 @@
+// SPDX-License-Identifier: MIT
+#include "networkhost/state/InterfaceFiles.h"
+
+#include "base/IpHelper.h"
+#include "networkhost/state/DaemonFile.h"
+#include "networkhost/state/DaemonVersion.h"
+#include "networkhost/state/DropIns.h"
+#include "networkhost/text/Addresses.h"
+#include "networkhost/text/DaemonValues.h"
+#include "networkhost/text/Words.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include <fnmatch.h>
+
+namespace networkhost {
+
+namespace iphelper = velbase2::system::iphelper;
+
+namespace {
+
+constexpr std::uint32_t kMainTable = 254;
+constexpr std::uint32_t kLeaseMetric = 1024;
+constexpr int kLastWithClasses = 252; // of the versions of which both were looked at
+constexpr int kFirstWithResets = 257;
+
+// Keys that change what this library shows or waits for, and that it does not read. systemd-networkd ignores a whole
+// section for one bad value of most of them.
+using Keys = std::vector<std::string_view>;
+const Keys kMatchKeys = {
+    "MACAddress",        "PermanentMACAddress", "Path",       "Driver",       "Type",    "Kind",
+    "Property",          "WLANInterfaceType",   "SSID",       "BSSID",        "Host",    "Virtualization",
+    "KernelCommandLine", "KernelVersion",       "Credential", "Architecture", "Firmware"};
+const Keys kNetworkKeys = {
+    "Bridge", "Bond", "VRF", "BatmanAdvanced", "KeepConfiguration", "BindCarrier", "DefaultRouteOnDevice"};
+const Keys kAddressKeys = {"Peer",
+                           "Broadcast",
+                           "PreferredLifetime",
+                           "HomeAddress",
+                           "DuplicateAddressDetection",
+                           "ManageTemporaryAddress",
+                           "AddPrefixRoute",
+                           "PrefixRoute",
+                           "AutoJoin",
+                           "Scope",
+                           "RouteMetric",
+                           "NetLabel",
+                           "NFTSet"};
+const Keys kRouteKeys = {"Source",
+                         "IPv6Preference",
+                         "Scope",
+                         "PreferredSource",
+                         "HopLimit",
+                         "Protocol",
+                         "Type",
+                         "InitialCongestionWindow",
+                         "InitialAdvertisedReceiveWindow",
+                         "QuickAck",
+                         "FastOpenNoCookie",
+                         "MTUBytes",
+                         "TCPAdvertisedMaximumSegmentSize",
+                         "TCPCongestionControlAlgorithm",
+                         "TCPRetransmissionTimeoutSec",
+                         "TTLPropagate",
+                         "MultiPathRoute",
+                         "NextHop"};
+
+bool isAmong(const Keys& keys, const std::string& key)
+{
+    return std::find(keys.begin(), keys.end(), key) != keys.end();
+}
+
+struct DefaultRoute
+{
+    std::uint32_t metric = 0;
+    std::string gateway;
+    bool isOfNetwork = false; // of a [Network] section
+};
+
+/// What the files say so far.
+struct Reading
+{
+    const IReadableFiles& files;
+    const std::string& interfaceName;
+    ConfiguredInterface iface;
+    std::vector<std::string> names; // of [Match]; "!" stands before one that must not match
+    bool hasOtherMatch = false;
+    bool isUnmanaged = false;
+    std::vector<DefaultRoute> defaultRoutes;
+    bool usesLeasedRoutes = true;
+    std::optional<bool> usesLeasedGateway;
+    std::uint32_t leaseMetric = kLeaseMetric;
+    std::uint32_t leaseTable = kMainTable;
+};
+
+/// Where something stands, for a sentence.
+struct Place
+{
+    const std::string& path;
+    const std::string& section;
+};
+
+void addOnce(std::vector<std::string>& sentences, const std::string& sentence)
+{
+    if (std::find(sentences.begin(), sentences.end(), sentence) == sentences.end()) {
+        sentences.push_back(sentence);
+    }
+}
+
+void addUnread(Reading& reading, const Place& place, const std::string& entry)
+{
+    addOnce(reading.iface.unread,
+            place.path + " has [" + place.section + "] " + entry + ", which this library does not read");
+}
+
+void addIgnored(Reading& reading, const Place& place, const std::string& reason)
+{
+    addOnce(reading.iface.ignored,
+            place.path + ": systemd-networkd ignores a section [" + place.section + "] because of " + reason);
+}
+
+/// Whether it was meant as an IPv4 address, although systemd-networkd does not understand it: "10.0.0.007/24".
+bool isMeantAsAddress(const std::string& text)
+{
+    return iphelper::isValidIp(text.substr(0, text.find('/')));
+}
+
+bool isIpv6(const std::string& text)
+{
+    return text.find(':') != std::string::npos;
+}
+
+/// The address as it becomes live. Nothing when that cannot be told, or when it is none.
+std::optional<std::string> interfaceAddress(Reading& reading, const Place& place, const std::string& value)
+{
+    const auto entry = "Address=" + value;
+    auto parsed = daemonAddress(value);
+    if (!parsed) {
+        return isMeantAsAddress(value) ? std::optional(value) : std::nullopt;
+    }
+    if (parsed->address.bits == 0) { // systemd-networkd takes a free network of that length
+        addUnread(reading, place, entry);
+        return std::nullopt;
+    }
+    if (!parsed->hasLength) {
+        const auto version = networkdVersion(reading.files);
+        const auto length = lengthByClass(parsed->address);
+        if (!version || (*version > kLastWithClasses && *version < kFirstWithResets)) {
+            addUnread(reading, place, entry + " without a prefix length");
+            return std::nullopt;
+        }
+        if (*version <= kLastWithClasses) {
+            parsed->address.length = length.value_or(-1);
+        }
+        if (parsed->address.length < 0) {
+            addIgnored(reading, place, entry + ": it has no prefix length");
+            return std::nullopt;
+        }
+    }
+    return parsed->address.text();
+}
+
+void addAddress(Reading& reading, const std::string& address)
+{
+    auto& addresses = reading.iface.addresses;
+    addresses.erase(std::remove(addresses.begin(), addresses.end(), address), addresses.end());
+    addresses.push_back(address);
+}
+
+/// Whether an empty "Address=" or "Gateway=" of [Network] takes back the ones before.
+bool takesBack(Reading& reading, const Place& place, const std::string& key)
+{
+    const auto version = networkdVersion(reading.files);
+    if (!version || (*version > kLastWithClasses && *version < kFirstWithResets)) {
+        addUnread(reading, place, key + "= without a value");
+    }
+    return version && *version >= kFirstWithResets;
+}
+
+void readMatch(Reading& reading, const Place& place, const std::string& key, const std::string& value)
+{
+    if (key != "Name") {
+        if (isAmong(kMatchKeys, key) && !value.empty()) {
+            reading.hasOtherMatch = true;
+            addUnread(reading, place, key + '=');
+        }
+        return;
+    }
+    if (value.empty()) {
+        reading.names.clear();
+    }
+    const bool isInverted = startsWith(value, "!");
+    for (const auto& name : wordsOf(value.substr(isInverted ? 1 : 0))) {
+        if (name.find_first_of("/:%") == std::string::npos) { // other words are no names
+            reading.names.push_back(isInverted ? '!' + name : name);
+        }
+    }
+}
+
+void readLink(Reading& reading, const Place& place, const std::string& key, const std::string& value)
+{
+    if (key == "Unmanaged") {
+        reading.isUnmanaged = daemonBool(value).value_or(reading.isUnmanaged);
+    } else if (key == "ActivationPolicy" && value != "up" && value != "always-up") {
+        addUnread(reading, place, key + '=' + value);
+    }
+}
+
+/// Whether "DHCP=" asks for an IPv4 lease. Nothing for a value that systemd-networkd ignores.
+std::optional<bool> asksForLease(const std::string& value)
+{
+    if (value == "ipv4" || value == "v4" || value == "both") {
+        return true;
+    }
+    return value == "ipv6" || value == "v6" || value == "none" ? false : daemonBool(value);
+}
+
+void readNetwork(Reading& reading, const Place& place, const std::string& key, const std::string& value)
+{
+    auto& iface = reading.iface;
+    auto& routes = reading.defaultRoutes;
+    if (key == "DHCP") {
+        iface.dhcp = asksForLease(value).value_or(iface.dhcp);
+    } else if (key == "DNS") {
+        assignList(iface.dnsServers, value);
+    } else if (key == "Domains") {
+        assignList(iface.searchDomains, value);
+    } else if (key == "Address" && value.empty()) {
+        if (!iface.addresses.empty() && takesBack(reading, place, key)) {
+            iface.addresses.clear();
+        }
+    } else if (key == "Address") {
+        if (const auto address = interfaceAddress(reading, place, value)) {
+            addAddress(reading, *address);
+        }
+    } else if (key == "Gateway" && value.empty()) {
+        if (!routes.empty() && takesBack(reading, place, key)) {
+            routes.erase(std::remove_if(routes.begin(), routes.end(), [](const auto& x) { return x.isOfNetwork; }),
+                         routes.end());
+        }
+    } else if (key == "Gateway" && (value == kNoAddress || value == "_dhcp4")) {
+        addUnread(reading, place, key + '=' + value);
+    } else if (key == "Gateway" && isMeantAsAddress(value)) {
+        routes.push_back({0, value, true});
+    } else if (isAmong(kNetworkKeys, key) && daemonBool(value).value_or(true)) {
+        addUnread(reading, place, key + '=');
+    }
+}
+
+/// An alias of the address: any text that fits into the kernel's field.
+bool isLabel(const std::string& text)
+{
+    return text.size() <= 15 &&
+           std::all_of(text.begin(), text.end(), [](char character) { return character > 0x1F && character < 0x7F; });
+}
+
+/// Whether an address with that label is found among those of the interface.
+bool isFound(const std::string& label, const std::string& interfaceName)
+{
+    return label.empty() || label == interfaceName || startsWith(label, interfaceName + ':');
+}
+
+void readAddressSection(Reading& reading, const Place& place, const DaemonSection& section)
+{
+    std::string address;
+    std::string fault;
+    for (const auto& [key, value] : section.entries) {
+        if (key == "Address") {
+            address = value;
+            fault = daemonAddress(value) || isMeantAsAddress(value) || isIpv6(value) ? fault : "Address=" + value;
+        } else if (key == "Label" && !isLabel(value)) {
+            fault = "Label=" + value;
+        } else if (isAmong(kAddressKeys, key) || (key == "Label" && !isFound(value, reading.interfaceName))) {
+            addUnread(reading, place, key + '=');
+        }
+    }
+    if (!fault.empty()) {
+        addIgnored(reading, place, fault);
+    } else if (const auto live = interfaceAddress(reading, place, address)) {
+        addAddress(reading, *live);
+    }
+}
+
+/// A number of a routing table, or one of the names that every system has. Nothing for another name.
+std::optional<std::uint32_t> tableOf(const std::string& value)
+{
+    if (value == "main") {
+        return kMainTable;
+    }
+    return value == "default" ? std::optional(253U) : value == "local" ? std::optional(255U) : daemonNumber(value);
+}
+
+void readRouteSection(Reading& reading, const Place& place, const DaemonSection& section)
+{
+    DefaultRoute route;
+    std::optional<std::string> destination;
+    std::uint32_t table = kMainTable;
+    std::string fault;
+    for (const auto& [key, value] : section.entries) {
+        bool isGood = true;
+        if (key == "Gateway") {
+            route.gateway = value;
+            isGood = value.empty() || isMeantAsAddress(value) || isIpv6(value) || startsWith(value, "_");
+            isGood = isGood && value.find('/') == std::string::npos;
+        } else if (key == "Destination") {
+            destination = value;
+            isGood = daemonAddress(value) || isMeantAsAddress(value) || isIpv6(value);
+        } else if (key == "Metric") {
+            isGood = daemonNumber(value).has_value();
+            route.metric = daemonNumber(value).value_or(0);
+        } else if (key == "Table") {
+            isGood = tableOf(value).value_or(0) != 0; // else a name of networkd.conf, and not the main table either
+            table = tableOf(value).value_or(0);
+        } else if (key == "GatewayOnLink") {
+            isGood = daemonBool(value).has_value();
+        } else if (isAmong(kRouteKeys, key)) {
+            addUnread(reading, place, key + '=');
+        }
+        fault = isGood ? fault : key + '=' + value;
+    }
+    const auto parsed = daemonAddress(destination.value_or("0.0.0.0/0"));
+    const auto network = parsed ? parsed->address.network().text() : destination.value_or("");
+    if (!fault.empty()) {
+        addIgnored(reading, place, fault);
+    } else if (route.gateway == "_dhcp4") {
+        addUnread(reading, place, "Gateway=_dhcp4");
+    } else if (table != kMainTable || isIpv6(network)) {
+        return;
+    } else if (route.gateway.empty() || route.gateway == kNoAddress) {
+        if (destination && network == "0.0.0.0/0") {
+            addUnread(reading, place, "a default route without a gateway");
+        }
+    } else if (isIpv6(route.gateway) || startsWith(route.gateway, "_")) {
+        return;
+    } else if (network == "0.0.0.0/0") {
+        reading.defaultRoutes.push_back(route);
+    } else {
+        reading.iface.routes.push_back({network, route.gateway});
+    }
+}
+
+void readLeaseOptions(Reading& reading, const Place& place, const std::string& key, const std::string& value)
+{
+    if (key == "UseRoutes") {
+        reading.usesLeasedRoutes = daemonBool(value).value_or(reading.usesLeasedRoutes);
+    } else if (key == "UseGateway" && place.section == "DHCPv4") {
+        const auto isUsed = daemonBool(value);
+        reading.usesLeasedGateway = isUsed ? isUsed : reading.usesLeasedGateway;
+    } else if (key == "RouteMetric") {
+        reading.leaseMetric = daemonNumber(value).value_or(reading.leaseMetric);
+    } else if (key == "RouteTable") {
+        reading.leaseTable = tableOf(value).value_or(reading.leaseTable);
+    }
+}
+
+void readSection(Reading& reading, const Place& place, const DaemonSection& section)
+{
+    if (section.name == "Address") {
+        readAddressSection(reading, place, section);
+    } else if (section.name == "Route") {
+        readRouteSection(reading, place, section);
+    }
+    for (const auto& [key, value] : section.entries) {
+        if (section.name == "Match") {
+            readMatch(reading, place, key, value);
+        } else if (section.name == "Link") {
+            readLink(reading, place, key, value);
+        } else if (section.name == "Network") {
+            readNetwork(reading, place, key, value);
+        } else if (section.name == "DHCPv4" || section.name == "DHCP") {
+            readLeaseOptions(reading, place, key, value);
+        }
+    }
+}
+
+bool matches(const std::vector<std::string>& names, const std::string& interfaceName)
+{
+    bool isMatched = std::all_of(names.begin(), names.end(), [](const auto& name) { return name.front() == '!'; });
+    for (const auto& name : names) {
+        const bool isInverted = name.front() == '!';
+        if (::fnmatch(name.c_str() + (isInverted ? 1 : 0), interfaceName.c_str(), 0) == 0) {
+            if (isInverted) {
+                return false;
+            }
+            isMatched = true;
+        }
+    }
+    return isMatched;
+}
+
+/// Why systemd-networkd does not use the files for the interface, or an empty text.
+std::string faultOfUse(const Reading& reading)
+{
+    if (reading.names.empty() && !reading.hasOtherMatch) {
+        return "it has no [Match] section with a name";
+    }
+    if (!matches(reading.names, reading.interfaceName)) {
+        return "its [Match] section does not fit " + reading.interfaceName;
+    }
+    return reading.isUnmanaged ? "it has [Link] Unmanaged=" : "";
+}
+
+/// Chooses the default route that leads: the one with the lowest metric.
+void takeDefaultRoute(Reading& reading)
+{
+    auto& [files, interfaceName, iface, names, hasOtherMatch, isUnmanaged, routes, usesRoutes, usesGateway, metric,
+           table] = reading;
+    const bool isUsed = usesGateway.value_or(usesRoutes) && table == kMainTable;
+    iface.usesLeasedGateway = iface.dhcp && isUsed;
+    const auto first = std::min_element(routes.begin(), routes.end(),
+                                        [](const auto& left, const auto& right) { return left.metric < right.metric; });
+    if (first == routes.end() || (iface.usesLeasedGateway && metric < first->metric)) {
+        return; // the lease brings it
+    }
+    iface.gateway = first->gateway;
+    const bool isAlone = std::all_of(routes.begin(), routes.end(), [&](const auto& route) {
+        return route.metric != first->metric || route.gateway == first->gateway;
+    });
+    if (!isAlone || (iface.usesLeasedGateway && metric == first->metric)) {
+        addOnce(iface.unread,
+                iface.files.front() + " has several default routes with the same metric, and any of them may lead");
+    }
+}
+
+/// The interface of files that are not used.
+ConfiguredInterface unused(const ConfiguredInterface& read, const std::string& path, const std::string& reason)
+{
+    ConfiguredInterface iface;
+    iface.files = read.files;
+    iface.unused = "systemd-networkd does not use " + path + ": " + reason;
+    return iface;
+}
+
+} // namespace
+
+ConfiguredInterface readInterface(const IReadableFiles& files, const std::string& interfaceName,
+                                  const std::string& networkFile)
+{
+    Reading reading{files, interfaceName, {}, {}, false, false, {}, true, {}, kLeaseMetric, kMainTable};
+    auto& iface = reading.iface;
+    const auto texts = readWithDropIns(files, "network/" + networkFile);
+    if (texts.empty() || texts.front().isDropIn) {
+        return iface; // without the file, its drop-ins do not count
+    }
+    for (const auto& file : texts) {
+        iface.files.push_back(file.path);
+    }
+    const auto& main = texts.front();
+    if (main.text.empty()) {
+        return main.error ? iface : unused(iface, main.path, "it is empty");
+    }
+    for (const auto& [path, text, error, isDropIn] : texts) {
+        const auto parsed = parseDaemonFile(text);
+        if (!parsed.fault.empty()) {
+            return unused(iface, main.path, (isDropIn ? "its drop-in " + path + ": " : "") + parsed.fault);
+        }
+        for (const auto& section : parsed.sections) {
+            readSection(reading, {path, section.name}, section);
+        }
+    }
+    if (const auto fault = faultOfUse(reading); !fault.empty()) {
+        return unused(iface, main.path, fault);
+    }
+    takeDefaultRoute(reading);
+    return iface;
+}
+
+} // namespace networkhost
