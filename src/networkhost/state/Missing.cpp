@@ -70,6 +70,18 @@ std::string missingAddress(const std::string& name, const ConfiguredInterface& w
     return {};
 }
 
+std::string missingNewAddress(const std::string& name, const ConfiguredInterface& wanted, const LiveInterface& live,
+                              const ConfiguredInterface* before)
+{
+    const auto present = liveAddresses(live);
+    for (const auto& address : wanted.addresses) {
+        if (before != nullptr && !holds(before->addresses, address) && !holds(present, address)) {
+            return "the address " + withoutPrefixLength(address) + " of " + name;
+        }
+    }
+    return {};
+}
+
 std::string missingDefaultRoute(const ConfiguredInterface& wanted, const LiveInterface& live,
                                 const std::string& gateway, bool mustBeGone)
 {
@@ -128,8 +140,10 @@ std::string missingOfInterface(const std::string& name, const ConfiguredInterfac
     if (answer.empty() || wanted.unread.empty()) {
         return answer;
     }
-    // The files may ask for something else than was understood. Then only networkd knows whether it has done that.
-    return live.networkd == "configured" ? std::string() : answer + " (" + wanted.unread.front() + ')';
+    // The files may ask for something else than was understood. Then only networkd knows whether it has done that. The
+    // address that a change brings is understood.
+    return live.networkd == "configured" ? missingNewAddress(name, wanted, live, before)
+                                         : answer + " (" + wanted.unread.front() + ')';
 }
 
 /// The domain in the form that systemd-resolved shows, without a final dot. Empty for a domain that only routes
