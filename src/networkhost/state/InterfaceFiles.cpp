@@ -78,7 +78,6 @@ struct DefaultRoute
 {
     std::uint32_t metric = 0;
     std::string gateway;
-    bool isOfNetwork = false; // of a [Network] section
 };
 
 /// What the files say so far.
@@ -171,7 +170,7 @@ void addAddress(Reading& reading, const std::string& address)
     addresses.push_back(address);
 }
 
-/// Whether an empty "Address=" or "Gateway=" of [Network] takes back the ones before.
+/// Whether an empty "Address=" or "Gateway=" takes back the ones before.
 bool takesBack(Reading& reading, const Place& place, const std::string& key)
 {
     const auto version = networkdVersion(reading.files);
@@ -238,14 +237,15 @@ void readNetwork(Reading& reading, const Place& place, const std::string& key, c
             addAddress(reading, *address);
         }
     } else if (key == "Gateway" && value.empty()) {
-        if (!routes.empty() && takesBack(reading, place, key)) {
-            routes.erase(std::remove_if(routes.begin(), routes.end(), [](const auto& x) { return x.isOfNetwork; }),
-                         routes.end());
+        const bool hasRoutes = !routes.empty() || !iface.routes.empty();
+        if (hasRoutes && takesBack(reading, place, key)) { // those with a destination as well
+            routes.clear();
+            iface.routes.clear();
         }
     } else if (key == "Gateway" && (value == kNoAddress || value == "_dhcp4")) {
         addUnread(reading, place, key + '=' + value);
     } else if (key == "Gateway" && isMeantAsAddress(value)) {
-        routes.push_back({0, value, true});
+        routes.push_back({0, value});
     } else if (isAmong(kNetworkKeys, key) && daemonBool(value).value_or(true)) {
         addUnread(reading, place, key + '=');
     }
@@ -271,7 +271,9 @@ void readAddressSection(Reading& reading, const Place& place, const DaemonSectio
     for (const auto& [key, value] : section.entries) {
         if (key == "Address") {
             address = value;
-            fault = daemonAddress(value) || isMeantAsAddress(value) || isIpv6(value) ? fault : "Address=" + value;
+            const bool isGood = value.empty() ? takesBack(reading, place, key)
+                                              : daemonAddress(value) || isMeantAsAddress(value) || isIpv6(value);
+            fault = isGood ? fault : key + '=' + value;
         } else if (key == "Label" && !isLabel(value)) {
             fault = "Label=" + value;
         } else if (isAmong(kAddressKeys, key) || (key == "Label" && !isFound(value, reading.interfaceName))) {
