@@ -14,6 +14,7 @@ using networkmanager::SocketReader;
 using networksimulation::RecordingLog;
 using velbase2::nsa::common::enums::IpAddressFamily;
 using velbase2::nsa::common::structs::IpAddress;
+using velbase2::system::executeCommand;
 using Lines = std::vector<std::string>;
 
 TEST(SocketReader, GivesAddressesInTheKernelsOrder)
@@ -30,6 +31,22 @@ TEST(SocketReader, GivesAddressesInTheKernelsOrder)
                                                               {IpAddressFamily::IPv6, "2001:db8::a", ""}};
                      EXPECT_EQ(addresses, expected);
                  });
+}
+
+TEST(SocketReader, WritesIpv6AddressesAsTheToolsOfTheKernelDo)
+{
+    inANetworkOf("ip link add name eth9 type bridge", [] {
+        for (const char* address :
+             {"2001:db8::a", "1:2:3:4:5:6:7:8", "1:0:2:0:3:0:4:0", "1::2:0:0:3", "1:0:0:2::3", "1::", "fe80::1",
+              "0:1::", "0:0:1::", "::1:0:0:0", "1:2:3:4:5:6::", "::1:2:3:4:5:6",
+              "abcd:ef01:2345:6789:abcd:ef01:2345:6789", "::2", "::ffff:192.0.2.1", "::192.0.2.1", "::ffff:0:1:2"}) {
+            ASSERT_EQ(executeCommand("ip addr add dev eth9 " + std::string(address)).errorOutput, "");
+            const auto addresses = SocketReader().getInterfaceAddresses("eth9");
+            ASSERT_EQ(addresses.size(), 1U);
+            EXPECT_EQ(addresses.front().address, address);
+            executeCommand("ip addr flush dev eth9");
+        }
+    });
 }
 
 TEST(SocketReader, GivesTheMacAddressOfANameCutTo15Characters)
