@@ -78,7 +78,10 @@ bool isNeighbour(const KernelAddress& own, const std::string& gateway)
 
 bool Kernel::setCable(const std::string& interfaceName, bool isPlugged)
 {
-    return std::exchange(interfaces.at(interfaceName).hasCable, isPlugged) != isPlugged;
+    auto& iface = interfaces.at(interfaceName);
+    const bool hasChanged = std::exchange(iface.hasCable, isPlugged) != isPlugged;
+    (isPlugged ? iface.carrierUps : iface.carrierDowns) += hasChanged ? 1 : 0;
+    return hasChanged;
 }
 
 bool Kernel::setPresent(const std::string& interfaceName, bool isPresent)
@@ -86,6 +89,8 @@ bool Kernel::setPresent(const std::string& interfaceName, bool isPresent)
     auto& iface = interfaces.at(interfaceName);
     if (!isPresent) {
         iface.addresses.clear();
+        iface.carrierDowns = 1;
+        iface.carrierUps = iface.hasCable ? 1 : 0;
     }
     return std::exchange(iface.isPresent, isPresent) != isPresent;
 }
@@ -156,7 +161,9 @@ std::string Kernel::attribute(const std::string& interfaceName, const std::strin
                                                            {"operstate", iface.hasCable ? "up" : "down"},
                                                            {"speed", iface.speed},
                                                            {"duplex", iface.duplex},
-                                                           {"ifindex", std::to_string(iface.index)}};
+                                                           {"ifindex", std::to_string(iface.index)},
+                                                           {"carrier_down_count", std::to_string(iface.carrierDowns)},
+                                                           {"carrier_up_count", std::to_string(iface.carrierUps)}};
     const auto entry = attributes.find(name);
     return entry == attributes.end() ? std::string() : entry->second + '\n';
 }

@@ -28,6 +28,8 @@ struct KernelInterface
     std::string duplex = "full";
     bool isPresent = true;
     bool hasCable = true;
+    int carrierDowns = 1; // as the kernel counts from the making of the interface
+    int carrierUps = 1;
 };
 
 struct KernelRoute

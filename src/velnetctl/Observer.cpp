@@ -23,23 +23,41 @@ Json configuredJson(const networkhost::ConfiguredInterface& configured)
     return json;
 }
 
+std::string times(std::uint32_t count)
+{
+    return std::to_string(count) + (count == 1 ? " time" : " times");
+}
+
+Change carrierChange(const std::string& interfaceName, const networkhost::Carrier& carrier)
+{
+    return {interfaceName,
+            "carrier",
+            "down " + times(carrier.downs) + ", up " + times(carrier.ups),
+            {{"downs", carrier.downs}, {"ups", carrier.ups}}};
+}
+
 } // namespace
 
 Observer::Observer(networkhost::IDevice& device, Report report)
-    : device_(device), report_(std::move(report)), updates_(device, cells_)
+    : device_(device), report_(std::move(report)), updates_(device, cells_, options())
 {
     networkhost::connectToEachCell(cells_, [this](const std::string& source, const char* name, const auto& content) {
         report_({source, name, printable(toText(content)), toJson(content)});
     });
 }
 
-bool Observer::dispatch()
+networkhost::LiveOptions Observer::options()
 {
-    const bool isRefreshed = updates_.dispatch();
-    if (isRefreshed) {
-        reportConfiguration();
-    }
-    return isRefreshed;
+    networkhost::LiveOptions options;
+    options.onCarrier = [this](const std::string& interfaceName, const networkhost::Carrier& carrier) {
+        report_(carrierChange(interfaceName, carrier));
+    };
+    options.onPass = [this](bool haveFilesChanged) {
+        if (haveFilesChanged) {
+            reportConfiguration();
+        }
+    };
+    return options;
 }
 
 void Observer::reportConfiguration()

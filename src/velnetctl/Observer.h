@@ -21,12 +21,12 @@ namespace velnetctl {
 struct Change
 {
     std::string source; // an interface, "host" or "resolver"
-    std::string name;   // the name of a cell, or "configured", "servers", "domains"
+    std::string name;   // the name of a cell, or "carrier", "configured", "servers", "domains"
     std::string text;   // for people
     Json value;         // for programs
 };
 
-/// Watches a device in the caller's loop. Reports all cells and the configuration once, and then each change.
+/// Watches a device in the caller's loop. Reports all cells, carriers and the configuration once, and then each change.
 class Observer
 {
 public:
@@ -37,7 +37,7 @@ public:
 
     /// See LiveUpdates.
     int fd() const { return updates_.fd(); }
-    bool dispatch();
+    bool dispatch() { return updates_.dispatch(); }
 
     /// The cells and the configuration of the last dispatch(), with the rest as it is now.
     Snapshot snapshot() const { return readSnapshot(device_, cells_.host, cells_.interfaces, configuration_); }
@@ -59,6 +59,7 @@ private:
         Interfaces interfaces = networkmanager::EthernetInterfaces().interfaces;
     };
 
+    networkhost::LiveOptions options();
     void reportConfiguration();
     void reportOnChange(const Change& change);
 

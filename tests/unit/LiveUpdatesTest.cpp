@@ -17,6 +17,9 @@
 
 using networkhost::IDevice;
 
+/// Looks only at the first event of a burst.
+const networkhost::LiveOptions kPatient = {std::chrono::hours(1), std::chrono::hours(1), {}, {}};
+
 struct LiveUpdates : SimulatedManager
 {
     bool isReady(int milliseconds = 0) const
@@ -66,10 +69,64 @@ TEST_F(LiveUpdates, RefreshTheCellsAtOnceAndOnceForEachBurst)
 TEST_F(LiveUpdates, ThatIsNeverQuietRefreshTheCellsAllTheSame)
 {
     refreshes();
-    for (int round = 0; manager.getSignals().hostname.get() == "device"; ++round) {
+    for (int round = 0, passes = 0; passes < 3; ++round) {
         device.put("/etc/hostname", std::to_string(round));
-        updates->dispatch();
+        passes += updates->dispatch() ? 1 : 0;
     }
+    refreshes();
+    device.put("/etc/hostname", "after the storm");
+    EXPECT_EQ(refreshes(), 1);
+    EXPECT_EQ(manager.getSignals().hostname.get(), "after the storm");
+}
+
+TEST_F(LiveUpdates, LookAtTheFirstEventOfABurstAtOnceAndAtTheOthersInTheSetTime)
+{
+    updates.emplace(device, manager, kPatient);
+    refreshes();
+    device.unplug("remote");
+    EXPECT_TRUE(updates->dispatch());
+    device.plug("remote");
+    EXPECT_FALSE(updates->dispatch());
+    EXPECT_EQ(remote.link.get(), false);
+
+    networkhost::LiveOptions options;
+    options.quiet = kPatient.quiet;
+    options.longest = std::chrono::milliseconds(1);
+    updates.emplace(device, manager, options);
+    refreshes();
+    for (const bool isPlugged : {false, true, false}) {
+        isPlugged ? device.plug("remote") : device.unplug("remote");
+        dispatchUntil([&] { return remote.link.get() == isPlugged; });
+    }
+    options.quiet = std::chrono::milliseconds(-1);
+    EXPECT_THROW(updates.emplace(device, manager, options), std::invalid_argument);
+}
+
+TEST_F(LiveUpdates, TellCellsThenCarriersThenThePassThenOutcomes)
+{
+    std::vector<std::string> told;
+    manager.getSignals().hostname.connect([&](const std::string& name) { told.push_back(name); });
+    remote.link.connect([&](const auto&) { told.emplace_back("link"); });
+    auto options = kPatient; // in the burst, no pass comes before the outcome
+    options.onCarrier = [&](const std::string& name, const networkhost::Carrier& carrier) {
+        told.push_back(name + ' ' + std::to_string(carrier.downs) + '/' + std::to_string(carrier.ups));
+    };
+    options.onPass = [&](bool haveFilesChanged) { told.emplace_back(haveFilesChanged ? "pass, files" : "pass"); };
+    updates.emplace(device, manager, options);
+    device.put("/etc/hostname", "begin of a burst");
+    refreshes();
+    EXPECT_THAT(told, ElementsAre("begin of a burst", "local 1/1", "remote 1/1", "pass, files"));
+    told.clear();
+    updates->start(
+        [this](IDevice&) {
+            device.unplug("remote");
+            device.plug("remote");
+            device.put("/etc/hostname", "in the burst");
+            return 0;
+        },
+        [&](int) { told.emplace_back("done"); });
+    dispatchUntil([&] { return !told.empty(); });
+    EXPECT_THAT(told, ElementsAre("in the burst", "remote 2/2", "pass, files", "done"));
 }
 
 TEST_F(LiveUpdates, RefreshCellsAgainAfterASlotThrew)
@@ -137,7 +194,7 @@ private:
     struct Hints : networksimulation::Hints
     {
         using networksimulation::Hints::Hints;
-        bool take(std::chrono::milliseconds /*limit*/) override
+        networkhost::TakenHints take(std::chrono::milliseconds /*limit*/) override
         {
             std::this_thread::yield();
             return networksimulation::Hints::take(std::chrono::milliseconds(0));

@@ -3,6 +3,8 @@
 
 #include "OwnProcess.h"
 
+#include <cstdio>
+#include <fstream>
 #include <future>
 
 using velbase2::system::executeCommand;
@@ -30,4 +32,30 @@ TEST(RealHints, ComeOfTheKernelAndOfFilesWhereverTheyComeFrom)
                 EXPECT_TRUE(hints.take(std::chrono::seconds(10)));
             }
         });
+}
+
+TEST(RealHints, TellLinksAndFilesAndWhetherAFileIsStillBeingWritten)
+{
+    inANetworkOf("mount -t tmpfs tmpfs /etc/systemd; mkdir /etc/systemd/network; cd /etc/systemd/network; touch .new",
+                 [] {
+                     networkhost::RealHints hints;
+                     const auto kinds = [&hints] {
+                         const auto taken = hints.take(std::chrono::seconds(10));
+                         return std::string(taken.isOfLink ? "link " : "") + (taken.isOfFile ? "file " : "") +
+                                (taken.isSettled ? "settled" : "");
+                     };
+                     executeCommand("ip link add name eth9 type bridge");
+                     EXPECT_EQ(kinds(), "link settled");
+                     executeCommand("ip address add 192.0.2.1/24 dev eth9");
+                     EXPECT_EQ(kinds(), "settled");
+                     std::ofstream file("/etc/systemd/network/01_local.network");
+                     file << "[Match]" << std::flush;
+                     EXPECT_EQ(kinds(), "file ");
+                     file.close();
+                     EXPECT_EQ(kinds(), "file settled");
+                     std::ofstream("/etc/systemd/network/.new") << "[Network]";
+                     EXPECT_EQ(kinds(), "file ");
+                     std::rename("/etc/systemd/network/.new", "/etc/systemd/network/01_local.network");
+                     EXPECT_EQ(kinds(), "file settled");
+                 });
 }

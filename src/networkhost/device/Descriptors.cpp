@@ -25,13 +25,29 @@ FileDescriptor openEpoll()
     return ownedOrThrow("epoll_create1", ::epoll_create1(EPOLL_CLOEXEC));
 }
 
-void addTo(int epoll, int fd)
+namespace {
+
+void control(int epoll, int operation, int fd, bool isHeard)
 {
     ::epoll_event event = {};
-    event.events = EPOLLIN;
-    if (::epoll_ctl(epoll, EPOLL_CTL_ADD, fd, &event) != 0) {
+    if (isHeard) {
+        event.events = EPOLLIN;
+    }
+    if (::epoll_ctl(epoll, operation, fd, &event) != 0) {
         throw std::system_error(errno, std::generic_category(), "epoll_ctl");
     }
+}
+
+} // namespace
+
+void addTo(int epoll, int fd)
+{
+    control(epoll, EPOLL_CTL_ADD, fd, true);
+}
+
+void setHeard(int epoll, int fd, bool isHeard)
+{
+    control(epoll, EPOLL_CTL_MOD, fd, isHeard);
 }
 
 } // namespace networkhost

@@ -17,6 +17,9 @@ velbase2::system::FileDescriptor openEpoll();
 /// Makes the epoll descriptor readable while the other one is.
 void addTo(int epoll, int fd);
 
+/// From now on, makes the epoll descriptor readable for that one, or not.
+void setHeard(int epoll, int fd, bool isHeard);
+
 } // namespace networkhost
 
 #pragma GCC visibility pop

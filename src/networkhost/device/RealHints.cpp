@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <climits>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include <linux/netlink.h>
@@ -25,22 +26,26 @@ using velbase2::system::FileDescriptor;
 
 namespace {
 
-// IN_CLOSE_WRITE is not among the events. Taking a lock opens the lock file for writing and closes it, but changes
-// nothing.
 constexpr unsigned int kItself = IN_ONLYDIR | IN_MASK_ADD | IN_DELETE_SELF | IN_MOVE_SELF;
-constexpr unsigned int kEntries = kItself | IN_MODIFY | IN_ATTRIB | IN_CREATE | IN_DELETE | IN_MOVE;
+constexpr unsigned int kEntries = kItself | IN_MODIFY | IN_ATTRIB | IN_CREATE | IN_DELETE | IN_MOVE | IN_CLOSE_WRITE;
+// For a directory of locks: taking one opens its file for writing and closes it, but changes nothing.
+constexpr unsigned int kEntriesButClosing = kEntries & ~static_cast<unsigned int>(IN_CLOSE_WRITE);
 // For a file that is a symbolic link or a mount point: the watch on its directory does not report its changes.
-constexpr unsigned int kFile = IN_MASK_ADD | IN_DELETE_SELF | IN_MOVE_SELF | IN_MODIFY | IN_ATTRIB;
+constexpr unsigned int kFile = IN_MASK_ADD | IN_DELETE_SELF | IN_MOVE_SELF | IN_MODIFY | IN_ATTRIB | IN_CLOSE_WRITE;
 
-/// The directories of all files that this library reads. The files in /proc and /sys are left out, because the netlink
-/// socket reports their changes.
+std::string directoryOf(const std::string& path)
+{
+    return path.substr(0, path.rfind('/'));
+}
+
+/// The directories of all files that this library reads, without that of the records of trials. The files in /proc and
+/// /sys are left out, because the netlink socket reports their changes.
 std::vector<std::string> directoriesOfFiles()
 {
-    const auto directoryOf = [](const std::string& path) { return path.substr(0, path.rfind('/')); };
     std::vector<std::string> directories;
     for (const char* path :
          {paths::kHostname, paths::kResolverFile, paths::kNetworkDirectory, paths::kResolverDirectory,
-          paths::kTrialDirectory, paths::kTrial, paths::kLeases, paths::kResolverState}) {
+          paths::kTrialDirectory, paths::kLeases, paths::kResolverState}) {
         directories.push_back(directoryOf(path));
     }
     for (const auto& iface : networkmanager::kBuiltInInterfaces) {
@@ -63,30 +68,20 @@ int openKernelEvents()
     return fd;
 }
 
-/// Takes one datagram from a socket, or as many inotify events as fit into the buffer. False when none is left.
-bool takeOne(int fd, bool isSocket, char* buffer, std::size_t size)
+/// Receives or reads into the buffer. Returns the number of bytes, which for a datagram may be more than the size, 0
+/// for a queue that overflowed, and -1 when nothing is left.
+template <class Take>
+ssize_t takeOne(Take takeInto)
 {
     for (;;) {
-        const auto count = isSocket ? ::recv(fd, nullptr, 0, MSG_TRUNC) : ::read(fd, buffer, size);
-        if (count >= 0 || errno == ENOBUFS) { // a queue that overflowed is a hint as well
-            return true;
-        }
-        if (errno != EINTR) {
-            return false;
+        const auto count = takeInto();
+        if (count >= 0 || errno != EINTR) {
+            return count < 0 && errno == ENOBUFS ? 0 : count;
         }
     }
 }
 
-bool takeAll(int fd, bool isSocket)
-{
-    constexpr int kMost = 10000; // events that arrive faster than they are taken must not hold up the caller
-    alignas(::inotify_event) std::array<char, 4096> buffer{};
-    int count = 0;
-    while (count < kMost && takeOne(fd, isSocket, buffer.data(), buffer.size())) {
-        ++count;
-    }
-    return count > 0;
-}
+constexpr int kMost = 10000; // events that arrive faster than they are taken must not hold up the caller
 
 } // namespace
 
@@ -102,22 +97,77 @@ RealHints::RealHints()
     }
 }
 
-bool RealHints::take(std::chrono::milliseconds limit)
+TakenHints RealHints::take(std::chrono::milliseconds limit)
 {
     ::pollfd either{both_.get(), POLLIN, 0};
     if (limit.count() > 0) {
         ::poll(&either, 1, static_cast<int>(std::min<std::chrono::milliseconds::rep>(limit.count(), INT_MAX)));
     }
-    const bool isOfKernel = takeAll(kernel_.get(), true);
-    return takeAll(directories_.get(), false) || isOfKernel;
+    TakenHints taken;
+    takeKernelEvents(taken);
+    takeFileEvents(taken);
+    return taken;
+}
+
+void RealHints::takeKernelEvents(TakenHints& taken)
+{
+    for (int count = 0; count < kMost; ++count) {
+        ::nlmsghdr header = {};
+        const auto size = takeOne([&] { return ::recv(kernel_.get(), &header, sizeof header, MSG_TRUNC); });
+        if (size < 0) {
+            return;
+        }
+        taken.isAny = true;
+        taken.isSettled = true;
+        taken.isOfLink |= size == 0 || header.nlmsg_type == RTM_NEWLINK || header.nlmsg_type == RTM_DELLINK;
+    }
+}
+
+void RealHints::takeFileEvents(TakenHints& taken)
+{
+    alignas(::inotify_event) std::array<char, 4096>
+        buffer; // NOLINT(cppcoreguidelines-pro-type-member-init): read fills it
+    for (int count = 0; count < kMost; ++count) {
+        const auto size = takeOne([&] { return ::read(directories_.get(), buffer.data(), buffer.size()); });
+        if (size <= 0) {
+            return;
+        }
+        for (ssize_t position = 0; position < size;) {
+            const auto& event = *reinterpret_cast<const ::inotify_event*>(buffer.data() + position);
+            position += static_cast<ssize_t>(sizeof event + event.len);
+            if ((event.mask & IN_IGNORED) == 0) { // another event has told why the watch has ended
+                taken.isAny = true;
+                taken.isOfFile = true;
+                taken.isSettled |= isSettled(event);
+            }
+        }
+    }
+}
+
+/// False while a file is being written: its content may be incomplete. Writers replace a file by a hidden one.
+bool RealHints::isSettled(const ::inotify_event& event)
+{
+    if (event.len > 0 && event.name[0] == '.') {
+        return false;
+    }
+    if ((event.mask & IN_MODIFY) != 0) {
+        isWritten_ = true;
+        return false;
+    }
+    if ((event.mask & IN_CLOSE_WRITE) != 0) {
+        return std::exchange(isWritten_, false);
+    }
+    const bool isNewFile = (event.mask & IN_CREATE) != 0 && (event.mask & IN_ISDIR) == 0;
+    return !isNewFile && (event.mask & IN_ATTRIB) == 0;
 }
 
 void RealHints::rearm()
 {
     rearmed_.clear();
     for (const auto& directory : directoriesOfFiles()) {
-        watchDirectory(directory);
+        watchDirectory(directory, kEntries);
     }
+    watchDirectory(paths::kTrialDirectory, kEntriesButClosing);
     watch(paths::kHostname, kFile);
     watch(paths::kResolverFile, kFile);
     for (const auto& iface : networkmanager::kBuiltInInterfaces) {
@@ -135,19 +185,19 @@ void RealHints::rearm()
 
 /// Watches each directory from the root to this path. A part of the path may be replaced, moved or missing, and its
 /// successor is noticed.
-void RealHints::watchDirectory(const std::string& path)
+void RealHints::watchDirectory(const std::string& path, unsigned int entries)
 {
     std::string parent = "/";
     watch(parent, kItself);
     for (std::size_t end = 0; end != std::string::npos;) {
         end = path.find('/', end + 1);
         const auto part = path.substr(0, end);
-        if (!watch(part, end == std::string::npos ? kEntries : kItself)) {
-            watch(parent, kEntries);
+        if (!watch(part, end == std::string::npos ? entries : kItself)) {
+            watch(parent, kEntriesButClosing);
             if (!watch(part, kItself)) { // it may have appeared before its parent was watched
                 return;
             }
-            watch(part, kEntries);
+            watch(part, entries);
         }
         parent = part;
     }

@@ -8,6 +8,8 @@
 #include <set>
 #include <string>
 
+#include <sys/inotify.h>
+
 #pragma GCC visibility push(hidden)
 
 namespace networkhost {
@@ -20,11 +22,14 @@ public:
     RealHints();
 
     int fd() const override { return both_.get(); }
-    bool take(std::chrono::milliseconds limit) override;
+    TakenHints take(std::chrono::milliseconds limit) override;
     void rearm() override;
 
 private:
-    void watchDirectory(const std::string& path);
+    void takeKernelEvents(TakenHints& taken);
+    void takeFileEvents(TakenHints& taken);
+    bool isSettled(const ::inotify_event& event);
+    void watchDirectory(const std::string& path, unsigned int entries);
     bool watch(const std::string& path, unsigned int events);
 
     velbase2::system::FileDescriptor kernel_;      // a route netlink socket
@@ -33,6 +38,7 @@ private:
     std::set<int> watches_;
     std::set<int> rearmed_;
     bool isExhausted_ = false; // no inotify watch is left
+    bool isWritten_ = false;   // since the last written file was closed
 };
 
 } // namespace networkhost

@@ -5,6 +5,8 @@
 #include "../../networkmanager/HostSignals.h"
 #include "../device/IDevice.h"
 
+#include <chrono>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -12,6 +14,37 @@
 #include <utility>
 
 namespace networkhost {
+
+/// How often an interface has lost and got its carrier, as the kernel counts. A new interface begins again.
+struct Carrier
+{
+    std::uint32_t downs = 0;
+    std::uint32_t ups = 0;
+};
+
+inline bool operator==(const Carrier& left, const Carrier& right)
+{
+    return left.downs == right.downs && left.ups == right.ups;
+}
+inline bool operator!=(const Carrier& left, const Carrier& right)
+{
+    return !(left == right);
+}
+
+struct LiveOptions
+{
+    // The first event on the device is looked at when it comes. The events that follow it closely are looked at
+    std::chrono::milliseconds quiet{20};   // after this time without a further event,
+    std::chrono::milliseconds longest{50}; // but at most this time after the last look
+
+    /// Called in the first pass, and in each pass after which the numbers are different. They tell of a link that went
+    /// down and came back between two passes: its cell does not change.
+    std::function<void(const std::string& interfaceName, const Carrier& carrier)> onCarrier;
+
+    /// Called at the end of each pass, when all cells are refreshed. With haveFilesChanged, a file of the configuration
+    /// may have changed since the pass before.
+    std::function<void(bool haveFilesChanged)> onPass;
+};
 
 /// Refreshes the cells of a manager that is not started when the kernel or a file changes: in the host's own event
 /// loop, without a thread. It also runs changes on other threads.
@@ -26,11 +59,14 @@ namespace networkhost {
 class LiveUpdates
 {
 public:
-    /// Both outlive it. Throws std::system_error when there are no descriptors to be had.
+    /// Device and manager outlive it. Throws std::system_error when there are no descriptors to be had, and
+    /// std::invalid_argument for a negative time.
     template <class Manager>
-    LiveUpdates(IDevice& device, Manager& manager) : LiveUpdates(device, manager.getSignals(), manager.getInterfaces())
+    LiveUpdates(IDevice& device, Manager& manager, LiveOptions options = {})
+        : LiveUpdates(device, manager.getSignals(), manager.getInterfaces(), std::move(options))
     {}
-    LiveUpdates(IDevice& device, HostSignals& host, std::map<std::string, networkmanager::EthInterface>& interfaces);
+    LiveUpdates(IDevice& device, HostSignals& host, std::map<std::string, networkmanager::EthInterface>& interfaces,
+                LiveOptions options = {});
     LiveUpdates(const LiveUpdates&) = delete;
     LiveUpdates& operator=(const LiveUpdates&) = delete;
 
@@ -39,13 +75,14 @@ public:
     /// no `done`.
     ~LiveUpdates();
 
-    /// Readable when dispatch() has something to do: at once at the start; 20 ms after the last change on the device,
-    /// at most 250 ms after the first; every 30 s, for what has no event; when a change is done. For poll, epoll,
-    /// sd-event, GLib or Asio, level-triggered. It stays the same; do not read or close it.
+    /// Readable when dispatch() has something to do: at once at the start; at an event on the device, or later (see
+    /// LiveOptions); every 30 s, for what has no event; when a change is done. For poll, epoll, sd-event, GLib or Asio,
+    /// level-triggered. It stays the same; do not read or close it.
     int fd() const;
 
-    /// Refreshes the cells if due, then runs the `done` of finished changes, without waiting. True when the cells were
-    /// refreshed. An exception of a slot or of a `done` passes to the caller; the rest follows within 250 ms.
+    /// If a pass is due, refreshes the cells, then calls onCarrier and onPass. At last runs the `done` of finished
+    /// changes. Waits for nothing. True when the cells were refreshed. An exception of a slot or of a `done` passes to
+    /// the caller; the rest follows within 250 ms.
     bool dispatch();
 
     /// Runs change(device) on another thread, and then done(result) within dispatch(). For calls that take their time:
