@@ -15,17 +15,17 @@ Hints::~Hints()
     clock_.removeHints(ready_.get());
 }
 
-networkhost::TakenHints Hints::take(std::chrono::milliseconds limit)
+bool Hints::take(std::chrono::milliseconds limit)
 {
     const auto end = clock_.now() + limit;
     ::eventfd_t count = 0;
     while (::eventfd_read(ready_.get(), &count) != 0) {
         if (clock_.now() >= end) {
-            return {};
+            return false;
         }
         clock_.advance(std::chrono::milliseconds(1));
     }
-    return {true, true, true, true};
+    return true;
 }
 
 } // namespace networksimulation

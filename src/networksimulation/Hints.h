@@ -20,7 +20,7 @@ public:
     ~Hints() override;
 
     int fd() const override { return ready_.get(); }
-    networkhost::TakenHints take(std::chrono::milliseconds limit) override;
+    bool take(std::chrono::milliseconds limit) override;
     void rearm() override {}
 
 private:

@@ -194,7 +194,7 @@ private:
     struct Hints : networksimulation::Hints
     {
         using networksimulation::Hints::Hints;
-        networkhost::TakenHints take(std::chrono::milliseconds /*limit*/) override
+        bool take(std::chrono::milliseconds /*limit*/) override
         {
             std::this_thread::yield();
             return networksimulation::Hints::take(std::chrono::milliseconds(0));

@@ -40,7 +40,7 @@ TEST(RealHints, TellLinksAndFilesAndWhetherAFileIsStillBeingWritten)
                  [] {
                      networkhost::RealHints hints;
                      const auto kinds = [&hints] {
-                         const auto taken = hints.take(std::chrono::seconds(10));
+                         const auto taken = hints.takeKinds(std::chrono::seconds(10));
                          return std::string(taken.isOfLink ? "link " : "") + (taken.isOfFile ? "file " : "") +
                                 (taken.isSettled ? "settled" : "");
                      };

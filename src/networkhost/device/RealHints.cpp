@@ -97,7 +97,7 @@ RealHints::RealHints()
     }
 }
 
-TakenHints RealHints::take(std::chrono::milliseconds limit)
+TakenHints RealHints::takeKinds(std::chrono::milliseconds limit)
 {
     ::pollfd either{both_.get(), POLLIN, 0};
     if (limit.count() > 0) {

@@ -22,7 +22,8 @@ public:
     RealHints();
 
     int fd() const override { return both_.get(); }
-    TakenHints take(std::chrono::milliseconds limit) override;
+    bool take(std::chrono::milliseconds limit) override { return takeKinds(limit).isAny; }
+    TakenHints takeKinds(std::chrono::milliseconds limit) override;
     void rearm() override;
 
 private:

@@ -107,17 +107,17 @@ struct [[gnu::visibility("hidden")]] LiveUpdates::Parts
     /// Takes the hints, and sets the time of the pass that they ask for.
     void takeHints(milliseconds present)
     {
-        const auto taken = hints->take(milliseconds(0));
+        const auto taken = hints->takeKinds(milliseconds(0));
         isLinkHinted |= taken.isOfLink;
         isFileHinted |= taken.isOfFile;
         const bool isBurst = present - lastHint < options.quiet;
-        if (taken && !firstHint) {
+        if (taken.isAny && !firstHint) {
             firstHint = isBurst ? lastPass : present; // in a burst, the time since the last pass counts
         }
         if (isStorm && !firstHint && due <= present) {
             isStorm = false;
             due = lastPass + kSlow;
-        } else if (taken && !isStorm) {
+        } else if (taken.isAny && !isStorm) {
             const auto quietEnd = present + options.quiet;
             const auto latest = *firstHint + storm();
             const bool isFirst = taken.isSettled && !isBurst;
