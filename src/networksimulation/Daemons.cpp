@@ -124,11 +124,12 @@ void Networkd::linkChanged(const std::string& interfaceName)
 
 void Networkd::configure(const std::string& interfaceName, const ConfiguredInterface& wanted)
 {
-    schedule_.after(kAddresses, interfaceName, [=] { assignAddresses(interfaceName, wanted); });
-    schedule_.after(kRoutes, interfaceName, [=] { addRoutes(interfaceName, wanted); });
+    schedule_.after(kAddresses, interfaceName,
+                    [this, interfaceName, wanted] { assignAddresses(interfaceName, wanted); });
+    schedule_.after(kRoutes, interfaceName, [this, interfaceName, wanted] { addRoutes(interfaceName, wanted); });
     const auto server = farEnds_.dhcpServer(interfaceName);
     if (wanted.dhcp && server) {
-        schedule_.after(kLease, interfaceName, [=] { acquireLease(interfaceName, *server); });
+        schedule_.after(kLease, interfaceName, [this, interfaceName, server] { acquireLease(interfaceName, *server); });
     }
 }
 
