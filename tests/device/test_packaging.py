@@ -5,6 +5,7 @@ import shlex
 import pytest
 
 from devicebox import AS_VELNET, drop_in, run_in_unit, wait_until
+from trials import end_of_trial
 
 DAEMONS = "systemd-networkd", "systemd-resolved"
 REFUSED = ("id",
@@ -13,7 +14,8 @@ REFUSED = ("id",
            "/bin/systemctl",
            "/bin/systemctl stop systemd-networkd",
            "/bin/systemctl restart systemd-networkd foo",
-           "/bin/systemctl restart systemd-journald")
+           "/bin/systemctl restart systemd-journald",
+           "/bin/systemctl reset-failed")
 
 
 @pytest.fixture
@@ -22,7 +24,7 @@ def host(box, settings, installed):
     return lambda *command, **options: run_in_unit(box, *command, **options)
 
 
-def test_sudo_runs_the_three_commands_and_no_other(box):
+def test_sudo_runs_the_five_commands_and_no_other(box):
     def sudo(command):
         return box.exec(*AS_VELNET, "sudo", "-n", *command.split(), check=False)
 
@@ -31,6 +33,7 @@ def test_sudo_runs_the_three_commands_and_no_other(box):
     assert [sudo(f"/bin/systemctl restart {daemon}").returncode for daemon in DAEMONS] == [0, 0]
     after = box.show("InvocationID", *DAEMONS)
     assert before[0] != after[0] and before[1] != after[1]
+    assert [sudo(f"/bin/systemctl reset-failed {daemon}").returncode for daemon in DAEMONS] == [0, 0]
     assert sudo("/bin/systemctl daemon-reload").returncode == 0
     for command in REFUSED:
         refused = sudo(command)
@@ -99,8 +102,30 @@ def test_no_message_queue_outlives_the_host(box, host):
     assert host("true") and "velnet" not in box.exec("ipcs", "--queues").stdout
 
 
-def test_resolved_survives_many_dns_changes(box, settings):
+def test_many_changes_leave_no_unit_failed(box, settings):
     assert box.show("StartLimitIntervalUSec", *DAEMONS) == ["0", "0"]
     for number in range(1, 9):
         box.velnetctl("set-dns", "0", f"192.168.50.{number}")
+        box.exec("systemctl", "restart", "systemd-networkd")
     assert box.exec("resolvectl", "dns").stdout.startswith("Global: 192.168.50.8\n")
+    assert not box.exec("systemctl", "list-units", "--failed", "--no-legend").stdout
+
+
+@pytest.mark.parametrize("daemon, change", [
+    ("systemd-networkd", "set-routes local 10.1.0.0/16 via 192.168.10.2"),
+    ("systemd-resolved", "set-dns 0 192.168.50.3"),
+])
+def test_without_its_drop_in_no_daemon_stays_dead(box, units, daemon, change):
+    def meet_the_limit():
+        box.exec("sh", "-c", f"while systemctl restart {daemon}; do true; done")
+        assert box.show("Result", daemon) == ["start-limit-hit"]
+
+    velnetctl = *AS_VELNET, "velnetctl", *change.split()
+    with drop_in(box, daemon, "[Unit]\n"):
+        box.exec(*velnetctl, "--try", "2")
+        meet_the_limit()
+        assert end_of_trial(box) == ("rolled back", "it was not confirmed in time")
+        assert box.show("ActiveState", daemon) == ["active"]
+        meet_the_limit()
+        box.exec(*velnetctl)
+        assert box.show("ActiveState", daemon) == ["active"]

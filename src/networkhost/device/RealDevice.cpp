@@ -38,11 +38,35 @@ std::string shellWord(const std::string& word)
     return '\'' + text + '\'';
 }
 
+bool hasMetStartLimit(const std::string& daemon)
+{
+    return executeCommand("systemctl show --property=Result --value " + daemon).output == "start-limit-hit\n";
+}
+
 /// For root, reads the configuration through RealFiles. libVelNetworkManager follows each symbolic link, and a link in
 /// another user's directory may lead anywhere.
+///
+/// After many changes, systemd refuses to restart a daemon and leaves it dead. The start limit is then lifted.
 class RealSystem : public networkmanager::SystemIF
 {
 public:
+    using SystemIF::executeCmd;
+
+    bool executeCmd(const std::string& command, std::string& output, std::string& errorOutput) override
+    {
+        if (SystemIF::executeCmd(command, output, errorOutput)) {
+            return true;
+        }
+        for (const std::string daemon : {"systemd-networkd", "systemd-resolved"}) {
+            std::string words;
+            if (command == "sudo /bin/systemctl restart " + daemon && hasMetStartLimit(daemon) &&
+                SystemIF::executeCmd("sudo /bin/systemctl reset-failed " + daemon, words, words)) {
+                return SystemIF::executeCmd(command, output, errorOutput);
+            }
+        }
+        return false;
+    }
+
     std::string readFile(const std::string& path) const override
     {
         if (::geteuid() != 0 || !startsWith(path, velbase2::system::paths::kNetworkDirectory)) {

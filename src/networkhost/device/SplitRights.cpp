@@ -94,20 +94,27 @@ bool isEndGood(pid_t child)
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
+bool runSystemctl(std::string verb, std::string unit)
+{
+    std::string program = kSystemctl;
+    std::array<char*, 4> arguments = {program.data(), verb.data(), unit.empty() ? nullptr : unit.data(), nullptr};
+    std::array<char*, 1> environment = {nullptr};
+    pid_t child = 0;
+    return ::posix_spawn(&child, kSystemctl, nullptr, nullptr, arguments.data(), environment.data()) == 0 &&
+           isEndGood(child);
+}
+
 /// The number comes from the less privileged process. Any other than those of the three commands does nothing.
 bool runFixed(unsigned char number)
 {
     if (number >= kCommands.size()) {
         return false;
     }
-    std::string program = kSystemctl;
-    std::string verb = kCommands[number].verb;
-    std::string unit = kCommands[number].unit;
-    std::array<char*, 4> arguments = {program.data(), verb.data(), unit.empty() ? nullptr : unit.data(), nullptr};
-    std::array<char*, 1> environment = {nullptr};
-    pid_t child = 0;
-    return ::posix_spawn(&child, kSystemctl, nullptr, nullptr, arguments.data(), environment.data()) == 0 &&
-           isEndGood(child);
+    const std::string verb = kCommands[number].verb;
+    if (verb == "restart") {
+        runSystemctl("reset-failed", kCommands[number].unit); // otherwise the start limit may prevent the roll-back
+    }
+    return runSystemctl(verb, kCommands[number].unit);
 }
 
 void runWhatIsAsked(int socket)

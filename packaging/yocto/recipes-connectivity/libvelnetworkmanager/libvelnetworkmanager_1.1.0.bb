@@ -44,6 +44,7 @@ FILES:velnetworkmanager-host = " \
     ${systemd_system_unitdir}/sysinit.target.wants/velnet-take-over.service \
     ${nonarch_libdir}/velnet/take-over \
     ${systemd_system_unitdir}/systemd-networkd.service.d \
+    ${systemd_system_unitdir}/systemd-networkd-persistent-storage.service.d \
     ${systemd_system_unitdir}/systemd-resolved.service.d \
 "
 FILES:velnetctl = " \
