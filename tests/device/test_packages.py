@@ -33,13 +33,27 @@ getent passwd; getent group; systemctl list-unit-files --no-legend; systemctl li
 systemctl show -P StartLimitIntervalUSec systemd-networkd systemd-resolved"""
 
 
+def build(suite):
+    subprocess.run([PROJECT / "tools/build-packages", "--suite", suite], check=True)
+    return PROJECT / "build/packages" / suite
+
+
 @pytest.fixture(scope="module")
 def device():
-    subprocess.run([PROJECT / "tools/build-packages"], check=True)
     box = Box(NAME[:7] + "-b", "velnetctl")
     box.boot(DEVICEBOX_BARE="1")
     yield box
     box.run("down")
+
+
+@pytest.fixture(scope="module")
+def directory(device):
+    return build(device.exec("sh", "-c", ". /etc/os-release; echo $VERSION_CODENAME").stdout.strip())
+
+
+@pytest.fixture(scope="module")
+def packages(directory):
+    return packages_in(directory)
 
 
 @pytest.fixture
@@ -49,12 +63,12 @@ def bare(device):
     device.exec("dpkg", "--purge", *NAMES)
 
 
-def packages():
-    return [next((PROJECT / "build/packages").glob(f"{name}_*.deb")) for name in NAMES]
+def packages_in(directory):
+    return [next(directory.glob(f"{name}_*.deb")) for name in NAMES]
 
 
-def test_installed_documents_have_no_dead_link(device, tmp_path):
-    for package in (PROJECT / "build/packages").glob("*.deb"):
+def test_installed_documents_have_no_dead_link(directory, tmp_path):
+    for package in directory.glob("*.deb"):
         subprocess.run(["dpkg-deb", "--extract", package, tmp_path], check=True)
     documents = {path: path.read_text() for path in tmp_path.glob("usr/share/doc/**/*.md")}
     links = [(path, link) for path, text in documents.items() for link in re.findall(r"\]\(([^)#\s]+)[^)\s]*\)", text)]
@@ -83,8 +97,8 @@ def change_every_setting(box):
     wait_until(lambda: box.gateways() == ["192.168.50.1"], "remote has its lease")
 
 
-def test_the_packages_alone_make_a_working_device(bare):
-    bare.exec("apt-get", "--yes", "install", *packages())
+def test_the_packages_alone_make_a_working_device(bare, packages):
+    bare.exec("apt-get", "--yes", "install", *packages)
     change_every_setting(bare)
     before = bare.read(LOCAL)
     bare.exec(*AS_VELNET, "velnetctl", *TRIAL, "2")
@@ -95,13 +109,13 @@ def test_the_packages_alone_make_a_working_device(bare):
     wait_until(lambda: bare.ipv4("local") == ["192.168.10.1/24"], "local has its address again")
 
 
-def test_an_upgrade_leaves_a_trial_to_its_guard(bare):
-    bare.exec("sh", "-ec", MAKE_OLDER, "sh", *packages())
+def test_an_upgrade_leaves_a_trial_to_its_guard(bare, packages):
+    bare.exec("sh", "-ec", MAKE_OLDER, "sh", *packages_in(build("bookworm")))  # on a later Debian, its upgrade
     bare.exec("sh", "-ec", "dpkg --install /var/tmp/older-*; systemctl start velnet-host")
     bare.velnetctl(*TRIAL, "99")
     guard, host = bare.show("MainPID", "velnet-guard", "velnet-host")
     assert bare.show("Description", "velnet-guard.path")[0] == "Older:"
-    bare.exec("dpkg", "--install", *packages())
+    bare.exec("dpkg", "--install", *packages)
     assert bare.show("Description", "velnet-guard.path")[0] == "Trial"
     assert "older" not in bare.read("/etc/sudoers.d/velnet-host")
     assert bare.show("ActiveState", "velnet-guard.path", "velnet-host") == ["active", "active"]
@@ -127,12 +141,12 @@ $as_velnet sh -c 'rm -f ../resolved.conf.d/dns_domain.conf; ln -s /etc/shadow ..
 """
 
 
-def test_an_upgrade_takes_over_an_earlier_version(bare):
-    bare.exec("dpkg", "--install", *packages())
+def test_an_upgrade_takes_over_an_earlier_version(bare, packages):
+    bare.exec("dpkg", "--install", *packages)
     bare.velnetctl(*TRIAL, "99")
     text = bare.read(LOCAL)
     bare.exec("bash", "-ec", EARLIER)
-    bare.exec("dpkg", "--install", *packages())
+    bare.exec("dpkg", "--install", *packages)
     assert bare.read(LOCAL) == text and is_pending(bare)
     stat = "cd /etc/systemd; stat -c '%n %U %a %F' network resolved.conf.d velnet/*.* network/* resolved.conf.d/*"
     made = set(bare.exec("sh", "-c", stat).stdout.splitlines())
@@ -152,18 +166,18 @@ def test_an_upgrade_takes_over_an_earlier_version(bare):
     bare.exec("sh", "-c", "cd /etc/systemd/network; rm -r ../resolved.conf.d *.before1 03* 01_old")
 
 
-def test_a_purge_undoes_the_enabling_of_daemons(bare):
+def test_a_purge_undoes_the_enabling_of_daemons(bare, packages):
     bare.exec("systemctl", "disable", "systemd-networkd")
-    bare.exec("dpkg", "--install", *packages())
+    bare.exec("dpkg", "--install", *packages)
     assert bare.show("UnitFileState", "systemd-networkd", "systemd-resolved") == ["enabled", "enabled"]
     bare.exec("dpkg", "--purge", *NAMES)
     assert bare.show("UnitFileState", "systemd-networkd", "systemd-resolved") == ["disabled", "enabled"]
     bare.exec("systemctl", "enable", "systemd-networkd")
 
 
-def test_a_purge_leaves_nothing_but_the_settings(bare):
+def test_a_purge_leaves_nothing_but_the_settings(bare, packages):
     before = bare.exec("sh", "-ec", LIST).stdout
-    bare.exec("dpkg", "--install", *packages())
+    bare.exec("dpkg", "--install", *packages)
     assert bare.show("UnitFileState", *UNITS) == ["enabled", "enabled", "disabled"]
     assert bare.show("ActiveState", *UNITS) == ["active", "inactive", "inactive"]
     bare.exec(*AS_VELNET, "velnetctl", "set-routes", "local", "10.1.0.0/16", "via", "192.168.10.2")
