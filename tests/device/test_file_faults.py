@@ -80,7 +80,7 @@ def test_obstacles_are_told_and_links_followed(beside, put, told):
 
 @pytest.mark.parametrize("limit, values", [
     ("prlimit --nofile=$n", "3 17"),
-    ("prlimit --as=$((n * 100000))", "76 95"),
+    ("prlimit --as=$((n * 100000))", "76 130"),
     (f"prlimit --nproc=$n setpriv --reuid={USER} --regid=velnet --clear-groups", "1 5"),
 ])
 def test_a_change_without_means_is_done_or_undone(beside, limit, values):

@@ -12,11 +12,13 @@
 #include "networkmanager/Refresher.h"
 #include "velnetctl/CommandLine.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <map>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
 using networkhost::toText;
 namespace logging = velbase2::system::log;
@@ -253,6 +255,12 @@ void Scenario::tell(const std::string& text)
 std::string Scenario::liveText()
 {
     const auto live = networkhost::readLiveState(device_);
+    std::vector<std::string> servers;
+    for (const auto& server : live.dnsServers) { // systemd 257 lists a server once, and 252 as often as it is set
+        if (std::find(servers.begin(), servers.end(), server) == servers.end()) {
+            servers.push_back(server);
+        }
+    }
     std::string text;
     for (const auto& [name, iface] : live.interfaces) {
         text += "kernel " + name + ": " + toText(iface.addresses);
@@ -261,7 +269,7 @@ std::string Scenario::liveText()
         }
         text += '\n';
     }
-    text += "kernel gateway: " + toText(live.gateway) + "\nresolver: " + toText(live.dnsServers) + ", search " +
+    text += "kernel gateway: " + toText(live.gateway) + "\nresolver: " + toText(servers) + ", search " +
             toText(live.searchDomains) + '\n';
     return text;
 }
