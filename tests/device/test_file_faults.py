@@ -96,8 +96,9 @@ def test_a_change_without_means_is_done_or_undone(beside, limit, values):
     assert done == "OK" and new != old
     for one in tries:
         assert one.splitlines()[-1] == (old if "exit " in one else new), one
-        assert "exit " not in one or re.search("velnetctl: |terminate called|exit 12[67]", one), one
+        assert "exit " not in one or re.search("velnetctl: |terminate called|exit (12[67]|139)", one), one
     assert "exit 1\n" in told
+    assert told.count("exit 139") <= 2  # before the program starts, the loader of Debian 13 crashes at some limit
 
 
 def test_a_monitor_survives_without_descriptors(beside):
