@@ -19,7 +19,7 @@ cd /var/tmp
 version=$(dpkg-deb --field "$1" Version)
 for package; do
     dpkg-deb --raw-extract "$package" tree
-    sed -i "s/$version/0.9/g" tree/DEBIAN/control
+    sed -i "s/$version/${version%%+*}~older/g" tree/DEBIAN/control
     find tree -type f '(' -path '*/sudoers.d/*' -o -path '*/systemd/*' ')' \\
         -exec sed -i 's/^Description=/&Older: /; $a # older' {} +
     dpkg-deb --root-owner-group --build tree "older-$(basename "$package")"
