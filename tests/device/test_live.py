@@ -92,7 +92,7 @@ def test_a_change_among_dropped_events_is_seen(box, monitor):
 
 def test_a_change_among_lost_file_events_is_seen(box, own_etc):
     monitor, run = own_etc
-    run(f"mkdir -p {NETWORK}; echo '[Network]\nDHCP=yes' >{LOCAL}")
+    run(f"mkdir -p {NETWORK}; echo '[Match]\nName=local\n[Network]\nDHCP=yes' >{LOCAL}")
     monitor.wait_for("local", "configured", lambda value: value["dhcp"])
     most = box.read("/proc/sys/fs/inotify/max_queued_events").strip()
     with stopped(box, monitor):
@@ -105,7 +105,7 @@ def test_a_change_among_lost_file_events_is_seen(box, own_etc):
 
 def test_a_file_is_seen_however_it_comes(own_etc):  # RealHintsTest.cpp has more cases
     monitor, run = own_etc
-    run(f"mkdir -p {NETWORK}; echo '[Network]\nDHCP=yes' >{LOCAL}")
+    run(f"mkdir -p {NETWORK}; echo '[Match]\nName=local\n[Network]\nDHCP=yes' >{LOCAL}")
     monitor.wait_for("local", "configured", lambda value: value["dhcp"])
 
     def resolved(script, server):
