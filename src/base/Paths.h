@@ -39,12 +39,10 @@ inline constexpr const char* kCallerLock = "/etc/systemd/velnet/trials/caller.lo
 inline constexpr const char* kGuardLock = "/etc/systemd/velnet/trials/guard.lock";   // held by the guard
 
 /// The suffixes of an interface's files after the path of the main file. In the loader, the first of two Network
-/// sections counts. systemd-networkd itself reads the main file first, and then the drop-ins in the order of their
-/// names.
+/// sections counts.
 inline constexpr const char* kAddressDropIn = ".d/51-ip_address.conf"; // never written by this library
 inline constexpr const char* kRoutesDropIn = ".d/50-routes.conf";
 inline constexpr std::array<const char*, 3> kInLoadingOrder = {kAddressDropIn, kRoutesDropIn, ""};
-inline constexpr std::array<const char*, 3> kInNetworkdsOrder = {"", kRoutesDropIn, kAddressDropIn};
 
 /// `networkFile` is the name of the interface's main file.
 inline std::string ofInterface(const std::string& networkFile, const char* suffix = "")

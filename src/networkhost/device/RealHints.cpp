@@ -125,8 +125,7 @@ void RealHints::takeKernelEvents(TakenHints& taken)
 
 void RealHints::takeFileEvents(TakenHints& taken)
 {
-    alignas(::inotify_event) std::array<char, 4096>
-        buffer; // NOLINT(cppcoreguidelines-pro-type-member-init): read fills it
+    alignas(::inotify_event) std::array<char, 4096> buffer{};
     for (int count = 0; count < kMost; ++count) {
         const auto size = takeOne([&] { return ::read(directories_.get(), buffer.data(), buffer.size()); });
         if (size <= 0) {

@@ -40,11 +40,12 @@ std::vector<SettingsFile> readWithDropIns(const IReadableFiles& files, const std
     for (const auto* const directory : paths::kDaemonDirectories) {
         const auto path = directory + name;
         isMainFound = isMainFound || read(path, false);
+        const auto ofDropIns = path + ".d/";
         std::vector<std::string> names;
-        files.list(path + ".d/", names);
+        files.list(ofDropIns, names);
         for (const auto& dropIn : names) {
             if (isDropInName(dropIn)) {
-                dropIns.emplace(dropIn, path + ".d/" + dropIn);
+                dropIns.emplace(dropIn, ofDropIns + dropIn);
             }
         }
     }

@@ -25,53 +25,56 @@ namespace {
 
 constexpr std::uint32_t kMainTable = 254;
 constexpr std::uint32_t kLeaseMetric = 1024;
-constexpr int kLastWithClasses = 252; // of the versions of which both were looked at
-constexpr int kFirstWithResets = 257;
 
 // Keys that change what this library shows or waits for, and that it does not read. systemd-networkd ignores a whole
 // section for one bad value of most of them.
-using Keys = std::vector<std::string_view>;
-const Keys kMatchKeys = {
+constexpr std::array<std::string_view, 17> kMatchKeys = {
     "MACAddress",        "PermanentMACAddress", "Path",       "Driver",       "Type",    "Kind",
     "Property",          "WLANInterfaceType",   "SSID",       "BSSID",        "Host",    "Virtualization",
     "KernelCommandLine", "KernelVersion",       "Credential", "Architecture", "Firmware"};
-const Keys kNetworkKeys = {
+constexpr std::array<std::string_view, 7> kNetworkKeys = {
     "Bridge", "Bond", "VRF", "BatmanAdvanced", "KeepConfiguration", "BindCarrier", "DefaultRouteOnDevice"};
-const Keys kAddressKeys = {"Peer",
-                           "Broadcast",
-                           "PreferredLifetime",
-                           "HomeAddress",
-                           "DuplicateAddressDetection",
-                           "ManageTemporaryAddress",
-                           "AddPrefixRoute",
-                           "PrefixRoute",
-                           "AutoJoin",
-                           "Scope",
-                           "RouteMetric",
-                           "NetLabel",
-                           "NFTSet"};
-const Keys kRouteKeys = {"Source",
-                         "IPv6Preference",
-                         "Scope",
-                         "PreferredSource",
-                         "HopLimit",
-                         "Protocol",
-                         "Type",
-                         "InitialCongestionWindow",
-                         "InitialAdvertisedReceiveWindow",
-                         "QuickAck",
-                         "FastOpenNoCookie",
-                         "MTUBytes",
-                         "TCPAdvertisedMaximumSegmentSize",
-                         "TCPCongestionControlAlgorithm",
-                         "TCPRetransmissionTimeoutSec",
-                         "TTLPropagate",
-                         "MultiPathRoute",
-                         "NextHop"};
+constexpr std::array<std::string_view, 13> kAddressKeys = {"Peer",
+                                                           "Broadcast",
+                                                           "PreferredLifetime",
+                                                           "HomeAddress",
+                                                           "DuplicateAddressDetection",
+                                                           "ManageTemporaryAddress",
+                                                           "AddPrefixRoute",
+                                                           "PrefixRoute",
+                                                           "AutoJoin",
+                                                           "Scope",
+                                                           "RouteMetric",
+                                                           "NetLabel",
+                                                           "NFTSet"};
+constexpr std::array<std::string_view, 18> kRouteKeys = {"Source",
+                                                         "IPv6Preference",
+                                                         "Scope",
+                                                         "PreferredSource",
+                                                         "HopLimit",
+                                                         "Protocol",
+                                                         "Type",
+                                                         "InitialCongestionWindow",
+                                                         "InitialAdvertisedReceiveWindow",
+                                                         "QuickAck",
+                                                         "FastOpenNoCookie",
+                                                         "MTUBytes",
+                                                         "TCPAdvertisedMaximumSegmentSize",
+                                                         "TCPCongestionControlAlgorithm",
+                                                         "TCPRetransmissionTimeoutSec",
+                                                         "TTLPropagate",
+                                                         "MultiPathRoute",
+                                                         "NextHop"};
 
+template <class Keys>
 bool isAmong(const Keys& keys, const std::string& key)
 {
     return std::find(keys.begin(), keys.end(), key) != keys.end();
+}
+
+std::string entryOf(const std::string& key, const std::string& value = {})
+{
+    return std::string(key).append("=").append(value);
 }
 
 struct DefaultRoute
@@ -80,20 +83,28 @@ struct DefaultRoute
     std::string gateway;
 };
 
+/// Where the versions of systemd differ: about addresses without a prefix length, and about empty values.
+enum class Rules {
+    Of252, // and before
+    Of257, // and later
+    Unknown
+};
+
 /// What the files say so far.
 struct Reading
 {
     const IReadableFiles& files;
     const std::string& interfaceName;
-    ConfiguredInterface iface;
-    std::vector<std::string> names; // of [Match]; "!" stands before one that must not match
+    ConfiguredInterface iface = {};
+    std::vector<std::string> names = {}; // of [Match]; "!" stands before one that must not match
     bool hasOtherMatch = false;
     bool isUnmanaged = false;
-    std::vector<DefaultRoute> defaultRoutes;
+    std::vector<DefaultRoute> defaultRoutes = {};
     bool usesLeasedRoutes = true;
-    std::optional<bool> usesLeasedGateway;
+    std::optional<bool> usesLeasedGateway = {};
     std::uint32_t leaseMetric = kLeaseMetric;
     std::uint32_t leaseTable = kMainTable;
+    std::optional<Rules> rules = {}; // once they are needed
 };
 
 /// Where something stands, for a sentence.
@@ -133,6 +144,16 @@ bool isIpv6(const std::string& text)
     return text.find(':') != std::string::npos;
 }
 
+Rules rulesOf(Reading& reading)
+{
+    if (!reading.rules) {
+        const auto version = networkdVersion(reading.files);
+        const bool isKnown = version && (*version <= 252 || *version >= 257);
+        reading.rules = !isKnown ? Rules::Unknown : *version <= 252 ? Rules::Of252 : Rules::Of257;
+    }
+    return *reading.rules;
+}
+
 /// The address as it becomes live. Nothing when that cannot be told, or when it is none.
 std::optional<std::string> interfaceAddress(Reading& reading, const Place& place, const std::string& value)
 {
@@ -146,14 +167,13 @@ std::optional<std::string> interfaceAddress(Reading& reading, const Place& place
         return std::nullopt;
     }
     if (!parsed->hasLength) {
-        const auto version = networkdVersion(reading.files);
-        const auto length = lengthByClass(parsed->address);
-        if (!version || (*version > kLastWithClasses && *version < kFirstWithResets)) {
+        const auto rules = rulesOf(reading);
+        if (rules == Rules::Unknown) {
             addUnread(reading, place, entry + " without a prefix length");
             return std::nullopt;
         }
-        if (*version <= kLastWithClasses) {
-            parsed->address.length = length.value_or(-1);
+        if (rules == Rules::Of252) {
+            parsed->address.length = lengthByClass(parsed->address).value_or(-1);
         }
         if (parsed->address.length < 0) {
             addIgnored(reading, place, entry + ": it has no prefix length");
@@ -173,11 +193,11 @@ void addAddress(Reading& reading, const std::string& address)
 /// Whether an empty "Address=" or "Gateway=" takes back the ones before.
 bool takesBack(Reading& reading, const Place& place, const std::string& key)
 {
-    const auto version = networkdVersion(reading.files);
-    if (!version || (*version > kLastWithClasses && *version < kFirstWithResets)) {
+    const auto rules = rulesOf(reading);
+    if (rules == Rules::Unknown) {
         addUnread(reading, place, key + "= without a value");
     }
-    return version && *version >= kFirstWithResets;
+    return rules == Rules::Of257;
 }
 
 void readMatch(Reading& reading, const Place& place, const std::string& key, const std::string& value)
@@ -185,7 +205,7 @@ void readMatch(Reading& reading, const Place& place, const std::string& key, con
     if (key != "Name") {
         if (isAmong(kMatchKeys, key) && !value.empty()) {
             reading.hasOtherMatch = true;
-            addUnread(reading, place, key + '=');
+            addUnread(reading, place, entryOf(key));
         }
         return;
     }
@@ -205,7 +225,7 @@ void readLink(Reading& reading, const Place& place, const std::string& key, cons
     if (key == "Unmanaged") {
         reading.isUnmanaged = daemonBool(value).value_or(reading.isUnmanaged);
     } else if (key == "ActivationPolicy" && value != "up" && value != "always-up") {
-        addUnread(reading, place, key + '=' + value);
+        addUnread(reading, place, entryOf(key, value));
     }
 }
 
@@ -243,11 +263,11 @@ void readNetwork(Reading& reading, const Place& place, const std::string& key, c
             iface.routes.clear();
         }
     } else if (key == "Gateway" && (value == kNoAddress || value == "_dhcp4")) {
-        addUnread(reading, place, key + '=' + value);
+        addUnread(reading, place, entryOf(key, value));
     } else if (key == "Gateway" && isMeantAsAddress(value)) {
         routes.push_back({0, value});
     } else if (isAmong(kNetworkKeys, key) && daemonBool(value).value_or(true)) {
-        addUnread(reading, place, key + '=');
+        addUnread(reading, place, entryOf(key));
     }
 }
 
@@ -273,11 +293,11 @@ void readAddressSection(Reading& reading, const Place& place, const DaemonSectio
             address = value;
             const bool isGood = value.empty() ? takesBack(reading, place, key)
                                               : daemonAddress(value) || isMeantAsAddress(value) || isIpv6(value);
-            fault = isGood ? fault : key + '=' + value;
+            fault = isGood ? fault : entryOf(key, value);
         } else if (key == "Label" && !isLabel(value)) {
             fault = "Label=" + value;
         } else if (isAmong(kAddressKeys, key) || (key == "Label" && !isFound(value, reading.interfaceName))) {
-            addUnread(reading, place, key + '=');
+            addUnread(reading, place, entryOf(key));
         }
     }
     if (!fault.empty()) {
@@ -296,52 +316,71 @@ std::optional<std::uint32_t> tableOf(const std::string& value)
     return value == "default" ? std::optional(253U) : value == "local" ? std::optional(255U) : daemonNumber(value);
 }
 
-void readRouteSection(Reading& reading, const Place& place, const DaemonSection& section)
+struct RouteSection
 {
     DefaultRoute route;
     std::optional<std::string> destination;
     std::uint32_t table = kMainTable;
-    std::string fault;
-    for (const auto& [key, value] : section.entries) {
-        bool isGood = true;
-        if (key == "Gateway") {
-            route.gateway = value;
-            isGood = value.empty() || isMeantAsAddress(value) || isIpv6(value) || startsWith(value, "_");
-            isGood = isGood && value.find('/') == std::string::npos;
-        } else if (key == "Destination") {
-            destination = value;
-            isGood = daemonAddress(value) || isMeantAsAddress(value) || isIpv6(value);
-        } else if (key == "Metric") {
-            isGood = daemonNumber(value).has_value();
-            route.metric = daemonNumber(value).value_or(0);
-        } else if (key == "Table") {
-            isGood = tableOf(value).value_or(0) != 0; // else a name of networkd.conf, and not the main table either
-            table = tableOf(value).value_or(0);
-        } else if (key == "GatewayOnLink") {
-            isGood = daemonBool(value).has_value();
-        } else if (isAmong(kRouteKeys, key)) {
-            addUnread(reading, place, key + '=');
-        }
-        fault = isGood ? fault : key + '=' + value;
+};
+
+/// Takes over the value. False for one that makes systemd-networkd ignore the section.
+bool readRouteEntry(RouteSection& read, const std::string& key, const std::string& value)
+{
+    if (key == "Gateway") {
+        read.route.gateway = value;
+        const bool isAddress = isMeantAsAddress(value) || isIpv6(value) || startsWith(value, "_");
+        return value.empty() || (isAddress && value.find('/') == std::string::npos);
     }
-    const auto parsed = daemonAddress(destination.value_or("0.0.0.0/0"));
-    const auto network = parsed ? parsed->address.network().text() : destination.value_or("");
-    if (!fault.empty()) {
-        addIgnored(reading, place, fault);
-    } else if (route.gateway == "_dhcp4") {
+    if (key == "Destination") {
+        read.destination = value;
+        return daemonAddress(value) || isMeantAsAddress(value) || isIpv6(value);
+    }
+    if (key == "Metric") {
+        read.route.metric = daemonNumber(value).value_or(0);
+        return daemonNumber(value).has_value();
+    }
+    if (key == "Table") {
+        read.table = tableOf(value).value_or(0);
+        return read.table != 0; // another text may be a name of networkd.conf, and is not the main table either
+    }
+    return key != "GatewayOnLink" || daemonBool(value);
+}
+
+void addRoute(Reading& reading, const Place& place, const RouteSection& read)
+{
+    const auto& gateway = read.route.gateway;
+    const auto parsed = daemonAddress(read.destination.value_or("0.0.0.0/0"));
+    const auto network = parsed ? parsed->address.network().text() : read.destination.value_or("");
+    if (gateway == "_dhcp4") {
         addUnread(reading, place, "Gateway=_dhcp4");
-    } else if (table != kMainTable || isIpv6(network)) {
-        return;
-    } else if (route.gateway.empty() || route.gateway == kNoAddress) {
-        if (destination && network == "0.0.0.0/0") {
+    } else if (read.table != kMainTable || isIpv6(network) || isIpv6(gateway) || startsWith(gateway, "_")) {
+        return; // "_ipv6ra" and others
+    } else if (gateway.empty() || gateway == kNoAddress) {
+        if (read.destination && network == "0.0.0.0/0") {
             addUnread(reading, place, "a default route without a gateway");
         }
-    } else if (isIpv6(route.gateway) || startsWith(route.gateway, "_")) {
-        return;
     } else if (network == "0.0.0.0/0") {
-        reading.defaultRoutes.push_back(route);
+        reading.defaultRoutes.push_back(read.route);
     } else {
-        reading.iface.routes.push_back({network, route.gateway});
+        reading.iface.routes.push_back({network, gateway});
+    }
+}
+
+void readRouteSection(Reading& reading, const Place& place, const DaemonSection& section)
+{
+    RouteSection read;
+    std::string fault;
+    for (const auto& [key, value] : section.entries) {
+        if (isAmong(kRouteKeys, key)) {
+            addUnread(reading, place, entryOf(key));
+        } else if (!readRouteEntry(read, key, value)) {
+            fault = entryOf(key, value);
+        }
+    }
+    if (fault.empty()) {
+        addRoute(reading, place, read);
+    } else {
+        addIgnored(reading, place, fault);
     }
 }
 
@@ -409,10 +448,11 @@ std::string faultOfUse(const Reading& reading)
 /// Chooses the default route that leads: the one with the lowest metric.
 void takeDefaultRoute(Reading& reading)
 {
-    auto& [files, interfaceName, iface, names, hasOtherMatch, isUnmanaged, routes, usesRoutes, usesGateway, metric,
-           table] = reading;
-    const bool isUsed = usesGateway.value_or(usesRoutes) && table == kMainTable;
-    iface.usesLeasedGateway = iface.dhcp && isUsed;
+    auto& iface = reading.iface;
+    const auto& routes = reading.defaultRoutes;
+    const auto metric = reading.leaseMetric;
+    iface.usesLeasedGateway =
+        iface.dhcp && reading.leaseTable == kMainTable && reading.usesLeasedGateway.value_or(reading.usesLeasedRoutes);
     const auto first = std::min_element(routes.begin(), routes.end(),
                                         [](const auto& left, const auto& right) { return left.metric < right.metric; });
     if (first == routes.end() || (iface.usesLeasedGateway && metric < first->metric)) {
@@ -442,7 +482,7 @@ ConfiguredInterface unused(const ConfiguredInterface& read, const std::string& p
 ConfiguredInterface readInterface(const IReadableFiles& files, const std::string& interfaceName,
                                   const std::string& networkFile)
 {
-    Reading reading{files, interfaceName, {}, {}, false, false, {}, true, {}, kLeaseMetric, kMainTable};
+    Reading reading{files, interfaceName};
     auto& iface = reading.iface;
     const auto texts = readWithDropIns(files, "network/" + networkFile);
     if (texts.empty() || texts.front().isDropIn) {
