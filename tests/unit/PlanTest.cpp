@@ -5,6 +5,7 @@
 #include "networkhost/change/Apply.h"
 #include "networkhost/change/Trial.h"
 #include "networkhost/plan/Diff.h"
+#include "networkhost/plan/PlannedFiles.h"
 #include "networkhost/plan/Requests.h"
 #include "networksimulation/Device.h"
 
@@ -64,6 +65,15 @@ TEST(Plan, WithoutFilesIsNotDone)
     networksimulation::Device device;
     EXPECT_EQ(apply(device, {}).reason, "the plan has no files to write");
     EXPECT_FALSE(tryOut(device, {}).isDone);
+}
+
+TEST(Plan, ShowsADropInWhoseDirectoryIsNotThereYet)
+{
+    networksimulation::Device device;
+    networkhost::Plan plan;
+    plan.files = {{"/run/systemd/network/02_remote.network.d/plant.conf", {}, "[Network]\nAddress=10.0.0.5/24\n"}};
+    const auto configured = readConfiguration(networkhost::PlannedFiles(device.files(), plan));
+    EXPECT_THAT(configured.interfaces.at("remote").addresses, testing::ElementsAre("10.0.0.5/24"));
 }
 
 TEST(Plan, TellsWhatAFileHasWithoutControlCharacters)

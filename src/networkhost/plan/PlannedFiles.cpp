@@ -39,7 +39,8 @@ std::error_code PlannedFiles::read(const std::string& path, std::string& text) c
 std::error_code PlannedFiles::list(const std::string& directory, std::vector<std::string>& names) const
 {
     std::vector<std::string> found;
-    if (const auto error = files_.list(directory, found)) {
+    const auto error = files_.list(directory, found);
+    if (error && error != std::errc::no_such_file_or_directory) {
         return error;
     }
     std::set<std::string> all(found.begin(), found.end());
@@ -48,6 +49,9 @@ std::error_code PlannedFiles::list(const std::string& directory, std::vector<std
             const auto name = file.path.substr(directory.size());
             file.after ? static_cast<void>(all.insert(name)) : static_cast<void>(all.erase(name));
         }
+    }
+    if (error && all.empty()) {
+        return error;
     }
     names.assign(all.begin(), all.end());
     return {};

@@ -18,7 +18,6 @@
 #include <array>
 #include <chrono>
 #include <set>
-#include <string_view>
 
 namespace networkhost {
 
