@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Reads the files of tests/networkfiles as systemd-networkd 252 and 257 do, and a few as that of 255, of which nobody
-// has looked which rules it has. The real daemon reads them in
-// tests/device/test_network_files.py.
+// Reads the files of tests/networkfiles as systemd-networkd 252 and 257 do, and a few as version 255, whose rules are
+// not known. The real daemon reads them in tests/device/test_network_files.py.
 #include "networkhost/state/Configuration.h"
 #include "networkhost/state/Text.h"
 #include "networksimulation/Device.h"
