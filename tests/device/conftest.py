@@ -2,14 +2,11 @@
 """Fixtures: the device box, which is booted once for all tests, and preparations that several test files share."""
 import os
 import pathlib
-import re
-import shutil
-import subprocess
 import tempfile
 
 import pytest
 
-from devicebox import SCENARIOS, VELNETCTL, Box, wait_until
+from devicebox import SCENARIOS, VELNETCTL, Box, copies_of_programs, wait_until
 from monitors import Monitor
 from trials import run_aside
 
@@ -65,15 +62,9 @@ def installed(box):
         box.exec("systemctl", "daemon-reload")
         box.exec("cp", "--remove-destination", VELNETCTL, SCENARIOS, "/usr/bin/")
         return
-    libraries = re.findall(r"libVelNetwork.* => (.*) \(", box.exec("ldd", VELNETCTL).stdout)
     with tempfile.TemporaryDirectory(dir=pathlib.Path(VELNETCTL).parent) as directory:
-        for path in VELNETCTL, SCENARIOS, *libraries:
-            copy = shutil.copy(path, directory)
-            # A unit that may only run installed files cannot use the libraries of the build.
-            script = pathlib.Path(directory, "remove.cmake")
-            script.write_text(f'file(RPATH_REMOVE FILE "{copy}")\n')
-            subprocess.run(["cmake", "-P", script], check=True)
-            box.exec("cp", "--remove-destination", copy, "/usr/lib/" if path in libraries else "/usr/bin/")
+        for copy, target in copies_of_programs(directory):
+            box.exec("cp", "--remove-destination", copy, target)
 
 
 @pytest.fixture

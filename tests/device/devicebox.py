@@ -4,7 +4,9 @@ import contextlib
 import json
 import os
 import pathlib
+import re
 import shlex
+import shutil
 import subprocess
 import threading
 import time
@@ -101,6 +103,18 @@ class Box:
 def ten_thousand_routes(verb):
     """Lines for ip_batch."""
     return [f"route {verb} 10.{20 + number // 250}.{number % 250}.0/24 via 192.168.10.2" for number in range(10000)]
+
+
+def copies_of_programs(directory):
+    """Copies the programs and libraries of the build. Yields each copy with the directory where a device has it."""
+    libraries = re.findall(r"libVelNetwork.* => (.*) \(", subprocess.check_output(["ldd", VELNETCTL], text=True))
+    for path in VELNETCTL, SCENARIOS, *libraries:
+        copy = shutil.copy(path, directory)
+        # A unit that may only run installed files cannot use the libraries of the build.
+        script = pathlib.Path(directory, "remove.cmake")
+        script.write_text(f'file(RPATH_REMOVE FILE "{copy}")\n')
+        subprocess.run(["cmake", "-P", script], check=True)
+        yield copy, "/usr/lib/" if path in libraries else "/usr/bin/"
 
 
 @contextlib.contextmanager
