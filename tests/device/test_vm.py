@@ -35,7 +35,7 @@ DOCUMENTS = {"first": settings(20, [], "first.example"),
 class Vm(Box):
     def __init__(self):
         super().__init__(NAME, "velnetctl")
-        self.known, self.seconds = {}, {}
+        self.known, self.seconds = {}, {}  # see learn
         self.command = [PROJECT / "tools/devicevm/devicevm", "--name", NAME]
 
     def install(self, directory):
@@ -54,13 +54,13 @@ class Vm(Box):
 
     def learn(self):
         """Learns the files of both documents, and the time that commands take."""
-        self.velnetctl("apply", "/root/first.json")
-        self.known = {"first": self.files()}
+        self.velnetctl("apply", "/root/second.json")
+        self.known["second"] = self.files()
         begin = time.monotonic()
-        self.velnetctl("apply", "/root/second.json", "--try", "99")
+        self.velnetctl("apply", "/root/first.json", "--try", "99")
         tried = time.monotonic()
         self.velnetctl("confirm")
-        self.known["second"] = self.files()
+        self.known["first"] = self.files()
         self.seconds = {"apply": tried - begin, "rollback": tried - begin, "confirm": time.monotonic() - tried}
 
     def cut_and_boot(self):
@@ -98,7 +98,7 @@ on_each_layout = pytest.mark.parametrize("vm", LAYOUTS, indirect=True, scope="mo
 @on_each_layout
 def test_the_boot_rolls_a_trial_back_before_the_network_starts(vm):
     old = vm.files()
-    vm.velnetctl("apply", "/root/first.json", "--try", "99")
+    vm.velnetctl("apply", "/root/second.json", "--try", "99")
     assert vm.files() != old
     vm.cut_and_boot()
     assert vm.files() == old
