@@ -60,7 +60,7 @@ class Vm(Box):
         self.velnetctl("apply", "/var/second.json")
         self.known["second"] = self.files()
         begin = time.monotonic()
-        self.velnetctl("apply", "/var/first.json", "--try", "99")
+        self.velnetctl("apply", "/var/first.json", "--try", "600")
         tried = time.monotonic()
         self.velnetctl("confirm")
         self.known["first"] = self.files()
@@ -101,7 +101,7 @@ on_each_layout = pytest.mark.parametrize("vm", LAYOUTS, indirect=True, scope="mo
 @on_each_layout
 def test_the_boot_rolls_a_trial_back_before_the_network_starts(vm):
     old = vm.files()
-    vm.velnetctl("apply", "/var/second.json", "--try", "99")
+    vm.velnetctl("apply", "/var/second.json", "--try", "600")
     assert vm.files() != old
     vm.cut_and_boot()
     assert vm.files() == old
@@ -116,9 +116,9 @@ def test_the_boot_rolls_a_trial_back_before_the_network_starts(vm):
 # What happens before, the command that is cut, and the files that the cut may leave: while it runs, and after it.
 CHANGES = {
     "change": (None, "apply", {"old", "new", "mixed"}, {"new"}),
-    "trial": (None, "apply --try 99", {"old"}, {"old"}),
-    "confirmation": ("apply --try 99", "confirm", {"old", "new"}, {"new"}),
-    "roll-back": ("apply --try 99", "rollback", {"old"}, {"old"}),
+    "trial": (None, "apply --try 600", {"old"}, {"old"}),
+    "confirmation": ("apply --try 600", "confirm", {"old", "new"}, {"new"}),
+    "roll-back": ("apply --try 600", "rollback", {"old"}, {"old"}),
 }
 
 
