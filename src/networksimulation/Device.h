@@ -2,7 +2,7 @@
 #pragma once
 
 #include "../networkhost/device/IDevice.h"
-#include "../networkhost/loop/Cells.h"
+#include "../networkhost/state/Cells.h"
 #include "../networkhost/state/Text.h"
 #include "Clock.h"
 #include "Daemons.h"

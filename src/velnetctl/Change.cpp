@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "Change.h"
 
-#include "PlanText.h"
 #include "Progress.h"
 #include "Text.h"
 #include "Trial.h"
@@ -9,6 +8,7 @@
 #include "base/ReadFile.h"
 #include "networkhost/change/Apply.h"
 #include "networkhost/change/Trial.h"
+#include "networkhost/plan/PlanText.h"
 #include "networkhost/plan/Requests.h"
 #include "networkhost/plan/Settings.h"
 #include "networkhost/state/Configuration.h"
@@ -63,11 +63,10 @@ bool reportChange(Session& session, const Outcome& outcome)
         printFailure(session, outcome);
         return false;
     }
-    const bool isSilent = outcome.status.empty(); // the library emits nothing for DNS
-    session.output << (isSilent ? networkmanager::status::kOk : outcome.status) << std::endl;
-    for (const auto& note : outcome.notes) {
-        warn(session, note);
-    }
+    const auto text = toText(outcome);
+    const auto endOfStatus = text.find('\n') + 1;
+    session.output << text.substr(0, endOfStatus) << std::flush;
+    fail(session, text.substr(endOfStatus)); // the warnings
     return true;
 }
 
@@ -114,6 +113,17 @@ bool awaitEffect(Session& session, Seconds wait, const Plan& plan)
     return lacking.empty();
 }
 
+/// Unchanged for patch(1); on a terminal, control characters become text.
+void printPlan(Session& session, const Plan& plan, bool json)
+{
+    if (json) {
+        session.output << toJson(plan) << '\n';
+    } else {
+        const auto text = stepsText(plan);
+        session.output << (::isatty(STDOUT_FILENO) == 1 ? printableLines(text) : text);
+    }
+}
+
 bool carryOut(Session& session, const Plan& plan, const ChangeOptions& options)
 {
     const auto planned = outcomeOf(plan, options.force);
@@ -134,29 +144,18 @@ bool carryOut(Session& session, const Plan& plan, const ChangeOptions& options)
     return reportChange(session, outcome) && (!outcome.isDone || awaitEffect(session, options.wait, plan));
 }
 
-bool isDhcp(const std::string& address)
+/// Nothing for ADDRESS and MASK with a fault.
+std::optional<IpSettings> requestedSettings(const std::string& address, const std::string& mask, std::string& fault)
 {
-    return lowerCase(address) == "dhcp";
-}
-
-/// Returns the fault of ADDRESS or MASK; empty when both are valid.
-std::string faultOf(const std::string& address, const std::string& mask)
-{
-    if (isDhcp(address)) {
-        return {};
+    if (mask.empty()) {
+        return networkhost::parseIpSettings(address, fault);
     }
-    const auto fault = networkhost::faultOfDestination(address);
-    return fault.empty() && !mask.empty() ? networkhost::faultOfMask(mask) : fault;
-}
-
-/// Requires texts without a fault.
-IpSettings requestedSettings(const std::string& address, const std::string& mask)
-{
-    if (isDhcp(address)) {
-        return {{}, {}, true, {}};
+    fault = networkhost::faultOfSettings({address, mask, false, {}});
+    if (!fault.empty()) {
+        return std::nullopt;
     }
     auto settings = networkhost::NetworkAddress::parse(address)->settings();
-    settings.mask = address.find('/') == std::string::npos ? mask : settings.mask;
+    settings.mask = mask;
     return settings;
 }
 
@@ -195,36 +194,29 @@ std::error_code readDocument(const std::string& file, std::string& text)
 
 void printFailure(Session& session, const Outcome& outcome)
 {
-    for (const auto& objection : outcome.objections) {
-        fail(session, objection);
-    }
+    fail(session, toText(outcome));
     if (!outcome.objections.empty()) {
         fail(session, "nothing is changed; --force does it all the same");
-        return;
-    }
-    const bool isStatusToo = outcome.status == networkmanager::status::kInvalidIpOrMask;
-    fail(session, isStatusToo ? outcome.status + ": " + outcome.reason : outcome.reason);
-    for (const auto& note : outcome.notes) {
-        fail(session, note);
     }
 }
 
 bool setIp(Session& session, const std::string& interfaceName, const std::string& address, const std::string& mask,
            const std::string& gateway, const std::vector<std::string>& dnsServers, const ChangeOptions& options)
 {
-    if (const auto fault = faultOf(address, mask); !fault.empty()) {
-        fail(session, std::string(networkmanager::status::kInvalidIpOrMask) + ": " + fault);
+    std::string fault;
+    auto settings = requestedSettings(address, mask, fault);
+    if (!settings) {
+        printFailure(session, networkhost::refused(fault, networkmanager::status::kInvalidIpOrMask));
         return false;
     }
-    auto settings = requestedSettings(address, mask);
-    settings.gateway = addressOrNone(gateway);
+    settings->gateway = addressOrNone(gateway);
     settle(session, interfaceName);
     if (dnsServers.empty()) {
-        return carryOut(session, networkhost::planIp(session.device, interfaceName, settings), options);
+        return carryOut(session, networkhost::planIp(session.device, interfaceName, *settings), options);
     }
     const bool isNone = dnsServers.size() == 1 && lowerCase(dnsServers.front()) == kNone;
     const auto servers = isNone ? std::vector<std::string>() : dnsServers;
-    return carryOut(session, networkhost::planIp(session.device, interfaceName, settings, servers), options);
+    return carryOut(session, networkhost::planIp(session.device, interfaceName, *settings, servers), options);
 }
 
 bool setGateway(Session& session, const std::string& gateway, const ChangeOptions& options)

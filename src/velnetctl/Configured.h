@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "base/IpSettings.h"
 #include "networkhost/state/Configuration.h"
 
 #include <string>
@@ -12,9 +11,6 @@ namespace velnetctl {
 
 /// "10.0.0.2/8, DHCP, gateway 10.0.0.1".
 std::string configuredText(const networkhost::ConfiguredInterface& configured);
-
-/// The settings as a record of libVelNetworkManager, which has room for one address.
-velbase2::nsa::common::IpSettings settingsOf(const networkhost::ConfiguredInterface& configured);
 
 /// "1.1.1.1, search example.org".
 std::string resolverText(const std::vector<std::string>& servers, const std::vector<std::string>& domains);

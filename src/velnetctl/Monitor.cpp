@@ -92,7 +92,8 @@ std::string headOf(const Change& change)
 std::string lineOf(const Change& change, bool json)
 {
     if (json) {
-        return dump({{"time", utcNow()}, {"source", change.source}, {"name", change.name}, {"value", change.value}}) +
+        return networkhost::dump(
+                   {{"time", utcNow()}, {"source", change.source}, {"name", change.name}, {"value", change.value}}) +
                '\n';
     }
     return headOf(change) + change.text + '\n';

@@ -2,8 +2,8 @@
 #include "Observer.h"
 
 #include "Configured.h"
-#include "networkhost/loop/Cells.h"
 #include "networkhost/state/Backend.h"
+#include "networkhost/state/Cells.h"
 #include "networkhost/state/Text.h"
 #include "networkhost/text/Checks.h"
 
@@ -16,9 +16,9 @@ using networkhost::toText;
 
 namespace {
 
-Json configuredJson(const networkhost::ConfiguredInterface& configured)
+networkhost::Json configuredJson(const networkhost::ConfiguredInterface& configured)
 {
-    auto json = toJson(settingsOf(configured));
+    auto json = networkhost::jsonOf(configured);
     json["addresses"] = configured.addresses;
     return json;
 }
@@ -42,7 +42,7 @@ Observer::Observer(networkhost::IDevice& device, Report report)
     : device_(device), report_(std::move(report)), updates_(device, cells_, options())
 {
     networkhost::connectToEachCell(cells_, [this](const std::string& source, const char* name, const auto& content) {
-        report_({source, name, printable(toText(content)), toJson(content)});
+        report_({source, name, printable(toText(content)), networkhost::jsonOf(content)});
     });
 }
 

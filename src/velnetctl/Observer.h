@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "Json.h"
-#include "Snapshot.h"
 #include "networkhost/device/IDevice.h"
 #include "networkhost/loop/LiveUpdates.h"
 #include "networkhost/state/Configuration.h"
+#include "networkhost/state/Json.h"
+#include "networkhost/state/Snapshot.h"
 #include "networkmanager/EthernetInterfaces.h"
 #include "networkmanager/HostSignals.h"
 
@@ -20,10 +20,10 @@ namespace velnetctl {
 /// A value that has changed.
 struct Change
 {
-    std::string source; // an interface, "host" or "resolver"
-    std::string name;   // the name of a cell, or "carrier", "configured", "servers", "domains"
-    std::string text;   // for people
-    Json value;         // for programs
+    std::string source;      // an interface, "host" or "resolver"
+    std::string name;        // the name of a cell, or "carrier", "configured", "servers", "domains"
+    std::string text;        // for people
+    networkhost::Json value; // for programs
 };
 
 /// Watches a device in the caller's loop. Reports all cells, carriers and the configuration once, and then each change.
@@ -40,7 +40,10 @@ public:
     bool dispatch() { return updates_.dispatch(); }
 
     /// The cells and the configuration of the last dispatch(), with the rest as it is now.
-    Snapshot snapshot() const { return readSnapshot(device_, cells_.host, cells_.interfaces, configuration_); }
+    networkhost::Snapshot snapshot() const
+    {
+        return networkhost::readSnapshot(device_, cells_.host, cells_.interfaces, configuration_);
+    }
 
     template <class Do, class Done>
     void start(Do change, Done done)
@@ -53,10 +56,11 @@ private:
     struct Cells
     {
         HostSignals& getSignals() { return host; }
-        Interfaces& getInterfaces() { return interfaces; }
+        std::map<std::string, networkmanager::EthInterface>& getInterfaces() { return interfaces; }
 
         HostSignals host;
-        Interfaces interfaces = networkmanager::EthernetInterfaces().interfaces;
+        std::map<std::string, networkmanager::EthInterface> interfaces =
+            networkmanager::EthernetInterfaces().interfaces;
     };
 
     networkhost::LiveOptions options();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "Snapshot.h"
+#include "Sections.h"
 #include "networkhost/change/Trial.h"
 
 #include <chrono>

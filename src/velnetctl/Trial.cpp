@@ -6,6 +6,7 @@
 #include "Text.h"
 #include "base/FileDescriptor.h"
 #include "networkhost/change/Guard.h"
+#include "networkhost/state/Snapshot.h"
 #include "networkhost/text/Checks.h"
 
 #include <algorithm>
@@ -236,45 +237,12 @@ bool rollBack(Session& session)
     return report(session, networkhost::rollBack(session.device, "velnetctl rollback was called"));
 }
 
-const char* nameOf(TrialState::Kind kind)
-{
-    switch (kind) {
-    case TrialState::Kind::None:
-        return "none";
-    case TrialState::Kind::Waiting:
-        return "waiting";
-    case TrialState::Kind::Counting:
-        return "counting";
-    case TrialState::Kind::RollingBack:
-        return "rolling back";
-    case TrialState::Kind::Unreadable:
-        return "unreadable";
-    case TrialState::Kind::Confirmed:
-        return "confirmed";
-    case TrialState::Kind::RolledBack:
-        return "rolled back";
-    }
-    return "";
-}
-
-Json toJson(const TrialState& state)
-{
-    const auto left = state.isPending() ? std::max<long long>(state.left.count(), 0) : 0;
-    return {{"pending", state.isPending()},
-            {"state", nameOf(state.kind)},
-            {"title", state.title},
-            {"by", state.by},
-            {"secondsLeft", static_cast<double>(left) / 1000},
-            {"files", state.files},
-            {"why", state.why}};
-}
-
 bool printPending(Session& session, bool json)
 {
     wakeGuard(session.device);
     const auto state = trialState(session.device);
     if (json) {
-        session.output << dump(toJson(state), 2) << '\n';
+        session.output << toJson(state) << '\n';
     } else {
         session.output << printableLines(state.text());
     }

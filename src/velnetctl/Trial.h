@@ -2,7 +2,6 @@
 #pragma once
 
 #include "Change.h"
-#include "Json.h"
 #include "Session.h"
 #include "networkhost/change/Trial.h"
 #include "networkhost/plan/Plan.h"
@@ -18,12 +17,6 @@ bool tryPlan(Session& session, const networkhost::Plan& plan, const ChangeOption
 
 bool confirm(Session& session);
 bool rollBack(Session& session);
-
-/// The name for programs, such as "counting".
-const char* nameOf(networkhost::TrialState::Kind kind);
-
-/// The trial for programs.
-Json toJson(const networkhost::TrialState& state);
 
 /// True when a trial is pending.
 bool printPending(Session& session, bool json);

@@ -5,8 +5,10 @@
 #include "networkhost/change/Apply.h"
 #include "networkhost/change/Trial.h"
 #include "networkhost/plan/Diff.h"
+#include "networkhost/plan/PlanText.h"
 #include "networkhost/plan/PlannedFiles.h"
 #include "networkhost/plan/Requests.h"
+#include "networkhost/plan/Settings.h"
 #include "networksimulation/Device.h"
 
 #include <gmock/gmock.h>
@@ -82,6 +84,24 @@ TEST(Plan, TellsWhatAFileHasWithoutControlCharacters)
     const std::string path = "/etc/systemd/network/02_remote.network";
     device.put(path, device.textOf(path) + "\x1b]0;x=\n");
     EXPECT_THAT(planStatic(device, "192.168.50.20").warnings, Contains(HasSubstr("loses the line '\\x1b]0;x='")));
+}
+
+TEST(Plan, IsATextWithEverythingThatPeopleHaveToKnow)
+{
+    networksimulation::Device device;
+    device.unplug("remote");
+    const auto plan = planIp(device, "remote", {"10.0.0.5", "255.255.255.0", false, "192.168.50.1"});
+    const std::string objection = "the gateway 192.168.50.1 lies outside the subnet 10.0.0.0/24 of remote\n";
+    EXPECT_EQ(toText(plan), "refused unless it is forced: " + objection +
+                                "warning: the cable of remote is out: the change becomes live only when it is in\n"
+                                "warning: remote gives up its lease, and with it the name server 192.168.50.1; "
+                                "to keep it: velnetctl set-dns 0 192.168.50.1\n" +
+                                stepsText(plan));
+    EXPECT_EQ(toText(networkhost::apply(device, plan)), objection);
+    EXPECT_EQ(toText(networkhost::planDnsDomain(device, "a\nb")),
+              "refused: 'a\\x0ab': control characters are not allowed\n");
+    EXPECT_EQ(toText(networkhost::planSettings(device, "{}")),
+              "refused: interfaces: missing\nrefused: gateway: missing\nrefused: dns: missing\n");
 }
 
 TEST(Diff, OfLongFilesTakesLittleMemory)

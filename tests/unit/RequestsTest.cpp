@@ -4,6 +4,7 @@
 #include "networkhost/change/Apply.h"
 #include "networkhost/change/Trial.h"
 #include "networkhost/plan/Settings.h"
+#include "networkhost/text/NetworkAddress.h"
 #include "networksimulation/Device.h"
 
 #include <gmock/gmock.h>
@@ -37,4 +38,18 @@ TEST(Requests, DoNotTakeWhatIsOnTrialForWhatIsSet)
     EXPECT_EQ(refused.reason, networkhost::trialState(device).text());
     ASSERT_TRUE(networkhost::confirmTrial(device).isDone);
     EXPECT_TRUE(networkhost::planSettings(device, document).isNothingToChange());
+}
+
+TEST(Requests, ComeFromTheArgumentOfACommand)
+{
+    const auto parsed = [](const std::string& text) {
+        std::string fault;
+        const auto settings = networkhost::parseIpSettings(text, fault);
+        return settings ? networkhost::toText(*settings) + fault : fault;
+    };
+    EXPECT_EQ(parsed("10.0.0.5/24"), "10.0.0.5/24");
+    EXPECT_EQ(parsed("Dhcp"), "DHCP");
+    EXPECT_EQ(parsed("10.0.0.5"), "'10.0.0.5' has no prefix length: use a form such as 10.0.0.5/24");
+    EXPECT_EQ(parsed("10.0.0.5/33"), "'/33' is not a prefix length: a prefix length is 0 to 32");
+    EXPECT_EQ(parsed(""), "the address is missing");
 }

@@ -3,7 +3,7 @@
 
 #include "base/Log.h"
 #include "networkhost/device/LockHolder.h"
-#include "networkhost/loop/Cells.h"
+#include "networkhost/state/Cells.h"
 #include "networkhost/state/LiveState.h"
 #include "networkhost/state/Missing.h"
 #include "networkhost/state/Text.h"

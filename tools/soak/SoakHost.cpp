@@ -13,9 +13,9 @@
 #include "networkhost/change/Apply.h"
 #include "networkhost/change/Trial.h"
 #include "networkhost/device/RealDevice.h"
-#include "networkhost/loop/Cells.h"
 #include "networkhost/loop/LiveUpdates.h"
 #include "networkhost/plan/Requests.h"
+#include "networkhost/state/Cells.h"
 #include "networkhost/state/Missing.h"
 #include "networkmanager/NetworkManager.h"
 

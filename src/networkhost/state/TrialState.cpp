@@ -43,6 +43,27 @@ std::string TrialState::text() const
     return {};
 }
 
+const char* nameOf(TrialState::Kind kind)
+{
+    switch (kind) {
+    case TrialState::Kind::None:
+        return "none";
+    case TrialState::Kind::Waiting:
+        return "waiting";
+    case TrialState::Kind::Counting:
+        return "counting";
+    case TrialState::Kind::RollingBack:
+        return "rolling back";
+    case TrialState::Kind::Unreadable:
+        return "unreadable";
+    case TrialState::Kind::Confirmed:
+        return "confirmed";
+    case TrialState::Kind::RolledBack:
+        return "rolled back";
+    }
+    return "";
+}
+
 TrialState trialState(IDevice& device)
 {
     using Kind = TrialState::Kind;

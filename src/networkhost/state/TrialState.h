@@ -30,6 +30,9 @@ struct TrialState
     std::string text() const;
 };
 
+/// The kind for programs, such as "counting".
+const char* nameOf(TrialState::Kind kind);
+
 TrialState trialState(IDevice& device);
 
 /// The same, but first waits until a roll-back has ended, at most 30 s.

@@ -6,6 +6,9 @@
 #include "networkhost/text/Checks.h"
 
 #include <algorithm>
+#include <locale>
+
+#include <boost/algorithm/string/predicate.hpp>
 
 namespace networkhost {
 
@@ -86,6 +89,20 @@ bool NetworkAddress::overlaps(const NetworkAddress& other) const
 velbase2::nsa::common::IpSettings NetworkAddress::settings() const
 {
     return {address(), mask(), false, {}};
+}
+
+std::optional<velbase2::nsa::common::IpSettings> parseIpSettings(const std::string& text, std::string& fault)
+{
+    if (boost::algorithm::iequals(text, "dhcp", std::locale::classic())) {
+        fault.clear();
+        return velbase2::nsa::common::IpSettings{{}, {}, true, {}};
+    }
+    const auto address = NetworkAddress::parse(text, fault);
+    if (address && text.find('/') == std::string::npos) {
+        fault = "'" + text + "' has no prefix length: use a form such as " + text + "/24";
+        return std::nullopt;
+    }
+    return address ? std::optional(address->settings()) : std::nullopt;
 }
 
 } // namespace networkhost

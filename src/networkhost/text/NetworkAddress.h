@@ -53,4 +53,14 @@ inline bool operator==(const NetworkAddress& left, const NetworkAddress& right)
     return left.bits == right.bits && left.length == right.length;
 }
 
+/// The request that somebody typed: "10.0.0.5/24", or "dhcp" in small or capital letters. It leaves the gateway to
+/// planIp(). Nothing for another text; `fault` then says what is wrong with it, in a sentence:
+///
+///     std::string fault;
+///     const auto settings = networkhost::parseIpSettings(argv[1], fault);
+///     if (!settings) {
+///         std::cerr << fault << '\n';
+///     }
+std::optional<velbase2::nsa::common::IpSettings> parseIpSettings(const std::string& text, std::string& fault);
+
 } // namespace networkhost

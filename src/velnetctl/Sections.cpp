@@ -1,19 +1,16 @@
 // SPDX-License-Identifier: MIT
-#include "Snapshot.h"
+#include "Sections.h"
 
 #include "Configured.h"
-#include "networkhost/state/Backend.h"
 #include "networkhost/state/DaemonHealth.h"
 #include "networkhost/state/Missing.h"
 #include "networkhost/state/Text.h"
 #include "networkhost/text/Checks.h"
-#include "networkmanager/Refresher.h"
-
-#include <future>
 
 namespace velnetctl {
 
 using networkhost::printable;
+using networkhost::Snapshot;
 using networkhost::toText;
 using networkmanager::EthInterface;
 using velbase2::nsa::common::IpSettings;
@@ -67,26 +64,6 @@ Section sectionOf(const EthInterface& iface, const Snapshot& snapshot)
 }
 
 } // namespace
-
-Snapshot readSnapshot(networkhost::IDevice& device)
-{
-    HostSignals host;
-    auto interfaces = networkmanager::EthernetInterfaces().interfaces;
-    for (auto& entry : interfaces) {
-        networkhost::Backend(device.files()).load(entry.second);
-    }
-    // One pass on this thread: a manager's start() and stop() would take its period of 2 seconds.
-    networkmanager::Refresher(host, interfaces, device.system()).refresh();
-    return readSnapshot(device, host, interfaces, networkhost::readConfiguration(device.files()));
-}
-
-Snapshot readSnapshot(networkhost::IDevice& device, const HostSignals& host, const Interfaces& interfaces,
-                      const networkhost::Configuration& configured)
-{
-    auto daemons = std::async([&device] { return device.daemons(); }); // takes as long as the rest
-    return {host.hostname.get(), host.gateway.get(), interfaces, configured, networkhost::readLiveState(device),
-            daemons.get()};
-}
 
 std::vector<Section> sectionsOf(const Snapshot& snapshot)
 {
