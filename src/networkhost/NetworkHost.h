@@ -6,6 +6,7 @@
 #include "change/RollBack.h"
 #include "change/Trial.h"
 #include "device/RealDevice.h"
+#include "loop/LackWatch.h"
 #include "loop/LiveUpdates.h"
 #include "plan/Diff.h"
 #include "plan/Plan.h"
