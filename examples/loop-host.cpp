@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
-// A host with its own event loop, which is never blocked. It prints the changes of the device. Clients change settings
-// over a Unix socket (SOCK_SEQPACKET). Each connection sends one packet and gets one answer:
-//   set INTERFACE dhcp|ADDRESS [MASK [GATEWAY]]    answers when the daemons are restarted; the values follow
-//   try INTERFACE dhcp|ADDRESS [MASK [GATEWAY]]    answers when it is live; undone unless confirmed within 60 s
-//   confirm, rollback                              answers when the trial is over
-//   state                                          answers at once, also during a change: the last value of each cell
+// A host with its own event loop, which is never blocked. It prints the changes of the device, and settings that have
+// not been live for 30 s. Clients change settings over a Unix socket (SOCK_SEQPACKET). Each connection sends one packet
+// and gets one answer:
+//   plan INTERFACE dhcp|ADDRESS/LENGTH [GATEWAY]    shows the change and its objections
+//   set INTERFACE dhcp|ADDRESS/LENGTH [GATEWAY]     answers when the daemons are restarted; the values follow
+//   try INTERFACE dhcp|ADDRESS/LENGTH [GATEWAY]     answers when it is live; undone unless confirmed within 60 s
+//   confirm, rollback                               answers when the trial is over
+//   state                                           answers at once, also during a change: the last state, as JSON
 // Usage: loop-host SOCKET. SIGHUP prints the state. SIGTERM and SIGINT end the host after the running change.
 #include <csignal>
 #include <cstdio>
 #include <iostream>
-#include <map>
-#include <numeric>
 #include <sstream>
 
 #include <networkhost/NetworkHost.h>
@@ -31,16 +31,26 @@ std::string carryOut(networkhost::IDevice& device, const std::string& request)
     std::istringstream words(request);
     std::string verb;
     std::string interfaceName;
-    velbase2::nsa::common::IpSettings settings;
-    words >> verb >> interfaceName >> settings.ip >> settings.mask >> settings.gateway;
-    settings.dhcp = settings.ip == "dhcp";
-    const auto plan = planIp(device, interfaceName, settings);
-    const auto outcome = verb == "set"        ? apply(device, plan)
-                         : verb == "try"      ? tryOut(device, plan)
-                         : verb == "confirm"  ? confirmTrial(device)
-                         : verb == "rollback" ? rollBack(device, "a client asked for it")
-                                              : networkhost::refused("unknown request");
-    return outcome.isDone ? "done\n" : "not done: " + outcome.reason + '\n';
+    std::string address;
+    std::string gateway;
+    words >> verb >> interfaceName >> address >> gateway;
+    if (verb == "confirm") {
+        return toText(confirmTrial(device));
+    }
+    if (verb == "rollback") {
+        return toText(rollBack(device, "a client asked for it"));
+    }
+    std::string fault;
+    auto settings = networkhost::parseIpSettings(address, fault);
+    if (!settings) {
+        return fault + '\n';
+    }
+    settings->gateway = gateway;
+    const auto plan = planIp(device, interfaceName, *settings);
+    return verb == "plan"  ? toText(plan)
+           : verb == "set" ? toText(apply(device, plan))
+           : verb == "try" ? toText(tryOut(device, plan))
+                           : "unknown request\n";
 }
 
 /// Only the host's own user may connect. Returns -1 and sets errno on failure.
@@ -95,19 +105,24 @@ int main(int argc, char** argv)
     const int interrupt = openSignal(SIGINT);
     const int terminate = openSignal(SIGTERM);
 
-    std::map<std::string, std::string> state; // a line for each cell
-    const auto add = [](const std::string& lines, const auto& cell) { return lines + cell.second; };
-    const auto stateText = [&] { return std::accumulate(state.begin(), state.end(), std::string(), add); };
     int underWay = 0; // changes that have not ended
     networkhost::RealDevice device;
     networkmanager::detail::NetworkManager<networkmanager::NetworkManagerData>
         manager; // not started: the loop refreshes
-    networkhost::connectToEachCell(manager, [&state](const std::string& source, const char* name, const auto& content) {
-        auto& line = state[source + name];
-        line = source + ' ' + name + ": " + networkhost::toText(content) + '\n';
-        std::cout << line << std::flush; // to the journal, which does not block
+    networkhost::connectToEachCell(manager, [](const std::string& source, const char* name, const auto& content) {
+        std::cout << source << ' ' << name << ": " << networkhost::toText(content) << std::endl; // to the journal
     });
-    networkhost::LiveUpdates updates(device, manager); // last: destroyed before the objects that it uses
+    networkhost::LackWatch lacks(device, std::chrono::seconds(30), [](const std::string& lacking) {
+        std::cout << (lacking.empty() ? "all is live" : "the device lacks " + lacking) << std::endl;
+    });
+    std::string state; // as JSON, in one line
+    networkhost::LiveOptions options;
+    options.onPass = [&](bool /*haveFilesChanged*/) {
+        const auto snapshot = networkhost::readSnapshot(device, manager);
+        state = toJson(snapshot, {}, -1) + '\n';
+        lacks.look(missing(snapshot.configured, snapshot.live));
+    };
+    networkhost::LiveUpdates updates(device, manager, options); // last: destroyed before the objects that it uses
     const int epoll = ::epoll_create1(EPOLL_CLOEXEC);
     const auto watch = [epoll](int fd, std::uint32_t events) {
         epoll_event event = {events, {}};
@@ -118,22 +133,23 @@ int main(int argc, char** argv)
         watch(fd, EPOLLIN);
     }
     for (epoll_event event = {};;) {
-        const int fd =
-            ::epoll_wait(epoll, &event, 1, -1) == 1 ? event.data.fd : -1; // -1: a signal interrupted the wait
+        const int fd = ::epoll_wait(epoll, &event, 1, lacks.timeout()) == 1 ? event.data.fd : -1; // -1: lacks may tell
         if (fd == interrupt || fd == terminate) {
             return 0;
         }
         if (fd == updates.fd()) {
-            updates.dispatch(); // runs slots and the callbacks of finished changes
+            updates.dispatch(); // runs slots, onPass, and the callbacks of finished changes
+        } else if (fd < 0) {
+            lacks.look();
         } else if (fd == listener) {
             watch(::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC), EPOLLIN | EPOLLONESHOT);
         } else if (const auto request = take(fd); fd == timer) {
             std::cout << (underWay > 0 ? "changes under way: " + std::to_string(underWay) + '\n' : "") << std::flush;
         } else if (fd == hangUp) {
-            std::cout << stateText() << std::flush;
+            std::cout << state << std::flush;
         } else if (request == "state") {
-            answer(fd, stateText());
-        } else if (fd >= 0) {
+            answer(fd, state);
+        } else {
             ++underWay;
             updates.start([request](networkhost::IDevice& beside) { return carryOut(beside, request); },
                           [&underWay, fd](const std::string& outcome) {

@@ -22,15 +22,6 @@
 
 namespace {
 
-std::string textOf(const networkhost::Outcome& outcome, const std::string& whenDone)
-{
-    auto text = (outcome.isDone ? whenDone : "refused: " + outcome.reason) + '\n';
-    for (const auto& note : outcome.notes) {
-        text += "note: " + note + '\n';
-    }
-    return text;
-}
-
 /// The words are for example "remote 10.0.0.5/24 10.0.0.1". For wrong words, the plan is refused with a reason.
 networkhost::Plan planOf(networkhost::IDevice& device, std::istream& words)
 {
@@ -38,24 +29,12 @@ networkhost::Plan planOf(networkhost::IDevice& device, std::istream& words)
     std::string address;
     std::string gateway;
     words >> interfaceName >> address >> gateway;
-    velbase2::nsa::common::IpSettings settings{address, {}, address == "dhcp", {}};
-    if (const auto parsed = networkhost::NetworkAddress::parse(address)) {
-        settings = parsed->settings();
+    networkhost::Plan plan;
+    if (auto settings = networkhost::parseIpSettings(address, plan.refusal)) {
+        settings->gateway = gateway;
+        plan = networkhost::planIp(device, interfaceName, *settings);
     }
-    settings.gateway = gateway;
-    return networkhost::planIp(device, interfaceName, settings);
-}
-
-std::string describe(const networkhost::Plan& plan)
-{
-    auto text = textOf(outcomeOf(plan, true), "would do");
-    for (const auto& objection : plan.objections) {
-        text += "would be refused: " + objection + '\n';
-    }
-    for (const auto& warning : plan.warnings) {
-        text += "warning: " + warning + '\n';
-    }
-    return text + toDiff(plan);
+    return plan;
 }
 
 std::string answer(networkhost::IDevice& device, const std::string& request)
@@ -64,7 +43,7 @@ std::string answer(networkhost::IDevice& device, const std::string& request)
     std::string verb;
     words >> verb;
     if (verb == "plan") {
-        return describe(planOf(device, words));
+        return toText(planOf(device, words));
     }
     if (verb == "try") {
         unsigned int seconds = 0;
@@ -73,13 +52,13 @@ std::string answer(networkhost::IDevice& device, const std::string& request)
         }
         networkhost::TrialOptions options;
         options.time = std::chrono::seconds(seconds);
-        return textOf(tryOut(device, planOf(device, words), options), "live: confirm it in time");
+        return toText(tryOut(device, planOf(device, words), options));
     }
     if (verb == "confirm") {
-        return textOf(networkhost::confirmTrial(device), "confirmed");
+        return toText(networkhost::confirmTrial(device));
     }
     if (verb == "rollback") {
-        return textOf(networkhost::rollBack(device, "a client of the host asked for it"), "rolled back");
+        return toText(networkhost::rollBack(device, "a client of the host asked for it"));
     }
     return verb == "pending" ? trialState(device).text() + '\n' : "refused: unknown request\n";
 }

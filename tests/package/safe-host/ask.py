@@ -30,13 +30,13 @@ with tempfile.TemporaryDirectory() as directory:
             assert host.poll() is None, "the host has ended"
             time.sleep(0.01)
         assert "\n+Address=192.168.60.5/24\n" in ask(path, "plan remote 192.168.60.5/24 192.168.60.1")
-        assert ask(path, "plan remote 192.168.60.5/24").startswith("would do\nwould be refused: the gateway ")
-        assert ask(path, "try 60 remote 192.168.60.5/240").startswith("refused: ")
-        assert ask(path, "try 60 remote 192.168.50.20/24") == "live: confirm it in time\n"
+        assert ask(path, "plan remote 192.168.60.5/24").startswith("refused unless it is forced: the gateway ")
+        assert ask(path, "try 60 remote 192.168.60.5/240").startswith("'/240' is not a prefix length")
+        assert ask(path, "try 60 remote 192.168.50.20/24") == "OK\n"
         assert ask(path, "pending").startswith("a trial is pending: set-ip remote 192.168.50.20/24, by ")
-        assert ask(path, "confirm") == "confirmed\n"
-        assert ask(path, "try 60 remote dhcp") == "live: confirm it in time\n"
-        assert ask(path, "rollback") == "rolled back\n"
-        assert ask(path, "plan remote dhcp").startswith("would do\n")
+        assert ask(path, "confirm") == "OK\n"
+        assert ask(path, "try 60 remote dhcp") == "OK\n"
+        assert ask(path, "rollback") == "OK\n"
+        assert ask(path, "plan remote dhcp").endswith("\nruns: sudo /bin/systemctl restart systemd-networkd\n")
     finally:
         host.terminate()
