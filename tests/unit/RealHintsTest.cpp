@@ -12,17 +12,30 @@ using velbase2::system::executeCommand;
 TEST(RealHints, ComeOfTheKernelAndOfFilesWhereverTheyComeFrom)
 {
     inANetworkOf(
-        "mount -t tmpfs tmpfs /etc/systemd; cd /etc/systemd; mkdir elsewhere third; echo | tee third/a third/b", [] {
+        "mount -t tmpfs tmpfs /run; mount -t tmpfs tmpfs /etc/systemd; cd /etc/systemd; mkdir elsewhere third; "
+        "echo | tee third/a third/b",
+        [] {
             networkhost::RealHints hints;
-            for (const char* command :
-                 {"ip link add name eth9 type bridge", "ip addr add 192.0.2.1/24 dev eth9", "ip link set eth9 up",
-                  "ip route add 198.51.100.0/24 via 192.0.2.2", "mkdir /etc/systemd/network",
-                  "echo a > /etc/systemd/network/01_local.network", "echo b > /etc/systemd/network/01_local.network",
-                  "mkdir /etc/systemd/network/01_local.network.d",
-                  "echo a > /etc/systemd/network/01_local.network.d/50-routes.conf",
-                  "mv /etc/systemd/network /etc/systemd/old", "ln -s elsewhere /etc/systemd/network",
-                  "ln -s ../third/a /etc/systemd/network/02_remote.network", "echo a > /etc/systemd/third/a",
-                  "ln -s third/b /etc/systemd/resolved.conf", "echo a > /etc/systemd/third/b"}) {
+            for (const char* command : {"ip link add name eth9 type bridge",
+                                        "ip addr add 192.0.2.1/24 dev eth9",
+                                        "ip link set eth9 up",
+                                        "ip route add 198.51.100.0/24 via 192.0.2.2",
+                                        "mkdir /etc/systemd/network",
+                                        "echo a > /etc/systemd/network/01_local.network",
+                                        "echo b > /etc/systemd/network/01_local.network",
+                                        "mkdir /etc/systemd/network/01_local.network.d",
+                                        "echo a > /etc/systemd/network/01_local.network.d/50-routes.conf",
+                                        "mv /etc/systemd/network /etc/systemd/old",
+                                        "ln -s elsewhere /etc/systemd/network",
+                                        "ln -s ../third/a /etc/systemd/network/02_remote.network",
+                                        "echo a > /etc/systemd/third/a",
+                                        "ln -s third/b /etc/systemd/resolved.conf",
+                                        "echo a > /etc/systemd/third/b",
+                                        "mkdir -p /run/systemd/network",
+                                        "echo a > /run/systemd/network/02_remote.network",
+                                        "mkdir /run/systemd/netif",
+                                        "mkdir /run/systemd/netif/links",
+                                        "echo a > /run/systemd/netif/links/2"}) {
                 SCOPED_TRACE(command);
                 hints.rearm();
                 while (hints.take({})) { // drops earlier hints

@@ -43,13 +43,16 @@ std::string directoryOf(const std::string& path)
 std::vector<std::string> directoriesOfFiles()
 {
     std::vector<std::string> directories;
-    for (const char* path :
-         {paths::kHostname, paths::kResolverFile, paths::kNetworkDirectory, paths::kResolverDirectory,
-          paths::kTrialDirectory, paths::kLeases, paths::kResolverState}) {
+    for (const char* path : {paths::kHostname, paths::kResolverFile, paths::kTrialDirectory, paths::kLinks,
+                             paths::kLeases, paths::kResolverState}) {
         directories.push_back(directoryOf(path));
     }
-    for (const auto& iface : networkmanager::kBuiltInInterfaces) {
-        directories.push_back(directoryOf(paths::ofInterface(iface.networkFile, paths::kRoutesDropIn)));
+    for (const std::string directory : paths::kDaemonDirectories) {
+        directories.push_back(directory + "resolved.conf.d");
+        directories.push_back(directory + "network");
+        for (const auto& iface : networkmanager::kBuiltInInterfaces) {
+            directories.push_back(directory + "network/" + iface.networkFile + ".d");
+        }
     }
     return directories;
 }
