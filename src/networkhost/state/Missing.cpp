@@ -6,6 +6,9 @@
 #include "networkhost/text/Checks.h"
 
 #include <algorithm>
+#include <set>
+#include <string_view>
+#include <utility>
 
 namespace networkhost {
 namespace {
@@ -15,6 +18,22 @@ bool holds(const List& list, const X& value)
 {
     return std::find(list.begin(), list.end(), value) != list.end();
 }
+
+/// Refers to the routes it is made of. A device may have thousands.
+class RouteSet
+{
+public:
+    explicit RouteSet(const std::vector<Route>& routes)
+    {
+        for (const auto& route : routes) {
+            routes_.emplace(route.destination, route.gateway);
+        }
+    }
+    bool holds(const Route& route) const { return routes_.count({route.destination, route.gateway}) > 0; }
+
+private:
+    std::set<std::pair<std::string_view, std::string_view>> routes_;
+};
 
 std::vector<std::string> liveAddresses(const LiveInterface& live)
 {
@@ -96,14 +115,21 @@ std::string missingRoute(const ConfiguredInterface& wanted, const LiveInterface&
                          const ConfiguredInterface* before)
 {
     const auto text = [](const Route& route) { return "the route " + route.destination + " via " + route.gateway; };
+    if (wanted.routes.empty() && (before == nullptr || before->routes.empty())) {
+        return {};
+    }
+    const RouteSet present(live.routes);
     for (const auto& route : wanted.routes) {
-        if (!holds(live.routes, route)) {
+        if (!present.holds(route)) {
             return text(route);
         }
     }
-    for (const auto& route : before != nullptr ? before->routes : std::vector<Route>()) {
-        if (!holds(wanted.routes, route) && holds(live.routes, route)) {
-            return "the removal of " + text(route);
+    if (before != nullptr && before->routes != wanted.routes) {
+        const RouteSet kept(wanted.routes);
+        for (const auto& route : before->routes) {
+            if (!kept.holds(route) && present.holds(route)) {
+                return "the removal of " + text(route);
+            }
         }
     }
     return {};
