@@ -40,6 +40,9 @@ std::string carryOut(networkhost::IDevice& device, const std::string& request)
     if (verb == "rollback") {
         return toText(rollBack(device, "a client asked for it"));
     }
+    if (verb != "plan" && verb != "set" && verb != "try") {
+        return "unknown request\n";
+    }
     std::string fault;
     auto settings = networkhost::parseIpSettings(address, fault);
     if (!settings) {
@@ -47,10 +50,7 @@ std::string carryOut(networkhost::IDevice& device, const std::string& request)
     }
     settings->gateway = gateway;
     const auto plan = planIp(device, interfaceName, *settings);
-    return verb == "plan"  ? toText(plan)
-           : verb == "set" ? toText(apply(device, plan))
-           : verb == "try" ? toText(tryOut(device, plan))
-                           : "unknown request\n";
+    return verb == "plan" ? toText(plan) : verb == "set" ? toText(apply(device, plan)) : toText(tryOut(device, plan));
 }
 
 /// Only the host's own user may connect. Returns -1 and sets errno on failure.

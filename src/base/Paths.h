@@ -8,8 +8,9 @@
 namespace velbase2::system::paths {
 
 // systemd's daemons look for a file in these, and take the first one of a name.
-inline constexpr std::array<const char*, 4> kDaemonDirectories = {"/etc/systemd/", "/run/systemd/",
-                                                                  "/usr/local/lib/systemd/", "/usr/lib/systemd/"};
+// The last one is a link to /usr on most systems.
+inline constexpr std::array<const char*, 5> kDaemonDirectories = {
+    "/etc/systemd/", "/run/systemd/", "/usr/local/lib/systemd/", "/usr/lib/systemd/", "/lib/systemd/"};
 
 inline constexpr const char* kNetworkDirectory = "/etc/systemd/network/";
 inline constexpr const char* kResolverDirectory = "/etc/systemd/resolved.conf.d/";
@@ -23,9 +24,9 @@ inline constexpr const char* kInterfaceStates = "/sys/class/net/";
 inline constexpr const char* kBootMark = "/run/velnet/boot";              // made at each start by packaging/tmpfiles.d
 inline constexpr const char* kBootId = "/proc/sys/kernel/random/boot_id"; // changes at each start
 
-inline constexpr const char* kNetworkd = "/usr/lib/systemd/systemd-networkd"; // its program
-inline constexpr const char* kLinks = "/run/systemd/netif/links/";            // networkd's, named by interface index
-inline constexpr const char* kLeases = "/run/systemd/netif/leases/";          // networkd's, named by interface index
+inline constexpr const char* kNetworkd = "/lib/systemd/systemd-networkd"; // its program
+inline constexpr const char* kLinks = "/run/systemd/netif/links/";        // networkd's, named by interface index
+inline constexpr const char* kLeases = "/run/systemd/netif/leases/";      // networkd's, named by interface index
 inline constexpr const char* kResolverState = "/run/systemd/resolve/resolv.conf"; // what resolved itself uses
 
 // The records of trials, and their locks.

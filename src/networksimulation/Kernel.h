@@ -28,7 +28,7 @@ struct KernelInterface
     std::string duplex = "full";
     bool isPresent = true;
     bool hasCable = true;
-    int carrierDowns = 1; // as the kernel counts from the making of the interface
+    int carrierDowns = 1; // the kernel's counters since the interface was created
     int carrierUps = 1;
 };
 

@@ -44,7 +44,8 @@ constexpr Verb kStatus = {"status", "Print the configured and the live state, on
   velnetctl status remote --json   one interface, for programs)"};
 constexpr Verb kMonitor = {"monitor", "Print every change as it is published, until Ctrl-C",
                            R"(  velnetctl monitor
-  velnetctl monitor --json | jq -c 'select(.name == "link")')"};
+  velnetctl monitor --json | jq -c 'select(.name == "link")'
+  velnetctl monitor --json | jq -c 'select(.name == "carrier")'   links that went down, even for a moment)"};
 #ifdef VELNETCTL_HAS_WATCH
 constexpr Verb kWatch = {"watch", "Show the state and its changes on the whole terminal, until q or Ctrl-C",
                          R"(  velnetctl watch   during a trial, the key c confirms it, and r rolls it back)"};

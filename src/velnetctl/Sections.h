@@ -15,7 +15,7 @@ struct Row
 {
     std::string label;
     std::string text;
-    std::optional<Color> color; // of the text
+    std::optional<Color> color; // of `text`
     std::string more;           // after it, without colour
 };
 

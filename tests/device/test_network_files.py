@@ -13,7 +13,7 @@ BYTES = {"<BOM>": "\ufeff", "<CR>": "\r", "<LF>": "\n", "<NUL>": "\0", "<SPACE>"
 
 
 def cases(path, version):
-    """The name, the files and the expected answer of each case; tests/unit/NetworkFilesTest.cpp describes the form."""
+    """The name, the files and the expected answer of each case; CONTRIBUTING.md describes the form."""
     head, *texts = re.split(r"^== ", path.read_text(), flags=re.MULTILINE)
     beginning = "".join(line + "\n" for line in re.findall(r'"(.*?)"', head))
     for text in texts:

@@ -15,7 +15,7 @@ from devicebox import NAME, PROJECT, Box, copies_of_programs, wait_until
 from trials import end_of_trial, is_pending
 
 LAYOUTS = ["ext4", "f2fs", "overlay"]
-CUTS = int(os.environ.get("VM_CUTS", "12"))  # of all layouts together
+CUTS = int(os.environ.get("VM_CUTS", "12"))  # for all layouts together
 SEED = int(os.environ.get("VM_SEED", random.randrange(10 ** 6)))
 UNITS = "velnet-guard.path", "velnet-guard-boot.service"
 
@@ -90,6 +90,7 @@ def booted_vm(request, tmp_path_factory):
     vm.install(tmp_path_factory.mktemp("programs"))
     for name, text in DOCUMENTS.items():
         vm.exec("tee", f"/var/{name}.json", input=text)
+    vm.exec("sync")  # otherwise a cut may take back the programs as well
     vm.learn()
     yield vm
     vm.run("down")

@@ -29,7 +29,7 @@ void checkReading(networksimulation::Device& device, const std::string& text)
     device.put(kMain, text);
 }
 
-/// A change brings its address, and tells each line that it drops and was not asked to.
+/// A change configures its address. Its plan warns of each line that the change drops without being asked to.
 void checkChange(networksimulation::Device& device, const std::string& text)
 {
     const auto plan = planIp(device, "remote", {"192.168.50.77", "255.255.255.0", false, {}});
@@ -52,7 +52,7 @@ void checkChange(networksimulation::Device& device, const std::string& text)
         const bool isKept = ("\n" + *change->after).find("\n" + line + "\n") != std::string::npos;
         const auto told = std::string(kMain) + " loses the line '" + networkhost::printable(line) + '\'';
         fuzz::require(isAskedFor || isKept || std::count(plan.warnings.begin(), plan.warnings.end(), told) > 0,
-                      "a dropped line is told: " + line);
+                      "the plan warns of a dropped line: " + line);
     }
 }
 

@@ -37,7 +37,7 @@ TEST_F(LackWatch, TellsWhatIsMissingForTheLimitOnceAndThatAllIsLiveAgain)
     EXPECT_EQ(watch.timeout(), -1);
     EXPECT_THAT(told, ElementsAre("the interface local"));
 
-    device.removeInterface("remote"); // is not missing first
+    device.removeInterface("remote"); // missing() still names local first
     lookAfter(seconds(0));
     device.restoreInterface("local");
     lookAfter(seconds(1));

@@ -27,7 +27,8 @@ public:
     /// was one.
     virtual bool take(std::chrono::milliseconds limit) = 0;
 
-    /// The same, and tells what they are about. Without knowledge of that, every field is set.
+    /// The same, and tells what the hints are about. An implementation that cannot tell sets all fields when there is a
+    /// hint.
     virtual TakenHints takeKinds(std::chrono::milliseconds limit)
     {
         const bool isAny = take(limit);

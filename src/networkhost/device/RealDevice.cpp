@@ -145,7 +145,7 @@ std::vector<velbase2::nsa::common::structs::IpAddress> RealDevice::addressesOf(c
 {
     auto addresses = system_->getAddresses(interfaceName);
     for (const auto& label : labelsOf(interfaceName)) {
-        const auto labelled = system_->getAddresses(label); // it goes by this name
+        const auto labelled = system_->getAddresses(label); // getifaddrs() reports such an address under its label
         addresses.insert(addresses.end(), labelled.begin(), labelled.end());
     }
     return addresses;

@@ -27,8 +27,8 @@ public:
     /// Gets the words of missing(), or the empty text when all is live again.
     using Tell = std::function<void(const std::string& lacking)>;
 
-    /// Calls `tell` within look() when something has been missing for the limit without a break, then whenever
-    /// something else is missing first, and once when all is live again. The device outlives it.
+    /// look() calls `tell` when something has been missing for the whole limit, again when another setting becomes the
+    /// first missing one, and once when all is live again. The device outlives the watch.
     LackWatch(IDevice& device, std::chrono::milliseconds limit, Tell tell);
 
     /// Compares what is configured with what is live now. Call it after each pass of LiveUpdates, and after timeout().
@@ -37,7 +37,8 @@ public:
     /// The same for an answer of missing() that the host has already.
     void look(const std::string& lacking);
 
-    /// For poll(): the milliseconds until a look may have to tell something without a pass; -1 for none.
+    /// A timeout for poll(), in milliseconds: call look() when it is over, even without a pass. -1 when no look is
+    /// needed.
     int timeout() const;
 
 private:

@@ -15,7 +15,8 @@
 
 namespace networkhost {
 
-/// How often an interface has lost and got its carrier, as the kernel counts. A new interface begins again.
+/// The kernel's counters: how often the interface has lost and got its carrier. They restart when the interface is
+/// created again.
 struct Carrier
 {
     std::uint32_t downs = 0;
@@ -33,12 +34,12 @@ inline bool operator!=(const Carrier& left, const Carrier& right)
 
 struct LiveOptions
 {
-    // The first event on the device is looked at when it comes. The events that follow it closely are looked at
+    // A pass follows the first event at once. The events that follow closely are taken together. Their pass comes
     std::chrono::milliseconds quiet{20};   // after this time without a further event,
-    std::chrono::milliseconds longest{50}; // but at most this time after the last look
+    std::chrono::milliseconds longest{50}; // or this time after the last pass; up to 250 ms if a pass takes long
 
-    /// Called in the first pass, and in each pass after which the numbers are different. They tell of a link that went
-    /// down and came back between two passes: its cell does not change.
+    /// Called for each interface in the first pass, and after that in each pass that finds other counters. A link that
+    /// went down and came back between two passes changes only its counters, and not its cell.
     std::function<void(const std::string& interfaceName, const Carrier& carrier)> onCarrier;
 
     /// Called at the end of each pass, when all cells are refreshed. With haveFilesChanged, a file of the configuration
@@ -55,7 +56,7 @@ struct LiveOptions
 ///         updates.dispatch(); // the slots of changed cells run here
 ///     }
 ///
-/// Make all calls on one thread; the slots run on it. A slot may call only start().
+/// Make all calls on one thread. The slots and the functions of LiveOptions run on it, and may call only start().
 class LiveUpdates
 {
 public:
@@ -81,8 +82,8 @@ public:
     int fd() const;
 
     /// If a pass is due, refreshes the cells, then calls onCarrier and onPass. At last runs the `done` of finished
-    /// changes. Waits for nothing. True when the cells were refreshed. An exception of a slot or of a `done` passes to
-    /// the caller; the rest follows within 250 ms.
+    /// changes. Waits for nothing. True when the cells were refreshed. An exception of a slot, of a function of
+    /// LiveOptions or of a `done` passes to the caller; the rest follows within 250 ms.
     bool dispatch();
 
     /// Runs change(device) on another thread, and then done(result) within dispatch(). For calls that take their time:

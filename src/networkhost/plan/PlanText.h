@@ -21,8 +21,8 @@ std::string toText(const Plan& plan);
 /// The unified diff of toDiff(), and "runs: ..." for each command. The diff keeps control characters, for `patch`.
 std::string stepsText(const Plan& plan);
 
-/// One JSON object: {"files": [{"path", "before", "after"}], "commands": [...]}. No text is null. In one line with an
-/// indentation of -1.
+/// One JSON object: {"files": [{"path", "before", "after"}], "commands": [...]}. `before` is null for a file that does
+/// not exist yet. In one line with an indentation of -1.
 std::string toJson(const Plan& plan, int indentation = 2);
 
 /// When it is done or there is nothing to change: the status, and "warning: ..." for each note. Otherwise: the

@@ -31,11 +31,11 @@ struct ConfiguredInterface
 {
     std::vector<std::string> addresses; // static ones: "192.168.50.20/24"
     bool dhcp = false;                  // an address by DHCP as well
-    std::string gateway;                // of the static default route that leads; empty for none
-    std::vector<Route> routes = {};     // the others that have a gateway
+    std::string gateway;            // gateway of the static default route, if it has the lowest metric; otherwise empty
+    std::vector<Route> routes = {}; // the others that have a gateway
 
-    bool usesLeasedGateway = false;              // the lease brings a default route
-    std::vector<std::string> dnsServers = {};    // of this link alone; nothing here sets them or waits for them
+    bool usesLeasedGateway = false;           // the lease brings a default route
+    std::vector<std::string> dnsServers = {}; // DNS= of this interface; this library never sets them or waits for them
     std::vector<std::string> searchDomains = {}; // likewise
     std::vector<std::string> files = {};         // that make it up, in the daemon's order
 

@@ -96,7 +96,7 @@ struct Reading
     const IReadableFiles& files;
     const std::string& interfaceName;
     ConfiguredInterface iface = {};
-    std::vector<std::string> names = {}; // of [Match]; "!" stands before one that must not match
+    std::vector<std::string> names = {}; // the names in [Match]; "!" marks one that must not match
     bool hasOtherMatch = false;
     bool isUnmanaged = false;
     std::vector<DefaultRoute> defaultRoutes = {};
@@ -127,10 +127,11 @@ void addUnread(Reading& reading, const Place& place, const std::string& entry)
             place.path + " has [" + place.section + "] " + entry + ", which this library does not read");
 }
 
+/// In [Network], a bad value costs its line. Elsewhere it costs its section.
 void addIgnored(Reading& reading, const Place& place, const std::string& reason)
 {
-    addOnce(reading.iface.ignored,
-            place.path + ": systemd-networkd ignores a section [" + place.section + "] because of " + reason);
+    const auto what = place.section == "Network" ? "a line of [Network]" : "a section [" + place.section + "]";
+    addOnce(reading.iface.ignored, place.path + ": systemd-networkd ignores " + what + " because of " + reason);
 }
 
 /// Whether it was meant as an IPv4 address, although systemd-networkd does not understand it: "10.0.0.007/24".
@@ -190,8 +191,8 @@ void addAddress(Reading& reading, const std::string& address)
     addresses.push_back(address);
 }
 
-/// Whether an empty "Address=" or "Gateway=" takes back the ones before.
-bool takesBack(Reading& reading, const Place& place, const std::string& key)
+/// Whether an empty "Address=" or "Gateway=" removes the earlier ones.
+bool removesEarlierOnes(Reading& reading, const Place& place, const std::string& key)
 {
     const auto rules = rulesOf(reading);
     if (rules == Rules::Unknown) {
@@ -249,7 +250,7 @@ void readNetwork(Reading& reading, const Place& place, const std::string& key, c
     } else if (key == "Domains") {
         assignList(iface.searchDomains, value);
     } else if (key == "Address" && value.empty()) {
-        if (!iface.addresses.empty() && takesBack(reading, place, key)) {
+        if (!iface.addresses.empty() && removesEarlierOnes(reading, place, key)) {
             iface.addresses.clear();
         }
     } else if (key == "Address") {
@@ -258,7 +259,7 @@ void readNetwork(Reading& reading, const Place& place, const std::string& key, c
         }
     } else if (key == "Gateway" && value.empty()) {
         const bool hasRoutes = !routes.empty() || !iface.routes.empty();
-        if (hasRoutes && takesBack(reading, place, key)) { // those with a destination as well
+        if (hasRoutes && removesEarlierOnes(reading, place, key)) { // those with a destination as well
             routes.clear();
             iface.routes.clear();
         }
@@ -291,7 +292,7 @@ void readAddressSection(Reading& reading, const Place& place, const DaemonSectio
     for (const auto& [key, value] : section.entries) {
         if (key == "Address") {
             address = value;
-            const bool isGood = value.empty() ? takesBack(reading, place, key)
+            const bool isGood = value.empty() ? removesEarlierOnes(reading, place, key)
                                               : daemonAddress(value) || isMeantAsAddress(value) || isIpv6(value);
             fault = isGood ? fault : entryOf(key, value);
         } else if (key == "Label" && !isLabel(value)) {
@@ -464,7 +465,8 @@ void takeDefaultRoute(Reading& reading)
     });
     if (!isAlone || (iface.usesLeasedGateway && metric == first->metric)) {
         addOnce(iface.unread,
-                iface.files.front() + " has several default routes with the same metric, and any of them may lead");
+                iface.files.front() +
+                    " has several default routes with the same metric, and the kernel may use any of them");
     }
 }
 

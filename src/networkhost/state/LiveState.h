@@ -19,7 +19,8 @@ struct Lease
     std::vector<std::string> dnsServers;
 };
 
-/// What the kernel and systemd-networkd tell about one interface. Empty texts when networkd does not tell.
+/// The state of one interface in the kernel and in systemd-networkd. The texts of networkd are empty when it does not
+/// run.
 struct LiveInterface
 {
     bool isPresent = false;
@@ -28,7 +29,7 @@ struct LiveInterface
     Lease lease;
     std::vector<Route> routes; // those with a gateway, except the default route
     std::string networkd;      // networkd's word for its state: "configured", "configuring", "failed", "unmanaged"
-    std::string networkFile;   // that networkd has chosen for it
+    std::string networkFile;   // the file that networkd uses for this interface
 };
 
 struct LiveState

@@ -44,6 +44,7 @@ Json jsonOf(const EthInterface& iface, const Snapshot& snapshot)
                  {"configuredServers", configured.dnsServers},
                  {"configuredDomains", configured.searchDomains},
                  {"files", configured.files},
+                 {"unused", configured.unused},
                  {"unread", configured.unread},
                  {"ignored", configured.ignored},
                  {"networkd", live.networkd}};

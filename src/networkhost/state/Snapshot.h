@@ -44,8 +44,8 @@ Snapshot readSnapshot(IDevice& device, Manager& manager)
     return readSnapshot(device, manager.getSignals(), manager.getInterfaces(), readConfiguration(device.files()));
 }
 
-/// What `velnetctl status --json` prints, for all interfaces or for those named: the manual page has its form. With an
-/// indentation of -1, it is one line. Throws std::out_of_range for an unknown name.
+/// What `velnetctl status --json` prints, for all interfaces or for those named. The manual page lists the keys. With
+/// an indentation of -1, it is one line. Throws std::out_of_range for an unknown name.
 std::string toJson(const Snapshot& snapshot, const std::vector<std::string>& interfaceNames = {}, int indentation = 2);
 
 /// What `velnetctl pending --json` prints.
