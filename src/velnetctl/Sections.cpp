@@ -48,6 +48,13 @@ Section sectionOf(const EthInterface& iface, const Snapshot& snapshot)
             section.rows.push_back({"note", printable(sentence), Color::Red, {}});
         }
     }
+    if (configured.files.empty() && !live.networkFile.empty()) {
+        section.rows.push_back(
+            {"note",
+             "systemd-networkd uses " + printable(live.networkFile) + ", which this library does not read",
+             Color::Red,
+             {}});
+    }
     if (!live.isPresent) {
         return section;
     }

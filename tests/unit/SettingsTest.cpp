@@ -44,9 +44,9 @@ TEST(Settings, AreSavedAndAppliedAndSavedTheSame)
 TEST(Settings, AreSavedWithoutControlCharacters)
 {
     networksimulation::Device device;
-    device.put(kRemote + ".d/51-ip_address.conf", "[Network]\nAddress=192.168.50.7/\xc2\x9b"
-                                                  "31m\n");
-    EXPECT_THAT(saveSettings(device.files()), testing::HasSubstr("192.168.50.7/\\u009b31m"));
+    device.put(kResolver + "dns_domain.conf", "[Resolve]\nDomains=example\xc2\x9b"
+                                              "31m\n");
+    EXPECT_THAT(saveSettings(device.files()), testing::HasSubstr("example\\u009b31m"));
 }
 
 TEST(Settings, AreRefusedWhereAFileOfOthersAsksForMore)

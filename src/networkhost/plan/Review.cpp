@@ -13,11 +13,13 @@
 #include "networkhost/state/TrialState.h"
 #include "networkhost/text/Checks.h"
 #include "networkhost/text/Words.h"
+#include "networkmanager/BuiltInInterfaces.h"
 
 #include <algorithm>
 #include <array>
 #include <chrono>
 #include <set>
+#include <utility>
 
 namespace networkhost {
 
@@ -32,14 +34,62 @@ std::vector<std::string> trimmedLines(const std::optional<std::string>& text)
     return lines;
 }
 
-/// Keys that the library itself writes into that file, and removes.
-bool isOwnKey(const std::string& path, const std::string& key)
+/// Whether the library itself writes such lines into that file, and removes them. It writes IPv4 only.
+bool isOwnLine(const std::string& path, const std::string& key, const std::string& line)
 {
     if (startsWith(path, paths::kResolverDirectory)) {
         return key == "DNS" || key == "Domains";
     }
-    return key == "Gateway" ||
-           (endsWith(path, paths::kRoutesDropIn) ? key == "Destination" : key == "Address" || key == "DHCP");
+    if (line.find(':') != std::string::npos || line == "DHCP=ipv6") {
+        return false;
+    }
+    if (endsWith(path, paths::kRoutesDropIn)) {
+        return key == "Destination" || key == "Gateway";
+    }
+    const auto& interfaces = networkmanager::kBuiltInInterfaces;
+    const bool mayHaveGateway = std::any_of(interfaces.begin(), interfaces.end(), [&path](const auto& iface) {
+        return iface.name == gatewayInterface() && path == paths::ofInterface(iface.networkFile);
+    });
+    return key == "Address" || key == "DHCP" || (key == "Gateway" && mayHaveGateway);
+}
+
+/// The change with the text of the file that it hides as the text before, and that file's path. No path for none.
+std::pair<FileChange, std::string> hiding(const IReadableFiles& files, const FileChange& change)
+{
+    const std::string own = paths::kDaemonDirectories.front();
+    if (change.before || !startsWith(change.path, own)) {
+        return {change, {}};
+    }
+    for (const auto* const directory : paths::kDaemonDirectories) {
+        const auto path = directory + change.path.substr(own.size());
+        if (auto text = textOf(files, path)) {
+            auto hidden = change;
+            hidden.before = std::move(text);
+            return {hidden, path};
+        }
+    }
+    return {change, {}};
+}
+
+void addDroppedLines(const IReadableFiles& files, const FileChange& change, std::vector<std::string>& warnings)
+{
+    const auto [shown, hidden] = hiding(files, change);
+    for (const auto& line : droppedLines(shown)) {
+        warnings.push_back(hidden.empty() ? change.path + " loses the line '" + line + '\''
+                                          : hidden + " no longer counts, with its line '" + line + '\'');
+    }
+}
+
+/// Warns when systemd-networkd has no settings for the interface, or takes them from a file that is not read.
+void addOtherUse(const std::string& name, const ConfiguredInterface& before, const LiveInterface& live,
+                 std::vector<std::string>& warnings)
+{
+    if (before.files.empty() && !live.networkFile.empty()) {
+        warnings.push_back("systemd-networkd uses " + live.networkFile + " for " + name +
+                           ", which this library does not read: its settings may be lost");
+    } else if (!before.files.empty() && live.networkd == "unmanaged") {
+        warnings.push_back("systemd-networkd does not manage " + name + ": see its journal");
+    }
 }
 
 /// The texts that are in `after` but not in `before`.
@@ -110,7 +160,7 @@ std::vector<std::string> droppedLines(const FileChange& file)
             continue;
         }
         const auto key = trimmed(line.substr(0, line.find('=')));
-        const bool isFirst = isOwnKey(file.path, key) && (seen.insert(key).second || hasMany);
+        const bool isFirst = isOwnLine(file.path, key, line) && (seen.insert(key).second || hasMany);
         if (!isFirst && after.count(line) == 0) {
             dropped.push_back(line);
         }
@@ -140,15 +190,14 @@ void review(IDevice& device, Plan& plan, const std::string& advice)
         add(iface.unused, plan.objections);
         plan.warnings.insert(plan.warnings.end(), iface.unread.begin(), iface.unread.end());
         plan.warnings.insert(plan.warnings.end(), iface.ignored.begin(), iface.ignored.end());
+        addOtherUse(name, plan.before.interfaces.at(name), live.interfaces.at(name), plan.warnings);
         if (const auto& state = live.interfaces.at(name); state.isPresent && !state.hasLink) {
             plan.warnings.push_back("the cable of " + name + " is out: the change becomes live only when it is in");
         }
     }
     addLostServers(device.files(), before, after, live, plan.warnings);
     for (const auto& file : plan.files) {
-        for (const auto& line : droppedLines(file)) {
-            plan.warnings.push_back(file.path + " loses the line '" + line + '\'');
-        }
+        addDroppedLines(device.files(), file, plan.warnings);
     }
     for (auto* const sentences : {&plan.objections, &plan.warnings}) { // some quote files
         std::transform(sentences->begin(), sentences->end(), sentences->begin(), printable);

@@ -114,6 +114,10 @@ DaemonFile parseDaemonFile(const std::string& text)
     while (!rest.empty() && file.fault.empty()) {
         auto part = takeLine(rest);
         ++number;
+        if (part.size() > kLongestLine) {
+            line = part;
+            break;
+        }
         if (isComment(part)) {
             continue; // it does not end a continued line, and is not continued itself
         }

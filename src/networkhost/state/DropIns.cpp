@@ -4,6 +4,7 @@
 #include "base/Paths.h"
 #include "networkhost/text/Words.h"
 
+#include <algorithm>
 #include <map>
 
 namespace networkhost {
@@ -15,6 +16,14 @@ namespace {
 bool isMissing(const std::error_code& error)
 {
     return error == std::errc::no_such_file_or_directory;
+}
+
+bool isListed(const IReadableFiles& files, const std::string& path)
+{
+    const auto slash = path.rfind('/');
+    std::vector<std::string> names;
+    files.list(path.substr(0, slash), names);
+    return std::find(names.begin(), names.end(), path.substr(slash + 1)) != names.end();
 }
 
 bool isDropInName(const std::string& name)
@@ -30,10 +39,12 @@ std::vector<SettingsFile> readWithDropIns(const IReadableFiles& files, const std
     const auto read = [&](const std::string& path, bool isDropIn) {
         SettingsFile file{path, {}, {}, isDropIn};
         file.error = files.read(path, file.text);
-        if (!isMissing(file.error)) {
+        // A link that leads nowhere hides files of other directories.
+        const bool isThere = !isMissing(file.error) || (!isDropIn && isListed(files, path));
+        if (isThere) {
             found.push_back(file);
         }
-        return !isMissing(file.error);
+        return isThere;
     };
     std::map<std::string, std::string> dropIns; // paths by name
     bool isMainFound = false;

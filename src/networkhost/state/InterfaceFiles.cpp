@@ -134,7 +134,7 @@ void addIgnored(Reading& reading, const Place& place, const std::string& reason)
     addOnce(reading.iface.ignored, place.path + ": systemd-networkd ignores " + what + " because of " + reason);
 }
 
-/// Whether it was meant as an IPv4 address, although systemd-networkd does not understand it: "10.0.0.007/24".
+/// Whether a route was meant, although systemd-networkd does not understand it: "10.0.0.0/8x". Plans object to it.
 bool isMeantAsAddress(const std::string& text)
 {
     return iphelper::isValidIp(text.substr(0, text.find('/')));
@@ -143,6 +143,13 @@ bool isMeantAsAddress(const std::string& text)
 bool isIpv6(const std::string& text)
 {
     return text.find(':') != std::string::npos;
+}
+
+/// An address without a length. A word such as "_ipv6ra" names a gateway that somebody else tells.
+bool isGateway(const std::string& text)
+{
+    const bool hasLength = text.find('/') != std::string::npos;
+    return startsWith(text, "_") || ((daemonAddress(text) || isIpv6(text)) && !hasLength);
 }
 
 Rules rulesOf(Reading& reading)
@@ -161,7 +168,10 @@ std::optional<std::string> interfaceAddress(Reading& reading, const Place& place
     const auto entry = "Address=" + value;
     auto parsed = daemonAddress(value);
     if (!parsed) {
-        return isMeantAsAddress(value) ? std::optional(value) : std::nullopt;
+        if (!value.empty() && !isIpv6(value)) {
+            addIgnored(reading, place, entry);
+        }
+        return std::nullopt;
     }
     if (parsed->address.bits == 0) { // systemd-networkd takes a free network of that length
         addUnread(reading, place, entry);
@@ -265,8 +275,10 @@ void readNetwork(Reading& reading, const Place& place, const std::string& key, c
         }
     } else if (key == "Gateway" && (value == kNoAddress || value == "_dhcp4")) {
         addUnread(reading, place, entryOf(key, value));
-    } else if (key == "Gateway" && isMeantAsAddress(value)) {
+    } else if (key == "Gateway" && daemonAddress(value) && isGateway(value)) {
         routes.push_back({0, value});
+    } else if (key == "Gateway" && !isGateway(value)) {
+        addIgnored(reading, place, entryOf(key, value));
     } else if (isAmong(kNetworkKeys, key) && daemonBool(value).value_or(true)) {
         addUnread(reading, place, entryOf(key));
     }
@@ -292,8 +304,8 @@ void readAddressSection(Reading& reading, const Place& place, const DaemonSectio
     for (const auto& [key, value] : section.entries) {
         if (key == "Address") {
             address = value;
-            const bool isGood = value.empty() ? removesEarlierOnes(reading, place, key)
-                                              : daemonAddress(value) || isMeantAsAddress(value) || isIpv6(value);
+            const bool isGood =
+                value.empty() ? removesEarlierOnes(reading, place, key) : daemonAddress(value) || isIpv6(value);
             fault = isGood ? fault : entryOf(key, value);
         } else if (key == "Label" && !isLabel(value)) {
             fault = "Label=" + value;
@@ -329,8 +341,7 @@ bool readRouteEntry(RouteSection& read, const std::string& key, const std::strin
 {
     if (key == "Gateway") {
         read.route.gateway = value;
-        const bool isAddress = isMeantAsAddress(value) || isIpv6(value) || startsWith(value, "_");
-        return value.empty() || (isAddress && value.find('/') == std::string::npos);
+        return value.empty() || isGateway(value) || (isMeantAsAddress(value) && value.find('/') == std::string::npos);
     }
     if (key == "Destination") {
         read.destination = value;
@@ -342,7 +353,7 @@ bool readRouteEntry(RouteSection& read, const std::string& key, const std::strin
     }
     if (key == "Table") {
         read.table = tableOf(value).value_or(0);
-        return read.table != 0; // another text may be a name of networkd.conf, and is not the main table either
+        return read.table != 0;
     }
     return key != "GatewayOnLink" || daemonBool(value);
 }
@@ -374,6 +385,9 @@ void readRouteSection(Reading& reading, const Place& place, const DaemonSection&
     for (const auto& [key, value] : section.entries) {
         if (isAmong(kRouteKeys, key)) {
             addUnread(reading, place, entryOf(key));
+        } else if (key == "Table" && !value.empty() && !tableOf(value)) {
+            addUnread(reading, place, entryOf(key, value));
+            read.table = 0; // a name of networkd.conf, or a fault: not the main table
         } else if (!readRouteEntry(read, key, value)) {
             fault = entryOf(key, value);
         }
@@ -396,6 +410,11 @@ void readLeaseOptions(Reading& reading, const Place& place, const std::string& k
         reading.leaseMetric = daemonNumber(value).value_or(reading.leaseMetric);
     } else if (key == "RouteTable") {
         reading.leaseTable = tableOf(value).value_or(reading.leaseTable);
+        if (!tableOf(value)) { // a name of networkd.conf
+            addUnread(reading, place, entryOf(key, value));
+        }
+    } else if (key == "Label") {
+        addUnread(reading, place, entryOf(key));
     }
 }
 
@@ -415,6 +434,8 @@ void readSection(Reading& reading, const Place& place, const DaemonSection& sect
             readNetwork(reading, place, key, value);
         } else if (section.name == "DHCPv4" || section.name == "DHCP") {
             readLeaseOptions(reading, place, key, value);
+        } else if (section.name == "DHCPServer" && key == "ServerAddress") {
+            addUnread(reading, place, entryOf(key)); // it becomes one of the interface
         }
     }
 }
@@ -470,6 +491,13 @@ void takeDefaultRoute(Reading& reading)
     }
 }
 
+/// Whether systemd-networkd cannot read the file either, and gives the file and all its drop-ins up: a directory, or
+/// for the main file, a link that leads nowhere.
+bool isGivenUp(const std::error_code& error, bool isDropIn)
+{
+    return error == std::errc::is_a_directory || (!isDropIn && error == std::errc::no_such_file_or_directory);
+}
+
 /// The interface of files that are not used.
 ConfiguredInterface unused(const ConfiguredInterface& read, const std::string& path, const std::string& reason)
 {
@@ -494,13 +522,18 @@ ConfiguredInterface readInterface(const IReadableFiles& files, const std::string
         iface.files.push_back(file.path);
     }
     const auto& main = texts.front();
-    if (main.text.empty()) {
-        return main.error ? iface : unused(iface, main.path, "it is empty");
+    if (main.text.empty() && !main.error) {
+        return unused(iface, main.path, "it is empty");
     }
     for (const auto& [path, text, error, isDropIn] : texts) {
         const auto parsed = parseDaemonFile(text);
-        if (!parsed.fault.empty()) {
-            return unused(iface, main.path, (isDropIn ? "its drop-in " + path + ": " : "") + parsed.fault);
+        const auto fault = isGivenUp(error, isDropIn) ? error.message() : parsed.fault;
+        if (!fault.empty()) {
+            return unused(iface, main.path, (isDropIn ? "its drop-in " + path + ": " : "") + fault);
+        }
+        if (error && error != std::errc::no_such_file_or_directory) {
+            addOnce(iface.unread, path + " cannot be read here: " + error.message());
+            reading.hasOtherMatch = true;
         }
         for (const auto& section : parsed.sections) {
             readSection(reading, {path, section.name}, section);

@@ -8,6 +8,7 @@
 #include "networkmanager/system/Helper.h"
 
 #include <sstream>
+#include <string_view>
 
 namespace networkhost {
 
@@ -35,12 +36,29 @@ std::string firstWord(const std::string& text)
     return words.empty() ? std::string() : words.front();
 }
 
+/// The gateway that systemd-networkd takes from a lease. With classless routes, such as "10.0.0.0/8,192.168.50.2
+/// 0.0.0.0/0,192.168.50.3", it ignores the router.
+std::string leasedGateway(const std::string& router, const std::string& classlessRoutes)
+{
+    constexpr std::string_view kDefault = "0.0.0.0/0,";
+    if (classlessRoutes.empty()) {
+        return firstWord(router);
+    }
+    for (const auto& route : wordsOf(classlessRoutes)) {
+        if (startsWith(route, kDefault)) {
+            return route.substr(kDefault.size());
+        }
+    }
+    return {};
+}
+
 /// Reads what systemd-networkd tells.
 void readNetworkd(IDevice& device, const std::string& interfaceName, LiveInterface& iface)
 {
     const auto index = device.system().readFile(paths::kInterfaceStates + interfaceName + "/ifindex");
     auto lease = readValues(device.files(), paths::kLeases + index);
-    iface.lease = {firstWord(lease["ADDRESS"]), firstWord(lease["ROUTER"]), wordsOf(lease["DNS"])};
+    iface.lease = {firstWord(lease["ADDRESS"]), leasedGateway(lease["ROUTER"], lease["CLASSLESS_ROUTES"]),
+                   wordsOf(lease["DNS"])};
     auto link = readValues(device.files(), paths::kLinks + index);
     iface.networkd = link["ADMIN_STATE"];
     iface.networkFile = link["NETWORK_FILE"];

@@ -140,7 +140,9 @@ std::string missingUse(const std::string& name, const ConfiguredInterface& wante
     if (!wanted.unused.empty()) {
         return "the settings of " + name + ": " + wanted.unused;
     }
-    const bool isOther = !live.networkFile.empty() && !wanted.files.empty() && live.networkFile != wanted.files.front();
+    const auto nameOf = [](const std::string& path) { return path.substr(path.rfind('/') + 1); }; // or through a link
+    const bool isOther =
+        !live.networkFile.empty() && !wanted.files.empty() && nameOf(live.networkFile) != nameOf(wanted.files.front());
     return isOther ? "the settings of " + name + ": systemd-networkd uses " + live.networkFile + ", not " +
                          wanted.files.front()
                    : std::string();
@@ -163,6 +165,9 @@ std::string missingOfInterface(const std::string& name, const ConfiguredInterfac
         answer = missingDefaultRoute(wanted, live, state.gateway, mustBeGone);
     }
     answer = answer.empty() ? missingRoute(wanted, live, before) : answer;
+    if (!answer.empty() && live.networkd == "unmanaged") {
+        return answer + " (systemd-networkd does not manage " + name + ": see its journal)";
+    }
     if (answer.empty() || wanted.unread.empty()) {
         return answer;
     }
