@@ -1,12 +1,16 @@
 # SPDX-License-Identifier: MIT
 """The files of tests/networkfiles: what systemd-networkd and the kernel make of them is what velnetctl tells."""
 import json
+import os
+import pathlib
 import re
+import signal
 
 import pytest
 
-from devicebox import PROJECT, wait_until
+from devicebox import NAME, PROJECT, wait_until
 
+STATIC = "[Match]\nName=remote\n[Network]\nAddress=192.168.50.20/24\nGateway=192.168.50.1\n"
 CORPUS = PROJECT / "tests/networkfiles"
 MAIN = "/etc/systemd/network/02_remote.network"
 BYTES = {"<BOM>": "\ufeff", "<CR>": "\r", "<LF>": "\n", "<NUL>": "\0", "<SPACE>": " ", "<FF>": "\udcff"}
@@ -68,3 +72,36 @@ def test_a_file_is_read_as_networkd_reads_it(box, settings, path):
             assert status(box)["unread"] == [], name
         for file in files:
             box.exec("rm", file)
+
+
+@pytest.mark.parametrize("script, reason", [
+    ("mkdir -p $main.d/x.conf", "its drop-in /etc/systemd/network/02_remote.network.d/x.conf: it is a directory"),
+    ("cp $main /usr/local/lib/systemd/network; ln -sf nowhere $main", "it is a link that leads nowhere"),
+    ("chmod 600 $main", "systemd-networkd does not manage remote: see its journal)"),
+    ("mv /etc/systemd/network /run/moved; ln -s /run/moved /etc/systemd/network", "")])
+def test_a_file_that_networkd_cannot_read_is_named(box, settings, script, reason):
+    box.exec("rm", "-rf", MAIN)  # it may be a link
+    box.exec("tee", MAIN, input=STATIC)
+    box.exec("mkdir", "-p", "/usr/local/lib/systemd/network")
+    box.exec("sh", "-ec", script.replace("$main", MAIN))
+    box.exec("ip", "-4", "address", "flush", "dev", "remote")
+    box.restart_networkd()
+    is_used = not reason
+    wait_until(lambda: (kernels_answer(box) != ["nothing"]) == is_used, f"networkd uses the file: {is_used}")
+    wait_until(lambda: status(box)["lacks"].endswith(reason) and bool(status(box)["lacks"]) != is_used, reason)
+    box.exec("rm", "-rf", "/usr/local/lib/systemd", "/run/moved")
+
+
+def test_classless_routes_of_a_lease_hide_its_router(box, settings):
+    state = pathlib.Path("/run/velnet-devicebox", NAME)
+
+    def set_options(text):
+        (state / "dhcp-options").write_text(text)
+        os.kill(int((state / "dnsmasq.pid").read_text()), signal.SIGHUP)
+        box.restart_networkd()
+
+    set_options("option:classless-static-route,10.8.0.0/16,192.168.50.2\n")
+    wait_until(lambda: kernels_answer(box) == ["10.8.0.0/16 via 192.168.50.2", "DHCP"], "the classless route is there")
+    wait_until(lambda: status(box)["lacks"] == "", "nothing is missing")
+    set_options("")
+    wait_until(lambda: "gateway by DHCP" in kernels_answer(box), "the router is back")

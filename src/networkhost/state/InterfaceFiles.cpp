@@ -491,11 +491,19 @@ void takeDefaultRoute(Reading& reading)
     }
 }
 
-/// Whether systemd-networkd cannot read the file either, and gives the file and all its drop-ins up: a directory, or
-/// for the main file, a link that leads nowhere.
-bool isGivenUp(const std::error_code& error, bool isDropIn)
+/// Why systemd-networkd gives up the file, or for a drop-in, the main file; empty if it does not. A drop-in may be a
+/// link to /dev/null or one that leads nowhere: then it does not count.
+std::string faultOfReading(const IReadableFiles& files, const SettingsFile& file)
 {
-    return error == std::errc::is_a_directory || (!isDropIn && error == std::errc::no_such_file_or_directory);
+    const bool isMissing = file.error == std::errc::no_such_file_or_directory;
+    if (isMissing && !file.isDropIn) {
+        return "it is a link that leads nowhere";
+    }
+    std::vector<std::string> names;
+    if (file.error == std::errc::invalid_argument && !files.list(file.path, names)) {
+        return "it is a directory";
+    }
+    return file.error == std::errc::invalid_argument && !file.isDropIn ? "it is not a regular file" : "";
 }
 
 /// The interface of files that are not used.
@@ -525,18 +533,18 @@ ConfiguredInterface readInterface(const IReadableFiles& files, const std::string
     if (main.text.empty() && !main.error) {
         return unused(iface, main.path, "it is empty");
     }
-    for (const auto& [path, text, error, isDropIn] : texts) {
-        const auto parsed = parseDaemonFile(text);
-        const auto fault = isGivenUp(error, isDropIn) ? error.message() : parsed.fault;
+    for (const auto& file : texts) {
+        const auto parsed = parseDaemonFile(file.text);
+        const auto fault = parsed.fault.empty() ? faultOfReading(files, file) : parsed.fault;
         if (!fault.empty()) {
-            return unused(iface, main.path, (isDropIn ? "its drop-in " + path + ": " : "") + fault);
+            return unused(iface, main.path, (file.isDropIn ? "its drop-in " + file.path + ": " : "") + fault);
         }
-        if (error && error != std::errc::no_such_file_or_directory) {
-            addOnce(iface.unread, path + " cannot be read here: " + error.message());
-            reading.hasOtherMatch = true;
+        if (file.error && file.error != std::errc::invalid_argument) {
+            addOnce(iface.unread, file.path + " cannot be read here: " + file.error.message());
+            reading.hasOtherMatch = true; // it may stand in that file
         }
         for (const auto& section : parsed.sections) {
-            readSection(reading, {path, section.name}, section);
+            readSection(reading, {file.path, section.name}, section);
         }
     }
     if (const auto fault = faultOfUse(reading); !fault.empty()) {
