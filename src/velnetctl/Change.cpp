@@ -190,6 +190,30 @@ std::error_code readDocument(const std::string& file, std::string& text)
     }
 }
 
+/// Warns of settings of the interface that its document does not have, or that it has in a form that `apply` refuses.
+void warnOfLosses(Session& session, const std::string& name, const networkhost::ConfiguredInterface& iface,
+                  const networkhost::LiveInterface& live)
+{
+    for (const auto* const sentences : {&iface.unread, &iface.ignored}) {
+        for (const auto& sentence : *sentences) {
+            warn(session, networkhost::printable(sentence));
+        }
+    }
+    if (!iface.dnsServers.empty() || !iface.searchDomains.empty()) {
+        warn(session, "the name servers and domains of " + name + " alone have no place in the document");
+    }
+    if (iface.addresses.size() + (iface.dhcp ? 1 : 0) > 1) {
+        warn(session, name + " has more than one address: \"apply\" refuses this document");
+    }
+    if (!iface.gateway.empty() && name != networkhost::gatewayInterface()) {
+        warn(session, name + " has a default route: \"apply\" refuses this document");
+    }
+    if (iface.files.empty() && !live.networkFile.empty()) {
+        warn(session, "systemd-networkd uses " + networkhost::printable(live.networkFile) + " for " + name +
+                          ", which this library does not read");
+    }
+}
+
 } // namespace
 
 void printFailure(Session& session, const Outcome& outcome)
@@ -269,13 +293,9 @@ bool saveSettings(Session& session, const std::string& file)
         fail(session, networkhost::textOf(unread));
         return false;
     }
+    const auto live = networkhost::readLiveState(session.device);
     for (const auto& [name, iface] : networkhost::readConfiguration(session.device.files()).interfaces) {
-        for (const auto& sentence : iface.unread) {
-            warn(session, networkhost::printable(sentence));
-        }
-        if (!iface.dnsServers.empty() || !iface.searchDomains.empty()) {
-            warn(session, "the name servers and domains of " + name + " alone have no place in the document");
-        }
+        warnOfLosses(session, name, iface, live.interfaces.at(name));
     }
     const auto document = networkhost::saveSettings(session.device.files());
     if (file == "-") {
