@@ -10,8 +10,8 @@
 
 namespace networkhost {
 
-// Addresses and networks have their canonical text here, with a prefix length where there is one. A notation that the
-// daemons ignore ("192.168.50.007") stays as it is written: it never becomes live, and people can see why.
+// Addresses and networks have their canonical text here, with a prefix length where there is one. A route that the
+// daemons ignore ("10.0.0.0/8x") stays as it is written: it never becomes live, and plans object to it.
 
 /// A static route.
 struct Route
