@@ -39,13 +39,6 @@ networkhost::Route routeOf(const KernelRoute& route)
     return {networkhost::withPrefixLength(route.destination, route.mask), route.gateway};
 }
 
-bool isUnderstood(const networkhost::Route& route)
-{
-    const auto destination = networkhost::NetworkAddress::parseAsDaemons(route.destination);
-    return destination && destination->network().text() == route.destination &&
-           networkhost::isCanonicalAddress(route.gateway);
-}
-
 bool everyAddress(const KernelAddress& /*own*/)
 {
     return true;
@@ -136,10 +129,7 @@ void Networkd::configure(const std::string& interfaceName, const ConfiguredInter
 void Networkd::assignAddresses(const std::string& interfaceName, const ConfiguredInterface& wanted)
 {
     for (const auto& address : wanted.addresses) {
-        const auto own = networkhost::NetworkAddress::parseAsDaemons(address);
-        if (!own || own->text() != address) {
-            continue; // networkd does not understand it
-        }
+        const auto own = networkhost::NetworkAddress::parse(address);
         kernel_.interfaces.at(interfaceName).addresses.push_back({own->address(), own->mask()});
     }
 }
@@ -154,7 +144,7 @@ void Networkd::addRoutes(const std::string& interfaceName, const ConfiguredInter
     const bool isOnLink = wanted.addresses.empty();
     for (const auto& route : routes) {
         // The kernel refuses a route whose gateway it does not reach, and networkd does not try again.
-        if (isUnderstood(route) && (isOnLink || kernel_.reaches(interfaceName, route.gateway))) {
+        if (isOnLink || kernel_.reaches(interfaceName, route.gateway)) {
             const auto [destination, mask] = split(route.destination);
             kernel_.routes.push_back({interfaceName, destination, mask, route.gateway, 0, isOnLink});
         }
@@ -178,7 +168,7 @@ void Networkd::addLostRoutes(const std::string& interfaceName)
         const bool isThere = std::any_of(kernel_.routes.begin(), kernel_.routes.end(), [&](const KernelRoute& present) {
             return present.interfaceName == interfaceName && routeOf(present) == route;
         });
-        if (!isThere && isUnderstood(route) && kernel_.reaches(interfaceName, route.gateway)) {
+        if (!isThere && kernel_.reaches(interfaceName, route.gateway)) {
             const auto [destination, mask] = split(route.destination);
             kernel_.routes.push_back({interfaceName, destination, mask, route.gateway, 0, true});
         }

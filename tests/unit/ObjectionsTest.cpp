@@ -18,16 +18,10 @@ TEST(Objections, NameTheSettingAndItsFault)
         return networkhost::objectionsTo({{{"remote", remote}}, {}, {}}, {});
     };
     EXPECT_THAT(of({}), ElementsAre("remote would have no IPv4 address"));
-    EXPECT_THAT(of({{"10.0.0.5/33"}, false, "", {}}),
-                ElementsAre("the address 10.0.0.5/33 of remote: systemd-networkd does not understand it"));
     EXPECT_THAT(of({{"239.0.0.1/8"}, false, "", {}}),
                 ElementsAre("the address 239.0.0.1/8 of remote: it is a multicast address"));
     EXPECT_THAT(of({{"240.0.0.1/8"}, false, "", {}}),
                 ElementsAre("the address 240.0.0.1/8 of remote: it is a reserved address"));
-    EXPECT_THAT(of({{"10.0.0.5/8"}, false, "10.0.0.007", {}}),
-                ElementsAre("the gateway 10.0.0.007: systemd-networkd does not understand it"));
-    EXPECT_THAT(of({{"10.0.0.5/8"}, false, "", {{"10.1.0.0/33", "10.0.0.1"}}}),
-                ElementsAre("the route to 10.1.0.0/33 via 10.0.0.1: systemd-networkd does not understand it"));
     EXPECT_THAT(of({{"10.0.0.5/8"}, false, "", {{"0.0.0.0/0", "10.0.0.1"}}}),
                 ElementsAre("the route to 0.0.0.0/0 of remote is a default route: set the gateway instead"));
     EXPECT_THAT(of({{}, true, "10.0.0.1", {{"10.1.0.0/16", "10.0.0.1"}}}),

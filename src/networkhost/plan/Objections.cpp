@@ -85,9 +85,7 @@ bool isReached(const std::vector<NetworkAddress>& subnets, const NetworkAddress&
 void addFaultsOfAddresses(const std::string& name, const ConfiguredInterface& iface, Sentences& sentences)
 {
     for (const auto& address : iface.addresses) {
-        const auto subnet = NetworkAddress::parseAsDaemons(address);
-        const auto fault = subnet ? faultOfHost(*subnet) : "systemd-networkd does not understand it";
-        if (!fault.empty()) {
+        if (const auto fault = faultOfHost(*NetworkAddress::parse(address)); !fault.empty()) {
             sentences.push_back(sentence({"the address ", address, " of ", name, ": ", fault}));
         }
     }
@@ -106,10 +104,6 @@ void addFaultsOfGateway(const std::string& name, const Configuration& configurat
         return;
     }
     const auto what = "the gateway " + iface.gateway;
-    if (!isCanonicalAddress(iface.gateway)) {
-        sentences.push_back(what + ": systemd-networkd does not understand it");
-        return;
-    }
     const auto gateway = *NetworkAddress::parse(iface.gateway);
     for (const auto& [other, settings] : configuration.interfaces) {
         const auto subnets = subnetsOf(other, settings, live);
@@ -138,13 +132,8 @@ void addFaultsOfRoutes(const std::string& name, const ConfiguredInterface& iface
 {
     const auto subnets = subnetsOf(name, iface, live);
     for (const auto& route : iface.routes) {
-        const auto destination = NetworkAddress::parseAsDaemons(route.destination);
-        const bool isUnderstood = destination && isCanonicalAddress(route.gateway);
         const bool isKnown = !iface.dhcp || !subnets.empty();
-        if (!isUnderstood) {
-            sentences.push_back("the route to " + route.destination + " via " + route.gateway +
-                                ": systemd-networkd does not understand it");
-        } else if (destination->length == 0) {
+        if (NetworkAddress::parse(route.destination)->length == 0) {
             sentences.push_back("the route to " + route.destination + " of " + name +
                                 " is a default route: set the gateway instead");
         } else if (isKnown && !isReached(subnets, *NetworkAddress::parse(route.gateway))) {

@@ -10,8 +10,7 @@
 
 namespace networkhost {
 
-// Addresses and networks have their canonical text here, with a prefix length where there is one. A route that the
-// daemons ignore ("10.0.0.0/8x") stays as it is written: it never becomes live, and plans object to it.
+// Addresses and networks have their canonical text here, with a prefix length where there is one.
 
 /// A static route.
 struct Route

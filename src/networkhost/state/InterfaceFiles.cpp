@@ -134,12 +134,6 @@ void addIgnored(Reading& reading, const Place& place, const std::string& reason)
     addOnce(reading.iface.ignored, place.path + ": systemd-networkd ignores " + what + " because of " + reason);
 }
 
-/// Whether a route was meant, although systemd-networkd does not understand it: "10.0.0.0/8x". Plans object to it.
-bool isMeantAsAddress(const std::string& text)
-{
-    return iphelper::isValidIp(text.substr(0, text.find('/')));
-}
-
 bool isIpv6(const std::string& text)
 {
     return text.find(':') != std::string::npos;
@@ -341,11 +335,11 @@ bool readRouteEntry(RouteSection& read, const std::string& key, const std::strin
 {
     if (key == "Gateway") {
         read.route.gateway = value;
-        return value.empty() || isGateway(value) || (isMeantAsAddress(value) && value.find('/') == std::string::npos);
+        return value.empty() || isGateway(value);
     }
     if (key == "Destination") {
         read.destination = value;
-        return daemonAddress(value) || isMeantAsAddress(value) || isIpv6(value);
+        return daemonAddress(value) || isIpv6(value);
     }
     if (key == "Metric") {
         read.route.metric = daemonNumber(value).value_or(0);
