@@ -19,7 +19,6 @@
 #include <array>
 #include <chrono>
 #include <set>
-#include <utility>
 
 namespace networkhost {
 
@@ -53,27 +52,26 @@ bool isOwnLine(const std::string& path, const std::string& key, const std::strin
     return key == "Address" || key == "DHCP" || (key == "Gateway" && mayHaveGateway);
 }
 
-/// The change with the text of the file that it hides as the text before, and that file's path. No path for none.
-std::pair<FileChange, std::string> hiding(const IReadableFiles& files, const FileChange& change)
+/// The file of another directory that a new file hides. Empty for none.
+std::string hiddenBy(const IReadableFiles& files, const FileChange& change)
 {
     const std::string own = paths::kDaemonDirectories.front();
     if (change.before || !startsWith(change.path, own)) {
-        return {change, {}};
+        return {};
     }
     for (const auto* const directory : paths::kDaemonDirectories) {
-        const auto path = directory + change.path.substr(own.size());
-        if (auto text = textOf(files, path)) {
-            auto hidden = change;
-            hidden.before = std::move(text);
-            return {hidden, path};
+        if (auto path = directory + change.path.substr(own.size()); textOf(files, path)) {
+            return path;
         }
     }
-    return {change, {}};
+    return {};
 }
 
 void addDroppedLines(const IReadableFiles& files, const FileChange& change, std::vector<std::string>& warnings)
 {
-    const auto [shown, hidden] = hiding(files, change);
+    auto shown = change;
+    const auto hidden = hiddenBy(files, change);
+    shown.before = hidden.empty() ? change.before : textOf(files, hidden);
     for (const auto& line : droppedLines(shown)) {
         warnings.push_back(hidden.empty() ? change.path + " loses the line '" + line + '\''
                                           : hidden + " no longer counts, with its line '" + line + '\'');
