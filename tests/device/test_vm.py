@@ -164,6 +164,7 @@ def test_files_are_old_or_new_after_a_power_cut(vm, request):
 def test_a_device_whose_networkd_is_disabled(vm):
     fault = "systemd-networkd is not enabled: after a reboot the device has no network"
     vm.exec("systemctl", "disable", "systemd-networkd")
+    vm.exec("sync")
     vm.cut_and_boot()
     assert vm.ipv4("local") == []
     assert fault in vm.status()["daemons"][0]["fault"]
