@@ -15,7 +15,7 @@ namespace networkhost {
 struct Lease
 {
     std::string address;
-    std::string router;
+    std::string router; // that systemd-networkd uses: classless routes hide the router of the lease
     std::vector<std::string> dnsServers;
 };
 
