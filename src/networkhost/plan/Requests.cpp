@@ -116,8 +116,8 @@ std::string faultOfLengths(const std::string& routes)
     return {};
 }
 
-/// Writes the addresses of the routes in canonical form, because the daemons ignore some forms that the required
-/// library accepts.
+/// Writes the addresses of the routes in canonical form, because the daemons ignore some forms that
+/// libVelNetworkManager accepts.
 std::string canonicalRoutes(const std::string& routes)
 {
     std::string canonical;
