@@ -59,9 +59,10 @@ std::string hiddenBy(const IReadableFiles& files, const FileChange& change)
     if (change.before || !startsWith(change.path, own)) {
         return {};
     }
-    for (const auto* const directory : paths::kDaemonDirectories) {
-        if (auto path = directory + change.path.substr(own.size()); textOf(files, path)) {
-            return path;
+    const auto name = change.path.substr(own.size());
+    for (const std::string directory : paths::kDaemonDirectories) {
+        if (textOf(files, directory + name)) {
+            return directory + name;
         }
     }
     return {};
@@ -72,9 +73,10 @@ void addDroppedLines(const IReadableFiles& files, const FileChange& change, std:
     auto shown = change;
     const auto hidden = hiddenBy(files, change);
     shown.before = hidden.empty() ? change.before : textOf(files, hidden);
+    const auto beginning =
+        hidden.empty() ? change.path + " loses the line '" : hidden + " no longer counts, with its line '";
     for (const auto& line : droppedLines(shown)) {
-        warnings.push_back(hidden.empty() ? change.path + " loses the line '" + line + '\''
-                                          : hidden + " no longer counts, with its line '" + line + '\'');
+        warnings.push_back(std::string(beginning).append(line).append("'"));
     }
 }
 

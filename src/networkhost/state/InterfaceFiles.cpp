@@ -19,8 +19,6 @@
 
 namespace networkhost {
 
-namespace iphelper = velbase2::system::iphelper;
-
 namespace {
 
 constexpr std::uint32_t kMainTable = 254;
@@ -243,10 +241,28 @@ std::optional<bool> asksForLease(const std::string& value)
     return value == "ipv6" || value == "v6" || value == "none" ? false : daemonBool(value);
 }
 
+void readGateway(Reading& reading, const Place& place, const std::string& value)
+{
+    auto& routes = reading.defaultRoutes;
+    const auto entry = entryOf("Gateway", value);
+    if (value.empty()) {
+        const bool hasRoutes = !routes.empty() || !reading.iface.routes.empty();
+        if (hasRoutes && removesEarlierOnes(reading, place, "Gateway")) { // those with a destination as well
+            routes.clear();
+            reading.iface.routes.clear();
+        }
+    } else if (value == kNoAddress || value == "_dhcp4") {
+        addUnread(reading, place, entry);
+    } else if (!isGateway(value)) {
+        addIgnored(reading, place, entry);
+    } else if (daemonAddress(value)) {
+        routes.push_back({0, value});
+    }
+}
+
 void readNetwork(Reading& reading, const Place& place, const std::string& key, const std::string& value)
 {
     auto& iface = reading.iface;
-    auto& routes = reading.defaultRoutes;
     if (key == "DHCP") {
         iface.dhcp = asksForLease(value).value_or(iface.dhcp);
     } else if (key == "DNS") {
@@ -261,18 +277,8 @@ void readNetwork(Reading& reading, const Place& place, const std::string& key, c
         if (const auto address = interfaceAddress(reading, place, value)) {
             addAddress(reading, *address);
         }
-    } else if (key == "Gateway" && value.empty()) {
-        const bool hasRoutes = !routes.empty() || !iface.routes.empty();
-        if (hasRoutes && removesEarlierOnes(reading, place, key)) { // those with a destination as well
-            routes.clear();
-            iface.routes.clear();
-        }
-    } else if (key == "Gateway" && (value == kNoAddress || value == "_dhcp4")) {
-        addUnread(reading, place, entryOf(key, value));
-    } else if (key == "Gateway" && daemonAddress(value) && isGateway(value)) {
-        routes.push_back({0, value});
-    } else if (key == "Gateway" && !isGateway(value)) {
-        addIgnored(reading, place, entryOf(key, value));
+    } else if (key == "Gateway") {
+        readGateway(reading, place, value);
     } else if (isAmong(kNetworkKeys, key) && daemonBool(value).value_or(true)) {
         addUnread(reading, place, entryOf(key));
     }
